@@ -1,0 +1,88 @@
+// Operations that do more than one call around the table.
+#include <cstdio>
+
+#include "core/export.h"
+#include "core/shared_block.h"
+#include "core/slot_table.h"
+#include "devstate/fan_layout.h"
+
+namespace {
+
+constexpr int kFanPresentTries = 10;
+constexpr int kDiagInterruptChassisCode = 18;
+constexpr int kDiagInterruptAssert = 1;
+constexpr int kBootSelectorBios = 0;
+constexpr int kBootSelectorScp = 1;
+constexpr int kFpgaTypeMainBoard = 0;
+
+int g_gpuBoxCallCount = 0;
+
+// Reads the selector of a flash pair and selects the other one.
+int switchBootFlash(int which) {
+    int current = qrx::slotFn<172>()(which);
+    return qrx::slotFn<173>()((current & 1) == 0 ? 1 : 0, which);
+}
+
+}  // namespace
+
+extern "C" {
+
+QRX_EXPORT int BmcUpdateShareLink(int port, int mode) {
+    int dialSwitch = qrx::slotFn<161>()(port, mode);
+    if (dialSwitch != 0) return dialSwitch;
+    return qrx::slotFn<163>()();
+}
+
+QRX_EXPORT int quorixPlatInit(void) {
+    qrx::ByteView block = qrx::sharedBlock();
+    if (block.u8(qrx::kPlatformInitialisedOffset) == 1) return 0;
+    int result = qrx::slotFn<0>()();
+    // Set whatever the slot returned: the platform initialisation runs once.
+    block.setU8(qrx::kPlatformInitialisedOffset, 1);
+    return result;
+}
+
+QRX_EXPORT int QuorixGetGPUBoxDevInfo(void) {
+    qrx::slotFn<191>()(g_gpuBoxCallCount);
+    ++g_gpuBoxCallCount;
+    return 0;
+}
+
+QRX_EXPORT int QuorixRetryGetFanPresent(int fan_index, unsigned char *present) {
+    int result = -1;
+    for (int attempt = 0; attempt < kFanPresentTries; ++attempt) {
+        result = qrx::slotFn<6>()(fan_index, present);
+        if (result == 0) break;
+    }
+    return result;
+}
+
+QRX_EXPORT int QuorixDiagInterruptChassis(void) {
+    return qrx::slotFn<39>()(kDiagInterruptChassisCode, kDiagInterruptAssert) == 0 ? 0 : -1;
+}
+
+QRX_EXPORT int QuorixBiosSwitchNode(void) { return switchBootFlash(kBootSelectorBios); }
+
+QRX_EXPORT int QuorixScpSwitchNode(void) { return switchBootFlash(kBootSelectorScp); }
+
+QRX_EXPORT int QuorixUpdateFpgaVersion(int fpga_type, int reserved, unsigned char *version) {
+    if (fpga_type != kFpgaTypeMainBoard) {
+        std::printf("\r\n====Error fpga type:%d   =====\r\n", fpga_type);
+        return -1;
+    }
+    return qrx::slotFn<170>()(fpga_type, reserved, version);
+}
+
+QRX_EXPORT int RTC_DeviceControl(int command, void *data) {
+    QuorixSetRtcLockStatus(1);
+    int result = qrx::slotFn<215>()(command, data);
+    QuorixSetRtcLockStatus(0);
+    return result;
+}
+
+QRX_EXPORT int get_hw_fan_info(unsigned char *info, int index) {
+    if (info == nullptr || index > qrx::fan::count()) return -1;
+    return qrx::slotFn<1>()(info, index);
+}
+
+}  // extern "C"

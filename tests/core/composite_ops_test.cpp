@@ -1,0 +1,189 @@
+// Operations composed of several slot calls, and the power-button lock.
+#include <pthread.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "core/slot_table.h"
+#include "quorix_test.h"
+
+namespace {
+
+// What the probes saw, in call order: "slot(arg,arg)".
+std::vector<std::string> g_calls;
+int g_result161 = 0;
+int g_result6Until = 0;  // slot 6 returns 0 from this call on (1-based), never when 0
+int g_selector = 0;
+
+template <typename... A>
+void record(int slot, A... args) {
+    std::string text = std::to_string(slot) + "(";
+    std::string sep;
+    ((text += sep + std::to_string(static_cast<long>(args)), sep = ","), ...);
+    g_calls.push_back(text + ")");
+}
+
+int dialSwitch(int port, int mode) { record(161, port, mode); return g_result161; }
+int shareLinkDisable() { record(163); return 0x163; }
+int platformInit() { record(0); return 7; }
+int gpuBoxDevInfo(int index) { record(191, index); return 0x55; }
+int fanPresent(int fan, unsigned char *) {
+    record(6, fan);
+    return g_result6Until != 0 && static_cast<int>(g_calls.size()) >= g_result6Until ? 0 : -3;
+}
+int diagInterrupt(int code, int action) { record(39, code, action); return g_result161; }
+int getBootSelector(int which) { record(172, which); return g_selector; }
+int setBootSelector(int selector, int which) { record(173, selector, which); return 0x173; }
+int fpgaVersion(int type, int reserved, unsigned char *) { record(170, type, reserved); return 0x170; }
+int rtcLock(int locked) { record(235, locked); return 0; }
+int rtcControl(int command, void *) { record(215, command); return 0x215; }
+int fanInfo(unsigned char *, int index) { record(1, index); return 0x11; }
+int buttonInfo() { record(153); return 0x5A; }
+int powerOn(int action) {
+    // The lock must be held while slot 78 runs.
+    record(78, action, pthread_mutex_trylock(&PwrBtnmutex) == 0 ? 0 : 1);
+    return 0;
+}
+
+class ComposedOps : public qtest::BoundTest {
+protected:
+    void SetUp() override {
+        BoundTest::SetUp();
+        g_calls.clear();
+        g_result161 = 0;
+        g_result6Until = 0;
+        g_selector = 0;
+    }
+    using Calls = std::vector<std::string>;
+};
+
+TEST_F(ComposedOps, ShareLinkIsDisabledOnlyWhenTheDialSwitchAllowsIt) {
+    qtest::replaceSlot(161, dialSwitch);
+    qtest::replaceSlot(163, shareLinkDisable);
+    g_result161 = 4;
+    EXPECT_EQ(BmcUpdateShareLink(2, 3), 4);
+    EXPECT_EQ(g_calls, (Calls{"161(2,3)"}));
+
+    g_calls.clear();
+    g_result161 = 0;
+    EXPECT_EQ(BmcUpdateShareLink(2, 3), 0x163);
+    EXPECT_EQ(g_calls, (Calls{"161(2,3)", "163()"}));
+}
+
+TEST_F(ComposedOps, PlatformInitialisationRunsOnceAndSetsTheSharedFlag) {
+    qtest::replaceSlot(0, platformInit);
+    EXPECT_EQ(qtest::blockBytes(22, 1)[0], 0);
+    EXPECT_EQ(quorixPlatInit(), 7);
+    EXPECT_EQ(qtest::blockBytes(22, 1)[0], 1);
+    EXPECT_EQ(quorixPlatInit(), 0);
+    EXPECT_EQ(g_calls, (Calls{"0()"}));
+}
+
+// Two separate processes, each loading and binding the library on its own.
+TEST_F(ComposedOps, PlatformInitialisationFromTwoProcessesCallsSlotZeroOnce) {
+    std::string self = "/proc/" + std::to_string(getpid()) + "/exe";
+    std::vector<std::string> outputs;
+    for (int i = 0; i < 2; ++i) {
+        std::string cmd = "QUORIX_TEST_ROLE=plat-init " + self + " --gtest_filter=ChildRole.PlatInit 2>&1";
+        FILE *p = popen(cmd.c_str(), "r");
+        ASSERT_NE(p, nullptr);
+        std::string out;
+        char buf[512];
+        while (std::fgets(buf, sizeof buf, p) != nullptr) out += buf;
+        EXPECT_EQ(pclose(p), 0) << out;
+        outputs.push_back(out);
+    }
+    EXPECT_NE(outputs[0].find("quorixPlatInit=0"), std::string::npos) << outputs[0];
+    EXPECT_NE(outputs[1].find("quorixPlatInit=0"), std::string::npos) << outputs[1];
+    EXPECT_EQ(qtest::Sim::get().callCount(0), 1u);
+    EXPECT_EQ(qtest::blockBytes(22, 1)[0], 1);
+}
+
+TEST(ChildRole, PlatInit) {
+    const char *role = std::getenv("QUORIX_TEST_ROLE");
+    if (role == nullptr || std::string(role) != "plat-init") GTEST_SKIP() << "runs only as a child process";
+    ASSERT_EQ(quorix_interface_init(), 0);
+    std::printf("quorixPlatInit=%d\n", quorixPlatInit());
+}
+
+TEST_F(ComposedOps, GpuBoxQueryPassesAPerProcessCounter) {
+    qtest::replaceSlot(191, gpuBoxDevInfo);
+    qtest::ChildResult child = qtest::runInChild([] {
+        for (int i = 0; i < 3; ++i)
+            if (QuorixGetGPUBoxDevInfo() != 0) std::exit(1);
+        for (const std::string &c : g_calls) std::printf("%s ", c.c_str());
+    });
+    EXPECT_EQ(child.out, "191(0) 191(1) 191(2) ");
+}
+
+TEST_F(ComposedOps, FanPresenceIsRetriedTenTimesAtMost) {
+    qtest::replaceSlot(6, fanPresent);
+    unsigned char present = 0;
+    EXPECT_EQ(QuorixRetryGetFanPresent(5, &present), -3);
+    EXPECT_EQ(g_calls.size(), 10u);
+
+    g_calls.clear();
+    g_result6Until = 3;
+    EXPECT_EQ(QuorixRetryGetFanPresent(5, &present), 0);
+    EXPECT_EQ(g_calls, (Calls{"6(5)", "6(5)", "6(5)"}));
+}
+
+TEST_F(ComposedOps, ChassisDiagnosticInterruptMapsTheResult) {
+    qtest::replaceSlot(39, diagInterrupt);
+    EXPECT_EQ(QuorixDiagInterruptChassis(), 0);
+    g_result161 = 9;
+    EXPECT_EQ(QuorixDiagInterruptChassis(), -1);
+    EXPECT_EQ(g_calls, (Calls{"39(18,1)", "39(18,1)"}));
+}
+
+TEST_F(ComposedOps, SwitchNodeSelectsTheOtherFlash) {
+    qtest::replaceSlot(172, getBootSelector);
+    qtest::replaceSlot(173, setBootSelector);
+    g_selector = 0x10;  // bit 0 clear: select 1
+    EXPECT_EQ(QuorixBiosSwitchNode(), 0x173);
+    g_selector = 0x11;  // bit 0 set: select 0
+    EXPECT_EQ(QuorixScpSwitchNode(), 0x173);
+    EXPECT_EQ(g_calls, (Calls{"172(0)", "173(1,0)", "172(1)", "173(0,1)"}));
+}
+
+TEST_F(ComposedOps, FpgaVersionKnowsOnlyTypeZero) {
+    qtest::replaceSlot(170, fpgaVersion);
+    std::string out = qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateFpgaVersion(1, 0, nullptr), -1); });
+    EXPECT_EQ(out, "\r\n====Error fpga type:1   =====\r\n");
+    EXPECT_TRUE(g_calls.empty());
+    EXPECT_EQ(QuorixUpdateFpgaVersion(0, 6, nullptr), 0x170);
+    EXPECT_EQ(g_calls, (Calls{"170(0,6)"}));
+}
+
+TEST_F(ComposedOps, RtcCommandRunsUnderTheRtcLock) {
+    qtest::replaceSlot(235, rtcLock);
+    qtest::replaceSlot(215, rtcControl);
+    EXPECT_EQ(RTC_DeviceControl(4, nullptr), 0x215);
+    EXPECT_EQ(g_calls, (Calls{"235(1)", "215(4)", "235(0)"}));
+}
+
+TEST_F(ComposedOps, FanInfoIndexIsBoundedByTheFanCountInTheBlock) {
+    qtest::replaceSlot(1, fanInfo);
+    static_cast<unsigned char *>(intf_quorix_mem)[0x200000] = 4;  // four fans
+    unsigned char info[64];
+    EXPECT_EQ(get_hw_fan_info(nullptr, 0), -1);
+    EXPECT_EQ(get_hw_fan_info(info, 5), -1);
+    EXPECT_EQ(get_hw_fan_info(info, 4), 0x11);  // the index may equal the count
+    EXPECT_EQ(g_calls, (Calls{"1(4)"}));
+}
+
+TEST_F(ComposedOps, PowerButtonStateIsPassedOnUnderTheLock) {
+    qtest::replaceSlot(153, buttonInfo);
+    qtest::replaceSlot(78, powerOn);
+    EXPECT_EQ(QuorixBMCControlPwrBtnmutexInit(), 0);
+    EXPECT_EQ(QuorixBMCControlPwrBtnmutexInit(), 0);
+    EXPECT_EQ(QuorixBMCControlPwrBtnGetSet(), 0);
+    EXPECT_EQ(g_calls, (Calls{"153()", "78(90,1)"}));
+    EXPECT_EQ(pthread_mutex_trylock(&PwrBtnmutex), 0) << "the lock is released afterwards";
+    pthread_mutex_unlock(&PwrBtnmutex);
+}
+
+}  // namespace

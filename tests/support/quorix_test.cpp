@@ -1,0 +1,164 @@
+#include "quorix_test.h"
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace fs = std::filesystem;
+
+namespace qtest {
+
+template <typename T>
+static T resolve(void *lib, const char *name) {
+    void *sym = dlsym(lib, name);
+    if (sym == nullptr) {
+        std::fprintf(stderr, "simulator symbol %s missing\n", name);
+        std::abort();
+    }
+    return reinterpret_cast<T>(sym);
+}
+
+Sim &Sim::get() {
+    static Sim sim = [] {
+        void *lib = dlopen(kFeatureLibraryPath, RTLD_NOW);
+        if (lib == nullptr) {
+            std::fprintf(stderr, "cannot load the simulator: %s\n", dlerror());
+            std::abort();
+        }
+        Sim s{};
+        s.reset = resolve<int (*)()>(lib, "quorix_sim_reset");
+        s.restoreTable = resolve<void (*)()>(lib, "quorix_sim_restore_table");
+        s.callCount = resolve<unsigned (*)(int)>(lib, "quorix_sim_call_count");
+        s.setResult = resolve<int (*)(int, int)>(lib, "quorix_sim_set_result");
+        s.setFault = resolve<int (*)(int, int)>(lib, "quorix_sim_set_fault");
+        s.blockSize = resolve<unsigned long (*)()>(lib, "quorix_sim_block_size");
+        return s;
+    }();
+    return sim;
+}
+
+void clearDirectory(const std::string &path) {
+    std::error_code ec;
+    if (!fs::exists(path, ec)) return;
+    for (const auto &entry : fs::directory_iterator(path, ec)) fs::remove_all(entry.path(), ec);
+}
+
+std::string readFile(const std::string &path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+void writeFile(const std::string &path, const std::string &contents) {
+    fs::create_directories(fs::path(path).parent_path());
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << contents;
+}
+
+bool fileExists(const std::string &path) { return access(path.c_str(), F_OK) == 0; }
+
+std::vector<unsigned char> blockBytes(std::size_t offset, std::size_t length) {
+    auto *base = static_cast<unsigned char *>(intf_quorix_mem);
+    return std::vector<unsigned char>(base + offset, base + offset + length);
+}
+
+static std::string drainFd(int fd) {
+    std::string text;
+    lseek(fd, 0, SEEK_SET);
+    char buf[4096];
+    ssize_t n;
+    while ((n = read(fd, buf, sizeof buf)) > 0) text.append(buf, static_cast<std::size_t>(n));
+    return text;
+}
+
+std::string captureStdout(const std::function<void()> &fn) {
+    std::fflush(stdout);
+    char name[] = "/tmp/qtest-stdout-XXXXXX";
+    int fd = mkstemp(name);
+    unlink(name);
+    int saved = dup(STDOUT_FILENO);
+    dup2(fd, STDOUT_FILENO);
+    fn();
+    std::fflush(stdout);
+    dup2(saved, STDOUT_FILENO);
+    close(saved);
+    std::string text = drainFd(fd);
+    close(fd);
+    return text;
+}
+
+ChildResult runInChild(const std::function<void()> &fn) {
+    std::fflush(stdout);
+    std::fflush(stderr);
+    char outName[] = "/tmp/qtest-child-out-XXXXXX";
+    char errName[] = "/tmp/qtest-child-err-XXXXXX";
+    int outFd = mkstemp(outName);
+    int errFd = mkstemp(errName);
+    unlink(outName);
+    unlink(errName);
+    pid_t pid = fork();
+    if (pid == 0) {
+        dup2(outFd, STDOUT_FILENO);
+        dup2(errFd, STDERR_FILENO);
+        fn();
+        std::fflush(stdout);
+        _exit(0);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    ChildResult r{WIFEXITED(status), WIFEXITED(status) ? WEXITSTATUS(status) : WTERMSIG(status), drainFd(outFd),
+                  drainFd(errFd)};
+    close(outFd);
+    close(errFd);
+    return r;
+}
+
+PlatformLog::PlatformLog() {
+    fd_ = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    sockaddr_un addr{};
+    addr.sun_family = AF_UNIX;
+    std::strcpy(addr.sun_path, "/dev/log");
+    unlink(addr.sun_path);
+    if (bind(fd_, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0) {
+        ADD_FAILURE() << "cannot bind /dev/log: " << std::strerror(errno);
+    }
+    closelog();  // the next syslog() call connects to this socket
+}
+
+PlatformLog::~PlatformLog() {
+    closelog();
+    close(fd_);
+    unlink("/dev/log");
+}
+
+std::vector<std::string> PlatformLog::drain() {
+    std::vector<std::string> messages;
+    char buf[2048];
+    ssize_t n;
+    while ((n = recv(fd_, buf, sizeof buf, MSG_DONTWAIT)) > 0) messages.emplace_back(buf, static_cast<std::size_t>(n));
+    return messages;
+}
+
+void BoundTest::SetUp() {
+    ASSERT_EQ(quorix_interface_init(), 0);
+    ASSERT_EQ(Sim::get().reset(), 0);
+    clearDirectory("/conf");
+    clearDirectory("/var");
+    clearDirectory("/tmp");
+}
+
+void BoundTest::TearDown() { Sim::get().restoreTable(); }
+
+}  // namespace qtest

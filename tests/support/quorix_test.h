@@ -1,0 +1,76 @@
+// Shared test support: every test executable runs inside the sandbox, where
+// the library sees its real paths and the simulated BMC.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "quorix_common_interface.h"
+
+namespace qtest {
+
+inline constexpr const char *kFeatureLibraryPath = "/usr/local/lib/libquorix_common_feature.so";
+
+// The simulator's control interface, resolved from the library the
+// interface loads.
+struct Sim {
+    static Sim &get();
+    int (*reset)();
+    void (*restoreTable)();
+    unsigned (*callCount)(int slot);
+    int (*setResult)(int slot, int value);
+    int (*setFault)(int slot, int fault);
+    unsigned long (*blockSize)();
+};
+
+// Empties a directory tree's contents (the directory itself stays).
+void clearDirectory(const std::string &path);
+std::string readFile(const std::string &path);
+void writeFile(const std::string &path, const std::string &contents);
+bool fileExists(const std::string &path);
+std::vector<unsigned char> blockBytes(std::size_t offset, std::size_t length);
+
+template <typename Fn>
+void replaceSlot(int slot, Fn *fn) {
+    intf_handle[slot] = reinterpret_cast<void *>(fn);
+}
+
+// Runs fn with standard output sent to a file; returns what it printed.
+std::string captureStdout(const std::function<void()> &fn);
+
+// Result of running a function in a forked child.
+struct ChildResult {
+    bool exited;       // true: ended through exit; false: killed by a signal
+    int status;        // exit status, or the signal number
+    std::string out;   // what it printed on standard output
+    std::string err;   // what it printed on standard error
+};
+ChildResult runInChild(const std::function<void()> &fn);
+
+// Receives what the platform log (syslog) is sent: binds "/dev/log" inside
+// the sandbox for the lifetime of the object.
+class PlatformLog {
+public:
+    PlatformLog();
+    ~PlatformLog();
+    PlatformLog(const PlatformLog &) = delete;
+    PlatformLog &operator=(const PlatformLog &) = delete;
+    // Datagrams received so far, as the syslog client sent them.
+    std::vector<std::string> drain();
+
+private:
+    int fd_ = -1;
+};
+
+// Fixture: a bound library, a zeroed block, fresh simulator state and empty
+// "/conf" and "/var" for every test.
+class BoundTest : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+};
+
+}  // namespace qtest
