@@ -43,6 +43,416 @@ void **quorix_get_intf_handle(void);
  * forwarder does not check the table. */
 
 /* ---- feature forwarders (generated from src/core/slots.def) ---- */
+/* -- EEPROM and FRU -- */
+/* Reads length bytes of the main-board EEPROM at offset; returns the bytes transferred. */
+int QuorixReadMainBoardEEprom(int offset, unsigned char *buffer, int length);
+/* Writes length bytes to the main-board EEPROM at offset; returns the bytes transferred. */
+int QuorixWriteMainBoardEEprom(int offset, unsigned char *buffer, int length);
+/* Same as QuorixWriteMainBoardEEprom, pausing delay_ms between device writes. */
+int QuorixWriteMainBoardEEpromDelayX(int offset, unsigned char *buffer, int length, int delay_ms);
+/* Writes the 24C256 (asset) EEPROM at offset; returns the platform's status. */
+int QuorixWrite24256EEprom(int offset, unsigned char *buffer, int length);
+/* Reads the asset-information file into buffer; returns the bytes read. */
+int QuorixReadAssetInfoFromFile(unsigned char *buffer, int length);
+/* Writes buffer as the asset-information file; returns the bytes written. */
+int QuorixWriteAssetInfoToFile(unsigned char *buffer, int length);
+/* FRU presence of one device into *present; -1 when the platform has no such check. */
+int quorixGetFruPresent(int fru_type, int index, unsigned char *present);
+/* Refreshes the FRU record of one power supply in the shared block. */
+int update_psu_fru_info(int psu_index);
+/* Refreshes the main-board FRU record in the shared block. */
+int update_board_fru_info(void);
+/* Refreshes the FRU record of one disk backplane in the shared block. */
+int update_hddbp_fru_info(int cpld_type, int bp_index);
+/* Reads one FRU area of device fru_id from its EEPROM into buffer. */
+int get_fru_info_from_eeprom(int fru_id, int area, unsigned char *buffer, int length);
+/* Extracts field of area from raw FRU data as text into value (at most value_size bytes). */
+int QuorixParseEEPROMFRUData(unsigned char *fru_data, int data_length, int area, int field, char *value, int value_size);
+/* Checks the FRU data of device fru_id; 0 when it is sound. */
+int QuorixCheckFruErr(int fru_id);
+
+/* -- Power supplies -- */
+/* Presence of supply psu_index into *present. */
+int GetHwPSUPresent(int psu_index, unsigned char *present);
+/* Presence and power-good of supply psu_index, read from one CPLD register. */
+int GetHwPSUPwrGood(int psu_index, unsigned char *present, unsigned char *pwr_good);
+/* Prints a trace line, then forwards: reads the black-box record of a supply into buffer. */
+int QuorixGetPSUBlackBoxInfoInterface(int psu_index, unsigned char *buffer, int length);
+/* Decodes the status registers of supply psu_index into status. */
+int GetHwPSUStatusParsing(int psu_index, unsigned char *status, int length);
+/* Sets the work mode (active, standby, ...) of supply psu_index. */
+int SetQuorixPSUWorkMode(int psu_index, int work_mode, int flags);
+/* Configured supply count from psu_count presence bytes into *config_num. */
+int GetHwPSUConfigNum(int psu_count, unsigned char *psu_present, unsigned char *config_num);
+/* Count of supplies in normal state from psu_count status bytes into *normal_num. */
+int GetHwPSUNormalNum(int psu_count, unsigned char *psu_status, unsigned char *normal_num);
+/* Total input and output power of all supplies, in watts. */
+int GetHwPSUTotalPower(float *input_power, float *output_power);
+/* Records the input power (watts) of supply psu_index. */
+int UpdatePSUInputPower(int psu_index, int input_power);
+/* Writes a supply power flag to the main-board CPLD. */
+int QuorixWritePSUPowerFlagToCPLDInterface(int psu_index, int flag, int value);
+/* Sends the T-off time (raw PMBus bytes) to supply psu_index. */
+int SetQuorixPSUTOFFTime(int psu_index, unsigned char *toff_time, int length);
+
+/* -- Fans -- */
+/* Presence of fan fan_index into *present; 0 on a successful read. */
+int quorixGetFanPresent(int fan_index, unsigned char *present);
+/* Feeds the fan controller's watchdog. */
+int quorixFanWatchdogFeed(void);
+/* Total fan power in watts. */
+int QuorixGetFanPower(float *power);
+/* Summary health of all fans. */
+int QuorixGetFanSummaryHealth(void);
+/* Runs one pass of the fan control loop. */
+int quorixFanControll(void);
+/* Sets fan control parameters of param_type; persist also keeps them in EEPROM. */
+int quorixSetFanControlParams(int param_type, unsigned char *params, int length, int persist);
+/* Reads fan control parameters of param_type into params. */
+int quorixGetFanControlParams(int param_type, unsigned char *params, int length);
+/* Prints the temperatures the fan control uses. */
+int show_fan_temperature(void);
+/* Sets the LED of fan fan_index; returns 0. */
+int QuorixSetFanLedStatus(int fan_index, int state);
+/* Drives every fan LED from the fans' state; returns 0. */
+int QuorixFanLedCtrl(void);
+/* Fan rotor model (single or dual rotor). */
+int quorixGetFanRotorModelFromShareMem(void);
+/* Sets the fan rotor model. */
+int quorixSetFanRotorModelToShareMem(int model);
+/* Checks the number of fans found against the board's. */
+int QuorixCheckFanNumber(void);
+/* Reads or writes a fan-plane CPLD register: request[0] 0 read / 1 write, request[1] register, then data. */
+int QuorixFanPlaneRW(int plane_index, unsigned char *request, int length);
+/* Records the presence of fan plane plane_index. */
+int QuorixSetFanPlanePresent(int plane_index, int present);
+/* Cooling strategy in force. */
+int QuorixGetCoolingStrategy(void);
+
+/* -- CPLD, FPGA and board -- */
+/* Reads (is_write 0) or writes a main-board CPLD register through *value. */
+int QuorixMBCPLDRW(int is_write, int reg, unsigned char *value);
+/* Reads (is_write 0) or writes a main-board FPGA register through *value. */
+int QuorixMBFPGARW(int is_write, int reg, unsigned char *value);
+/* Whether the main-board FPGA is enabled. */
+int QuorixCheckFPGAEnable(void);
+/* Checks the CPLD alert state. */
+int CheckCPLDAlertStat(void);
+/* Analyses and records a pending CPLD alert. */
+int AnalyzeCPLDAlert(void);
+/* Checks the GPIO alert state. */
+int checkGPIOAlertStat(void);
+/* GPIO number of a board signal. */
+int QuorixGetGpioNum(int signal_id);
+/* Status of a slot as the main-board CPLD reports it. */
+int QuorixGetMBCPLDSlotStatusInterface(int slot_index, unsigned char *status);
+/* Switches the power of a slot through the main-board CPLD. */
+int QuorixSetMBCPLDSlotPowerInterface(int slot_index, int power_on);
+/* Front-panel button information from the main-board CPLD. */
+int QuorixGetMBCPLDButtonInfo(void);
+/* Shields (shielded 1) or releases a front-panel button. */
+int SetFrontPanelButtonShieldStatus(int button, int shielded);
+/* Shield state of a front-panel button. */
+int GetFrontPanelButtonShieldStatus(int button);
+/* UID LED state. */
+int QuorixGetUidStatus(void);
+/* Sets the UID LED; returns 0. */
+int QuorixSetUidStatus(int state);
+/* UID button long-press information; -1 when the platform has none. */
+int QuorixGetUidLongInfo(void);
+/* Drives an LED; does nothing (0) when the platform has no LED control. */
+int QuorixLedCtrlInterface(int led, int action);
+/* Refreshes the main-board information; -1 when the platform has none, else 0. */
+int QuorixGetMainboardInfo(void);
+/* Board type code. */
+int QuorixGetBoardType(void);
+/* Prints a trace line, then forwards: sets the UART switch. */
+int QuorixSetUARTSwitchStatusInterface(int status);
+/* Prints a trace line, then forwards: reads the UART switch into *status. */
+int QuorixGetUARTSwitchStatusInterface(unsigned char *status);
+/* Prints a trace line, then forwards: reads the CPU type mismatch flag into *mismatch. */
+int QuorixGetCPUTypeMisMatchInterface(unsigned char *mismatch);
+/* Whether CPU 1 is disabled. */
+int CheckCPU1DisableStat(void);
+/* Whether the last reset was a CPU cold reset. */
+int checkCPUColdReset(void);
+/* Whether the platform reset has completed. */
+int checkPlatformResetOK(void);
+/* Whether the BMC's POST has completed. */
+int checkBMCPostComplete(void);
+/* Polls the chassis intrusion switch. */
+int QuorixMonitorIntrusionStatus(void);
+/* Chassis intrusion state. */
+int QuorixGetIntrusionStatus(void);
+/* Polls the leakage detector. */
+int QuorixMonitorLeakageStatus(void);
+/* Records that a component was replaced; returns 0. */
+int QuorixSetComponentReplaceInfo(int component, int index);
+/* Records the BMC restart cause. */
+int QuorixSetBMCRestartCause(int cause);
+/* BMC restart cause. */
+int QuorixGetBMCRestartCause(void);
+/* Records the system stop cause. */
+int QuorixSetSysStopCause(int cause);
+/* Records the system restart cause. */
+int QuorixSetSysRestartCause(int cause);
+/* Firmware version of VR vr_index as text. */
+int QuorixGetVRVersionInterface(int vr_index, char *version, int size);
+/* Product ID read from the hardware of source into product_id; -1 if product_id is NULL. */
+int QuorixGetProductIDFromHardware(int source, unsigned char *product_id, int length);
+/* Whether the board supports topology IDs. */
+int QuorixCheckTopologyIDSupport(void);
+/* Whether the host's VGA output is disabled. */
+int BmcVgaDisableStateCheck(void);
+
+/* -- Disks and backplanes -- */
+/* Information on M.2 device index. */
+int QuorixGetM2Info(int index, unsigned char *info, int length);
+/* Presence of M.2 device index into *present. */
+int QuorixGetM2Present(int index, unsigned char *present);
+/* Reads or writes a backplane CPLD register: request[0] 0 read / 1 write, request[1] register, then data. */
+int QuorixBackPlaneRW(int bp_index, unsigned char *request, int length);
+/* Prints a trace line, then forwards: sets a disk LED or power action. */
+int QuorixSetHDDLedPwrStatusInterface(int backplane_type, int slot_number, int action_type, int action);
+/* Prints a trace line, then forwards: reads a disk LED or power state into *action. */
+int QuorixGetHDDLedPwrStatusInterface(int backplane_type, int slot_number, int action_type, unsigned char *action);
+/* Prints a trace line, then forwards: sets the VMD state of a CPU. */
+int QuorixSetVMDStatusInterface(int cpu_index, int state);
+/* Disk information of a backplane; -1 if info is NULL. */
+int GetHwHDDInfo(unsigned char *info, int cpld_type, int bp_index);
+/* 1 when backplane bp_index of cpld_type is present. */
+int quorixGetBackPlanePresent(int cpld_type, int bp_index);
+/* Records the presence of a backplane. */
+int quorixSetBackPlanePresent(int cpld_type, int bp_index, int present);
+/* Refreshes the CPLD information of a backplane; -1 when the platform has none, else 0. */
+int GetBPCpldInfo(int cpld_type, int bp_index);
+/* Status of all disks of cpld_type; -1 if status is NULL, 0 when the platform has none. */
+int GetAllHddStatus(unsigned char *status, int cpld_type, int length);
+/* Disk status behind SAS expander expander_index. */
+int QuorixGetExpanderHDDStatus(int expander_index, unsigned char *status, int length);
+/* Temperature of a SAS expander on a backplane. */
+int QuorixExpanderTemp(int cpld_type, int bp_index, int expander_index, float *temp);
+/* Firmware version of SAS expander expander_index as text. */
+int QuorixGetExpanderVersion(int expander_index, char *version, int size);
+/* Turns off one channel of a backplane. */
+int QuorixDisableBackPlaneChannel(int cpld_type, int bp_index, int channel);
+/* Temperature of the switch on backplane bp_index. */
+int QuorixBackPlaneSwitchTempGet(int bp_index, float *temp);
+/* First disk number of the rear backplanes' NVMe disks. */
+int quorixGetRearBackPlaneNvmeStartNum(void);
+/* Whether RAID monitoring is enabled. */
+int QuorixGetRaidMonitorEnable(void);
+
+/* -- PCIe, NIC and GPU -- */
+/* Changes the NC-SI switch mode. */
+int QuorixNcsiSwitchModeChange(int mode);
+/* Information on smart NIC nic_index; -1 if info is NULL. */
+int GetHwSmartNicInfo(unsigned char *info, int nic_index);
+/* Presence of smart NIC nic_index; -1 if present is NULL. */
+int ReadQuorixSmartNICPresent(unsigned char *present, int nic_index);
+/* Sends a command to smart NIC nic_index. */
+int SetSmartNicCmdCall(int nic_index, unsigned char *command, int length);
+/* Slot number of a PCIe function. */
+int QuorixGetPcieSlotInterface(int cpu_index, int bus, int device, int function, unsigned char location_type);
+/* Slot of smart NIC nic_index into *slot_number. */
+int QuorixGetSmartNICSlotLocationInterface(int nic_index, unsigned char *slot_number);
+/* Polls an NC-SI card temperature; returns 0. */
+int QuorixGetNcsiCardTemp(int index);
+/* Polls a NIC temperature over I2C; returns 0. */
+int QuorixGetNicCardiTempFromI2C(int index);
+/* Polls a riser temperature; returns 0. */
+int QuorixGetRiserTemp(int riser_index);
+/* 1 when OCP card ocp_index is present. */
+int QuorixGetOcpPresent(int ocp_index);
+/* Slot and location index of a bus/device/function; -1 if any pointer is NULL. */
+int QuorixGetPcieLocationIndex(unsigned char *bdf, unsigned char *slot_number, unsigned char *location_index);
+/* Polls a NIC's link state; returns 0. */
+int QuorixGetNicCardLinkStatus(int index);
+/* Presence of the PCIe slots, one bit per slot, into *presence. */
+int QuorixGetPCIESlotPresentInfo(unsigned int *presence);
+/* Sets the supported management ports. */
+int QuorixSetSupportMangePortsInfo(unsigned char *ports, int count);
+/* Temperature of smart NIC nic_index. */
+int QuorixGetSmartNICTempInterface(int nic_index, float *temp);
+/* Polls a PCIe GPU; returns 0. */
+int QuorixGetPcieGPUInfo(int index);
+/* State of the PCA9641 bus arbiter on bus. */
+int QuorixCheck9641Status(int bus);
+/* Turns off PCIe switch switch_index. */
+int QuorixDisablePcieSwitch(int switch_index);
+/* Polls a PCIe SSD temperature; returns 0. */
+int QuorixGetPCIESSDTemp(int index);
+/* Checks the dial switch of the shared NIC port. */
+int BmcCheckDialSwitchStatus(int port, int mode);
+/* Disables the shared NC-SI link. */
+int BmcShareLinkDisable(void);
+/* 1 when riser riser_index is present. */
+int FlaipiGetRiserPresent(int riser_index);
+/* Polls an OCP card's type; returns 0. */
+int QuorixGetOCPCardType(int ocp_index);
+/* Sets the temperature sensor information of a PCIe slot. */
+int FlaipiSetPcieTempSensorInfo(int slot_index, unsigned char *info, int length);
+/* Link state of a network port. */
+int QuorixGetLinkStatus(int port);
+/* Runs the PCIe NIC scan if the platform has one; returns 0. */
+int QuorixGetPcieNicInfoThread(void);
+/* Polls a PCIe NIC if the platform can; returns 0. */
+int QuorixGetPcieNicCardinfo(int index);
+/* Polls a MOC card if the platform can; returns 0. */
+int QuorixGetMocCardinfo(int index);
+/* Runs the MOC card scan if the platform has one; returns 0. */
+int QuorixGetMocInfoThread(void);
+/* Polls a PCIe FPGA card; returns 0. */
+int QuorixGetPcieFPAGInfo(int index);
+/* Rebuilds the PCIe device information. */
+int QuorixReinitPcieInfo(void);
+/* Firmware image a GPU board's switch runs. */
+int QuorixGetGPUBoardSwitchFW(int board_index);
+/* Selects the firmware image of a GPU board's switch. */
+int QuorixSwitchGPUBoardFW(int board_index, int image);
+/* Polls a PCIe accelerator; returns 0. */
+int QuorixGetPcieAcceleratorsInfo(int index);
+/* Polls an OCP card over MCTP if the platform can; returns 0. */
+int QuorixGetOCPInfoFromMCTPOverI2C(int ocp_index);
+/* Name of PCIe location as text. */
+int QuorixProjTranslatePcielocation(int location, char *text, int size);
+
+/* -- Power -- */
+/* System power state: 1 on, 0 off. */
+int checkSystemPowerOk(int node, int source, int flags);
+/* Whether the PCP power is good. */
+int checkPcpPowerOk(void);
+/* Runs a chassis power action. */
+int powerControl(int action);
+/* Switches the system P12V rail. */
+int SetSysP12VPowerControl(int state);
+/* Powers on from the BMC with the front-panel button information. */
+int QuorixBMCControlPWRON(int button_info);
+/* Applies the chassis power-on policy. */
+int QuorixChassisPowerPolicy(void);
+/* Prints a trace line, then forwards: shuts down after an over-current detection. */
+int QuorixSystemOverCurrentProtectDetectShutdown(void);
+/* Sets the power-policy flag. */
+int QuorixSetPowerPolicyFlag(int flag);
+/* Power-policy flag. */
+int QuorixGetPowerPolicyFlag(void);
+/* Main-board power in watts. */
+int QuorixGetMBPowerInterface(float *power);
+/* Power of front backplane bp_index in watts. */
+int QuorixGetFrontBackPlanePowerInterface(int bp_index, float *power);
+/* Power of rear backplane bp_index in watts. */
+int QuorixGetRearBackPlanePowerInterface(int bp_index, float *power);
+/* Power of PCIe slot slot_index in watts. */
+int QuorixGetPCIePower(int slot_index, float *power);
+/* Power of disk disk_index in watts. */
+int QuorixGetHDDPower(int disk_index, float *power);
+/* AP power in watts. */
+int QuorixGetAPPower(float *power);
+/* Power information item; only the low byte of the platform's result. */
+int QuorixGetPowerInfo(int item);
+/* Information on power device device_index. */
+int GetHWPowerDeviceInfo(int device_index, unsigned char *buffer, int length);
+/* Sets the system over-current protection value. */
+int QuorixSetSysOverCurrentProtectValueInterface(int value);
+/* System over-current protection value. */
+int QuorixGetSysOverCurrentProtectValueInterface(void);
+/* Checks for and records an over-current shutdown. */
+int QuorixCheckAndRecoredOverCurrentShutDown(void);
+/* Clears the COMS so that the power status is set again. */
+int QuorixClearCOMSToSetPowerStatus(void);
+/* Whether the power-on policy asks for power on. */
+int QuorixPowerPolicyNeedPowerOn(void);
+/* Power-on policy. */
+int QuorixGetPowerPolicy(void);
+/* Sets the power-on policy. */
+int QuorixSetPowerPolicy(int policy);
+/* Sets the power LED. */
+int QuorixChangePowerLedStatus(int state);
+/* Whether the main-board CPLD saw an AC failure. */
+int GetACFailFromCPLD(void);
+
+/* -- BIOS, SCP and ME -- */
+/* Resets the management engine. */
+int resetME(void);
+/* Reads a BIOS-to-BMC item into *value; 0 on success, -1 otherwise. */
+int QuorixGetBIOSBMCInterface(int item, unsigned char *value);
+/* Switches the BIOS SPI flash to owner; returns 0. */
+int QuorixBiosHostSpiChange(int owner);
+/* Whether the BIOS POST has completed. */
+int checkBIOSPostComplete(void);
+/* Whether the BIOS booted. */
+int checkBIOSBootOK(void);
+/* Selected image of flash (0 BIOS, 1 SCP) in bit 0. */
+int QuorixGetBIOSBootSelector(int flash);
+/* Selects image selector of flash (0 BIOS, 1 SCP). */
+int QuorixSetBIOSBootSelector(int selector, int flash);
+/* Sets the BIOS flash mode. */
+int setBIOSFlashMode(int mode);
+/* Whether the board has two BIOS flashes. */
+int CheckBIOSDoubleFlashSupport(void);
+/* SCP firmware version as text. */
+int QuorixGetSCPVersion(char *version, int size);
+/* Sets the SCP flash mode. */
+int setSCPFlashMode(int mode);
+/* Whether the board has two SCP flashes. */
+int CheckScpDoubleFlashSupport(void);
+/* Selects the SCP boot image. */
+int QuorixSetSCPBootSelector(int selector);
+/* Selected SCP boot image. */
+int QuorixGetSCPBootSelector(void);
+/* Boot index. */
+int QuorixGetBootIndex(void);
+/* Sets the ME mode flag. */
+int QuorixSetMeModeFlag(int mode);
+/* Current ME mode. */
+int QuorixGetMeCurrentMode(void);
+/* Sets the ME state control. */
+int QuorixSetMeStatCtrl(int state);
+/* Polls the node-manager scan information; returns 0. */
+int QuorixGetNmScanInfo(void);
+
+/* -- Sensors -- */
+/* Polls the DIMM temperatures of CPU cpu_index; returns 0. */
+int QuorixGetCpuDimmTemp(int cpu_index);
+/* Sensor reading into *reading; -1 if reading is NULL. */
+int QuorixGetSensorReading(int sensor_type, float *reading, int sensor_index);
+/* Reads a common temperature sensor. */
+int QuorixReadCommonTemp(int sensor_index, float *temp);
+/* Reads a board-specific temperature sensor. */
+int QuorixReadSpecialTemp(int sensor_index, float *temp);
+/* Asserts or deasserts a CPU or memory state event offset. */
+int QuorixCPUMEMStatCtrl(int device_type, int index, int event_offset, int assert_event);
+/* State of CPU cpu_index into *state. */
+int QuorixGetCPUStat(int cpu_index, unsigned char *state);
+/* State of DIMM dimm_index into *state. */
+int QuorixGetMEMStat(int dimm_index, unsigned char *state);
+/* DIMM disable bitmap. */
+int QuorixGetDimmDisable(unsigned char *bitmap, int length);
+/* RTC battery voltage in volts. */
+int GetHWRTCVolt(float *volt);
+
+/* -- Miscellaneous -- */
+/* Checks whether a factory-configuration reload was requested. */
+int BmcReloadFactoryConfigCheck(void);
+/* The platform's IPMI configuration table. */
+int QuorixGetPmcIpmiConfigTable(unsigned char *table, int length);
+/* The platform's string configuration table. */
+int QuorixGetPmcStrConfigTable(unsigned char *table, int length);
+/* Runs a platform console command. */
+int quorix_project_feature_cmd(int argc, char **argv);
+/* Opens a named pipe; -1 when the platform has no pipes. */
+int QuorixOpenPipe(const char *path, int flags, int mode);
+/* Reads from an open pipe; -1 when the platform has no pipes. */
+int QuorixReadPipe(int fd, unsigned char *buffer, int length);
+/* Writes length bytes to the named pipe path; returns the bytes written, -1 when the platform has no pipes. */
+int QuorixWritePipe(const char *path, unsigned char *buffer, int length);
+/* Update task id that a backplane board text belongs to; -1 if desc is NULL. */
+int QuorixGetTaskIDByBpDesc(const char *desc, int length);
+/* Sets the RTC time zone as an offset from UTC. */
+int RTC_SetTimezone(int utc_offset_minutes);
+/* Sets (1) or clears (0) the RTC lock. */
+int QuorixSetRtcLockStatus(int locked);
+
 /* ---- end feature forwarders ---- */
 
 /* Operations that compose several slots. */
@@ -107,16 +517,208 @@ char *SetDebugInformation(char *text);
 /* ==== Device state: power supplies, board/CPU/ME, disks and backplanes, FRU and EEPROM records, fans === */
 
 /* ---- devstate begin ---- */
+/* -- Power supplies (block region 67604..68879; up to 8 records of 159 bytes) -- */
+/* PSU count from the block, clamped to 8. */
+int ReadQuorixPSUNum(void);
+/* Same as ReadQuorixPSUNum. */
+int QuorixGetPsuNum(void);
+/* Configured PSU number (block byte 68877). */
+int ReadQuorixPSUConfigNum(void);
+/* Normal PSU number (block byte 68878). */
+int ReadQuorixPSUNormalNum(void);
+/* Redundant PSU number (block byte 68879). */
+int GetQuorixPSURedundantNum(void);
+/* Present byte of supply index (index == count accepted); -1 if index > min(count, 8). */
+int ReadQuorixPSUPresent(int index);
+/* PSU type byte of supply index, unchecked; -1 only if the record would lie outside the block. */
+int ReadQuorixPSUType(unsigned int index);
+/* PMBus STATUS_WORD of a present supply; 0 if absent or out of range. */
+int ReadQuorixPSUStatusWord(int index);
+/* PMBus VOUT status byte of a present supply; 0 if absent or out of range. */
+int ReadQuorixPSUVoutStatus(int index);
+/* PMBus IOUT status byte of a present supply; 0 if absent or out of range. */
+int ReadQuorixPSUIoutStatus(int index);
+/* PMBus input status byte of a present supply; 0 if absent or out of range. */
+int ReadQuorixPSUInputStatus(int index);
+/* PMBus temperature status byte of a present supply; 0 if absent or out of range. */
+int ReadQuorixPSUTemperatureStatus(int index);
+/* PMBus fan status byte of a present supply; 0 if absent or out of range. */
+int ReadQuorixPSUFanStatus(int index);
+/* Sum of the input power of the present supplies, watts, truncated to int. */
+int ReadQuorixPSUPower(void);
+/* Copies the 18 serial-number bytes of supply index (< 8) or "NULL" and its zero into serial (caller-owned,
+ * 18 bytes); 0, or -1 if serial is NULL. */
+int QuorixGetPSUSN(int index, unsigned char *serial);
+/* Fills the caller's 126-byte PSU summary record (readings rounded, Vout and currents x100); 0, or -1 if info
+ * is NULL or index > count. Absent or out-of-range supplies get bytes 2..31 = 255 and the rest 0. */
+int ReadQuorixPSUInfo(int index, unsigned char *info);
+/* Prints every supply's record to standard output; returns the last print's result. */
+int ShowAllPSUInfo(void);
+/* Reads supply information through the platform (caller's buffer of length bytes); runs the type-2 handling
+ * when a present supply of type 2 exists; returns the platform's read result. */
+int GetHwPSUInfo(int psu_index, unsigned char *buffer, int length);
+/* Programs supply psu_index from the image file (must be readable); PSUUpdating is 1 meanwhile; prints the
+ * outcome; returns the platform's result (0 done), or -1 when the image is missing. */
+int QuorixUpdatePSU(const char *image, unsigned char psu_index);
+/* Console "--flash-psu NAME": prints three lines; 0 when NAME holds no "psu", else QuorixUpdatePSU of
+ * "/var/psuimage" with the number after a leading "psu" (0 when none). */
+int psu_flash(const char *name);
+
+/* -- Board, CPUs, ME, CPLDs -- */
+/* CPU count, at most 4. */
+int QuorixGetCpuNum(void);
+/* Present byte of CPU index; 0 if index >= min(count, 4). */
+int QuorixGetCpuPresentStatus(int index);
+/* Fills the CPU present bytes from the platform once per process; returns 0. */
+int GetCpuStat(void);
+/* Bitmap of present CPUs (bit i = CPU i), also stored at block byte 6419669. */
+int GetConfiguredCPUBitMap(void);
+/* Number of bits set in value. */
+int GetBitCount(unsigned long long value);
+/* Front backplane count, at most 8 (no log). */
+int QuorixGetFrontBpNum(void);
+/* Rear backplane count, at most 5 (no log). */
+int QuorixGetRearBpNum(void);
+/* OCP card count, at most 2. */
+int QuorixGetOcpCardNum(void);
+/* System restart cause byte. */
+int QuorixGetSysRstartCause(void);
+/* Memory power, watts, truncated. */
+int GetMemoryPower(void);
+/* Writes the ME firmware version text ("4.1.5.123") into buffer (caller-owned, size >= 15 bytes, zeroed first);
+ * 0, or -1 with a console line on a NULL buffer or a smaller size. fw_index and reserved only appear in that line. */
+int QuorixGetMeRevision(int fw_index, int reserved, char *buffer, int size);
+/* Pushes the PCIe slot presence to the CPLD when the system power turns on; returns 0. */
+int QuorixSetPCIESlotPresentToCPLD(void);
+/* Prints the main-board, backplane and fan-plane CPLD fields of the block; returns the last print's result. */
+int ShowAllCPLDInfo(void);
+
+/* -- Disks and backplanes (front table 8 x 36, rear 5 x 36 records of 136 bytes); cpld_type 1 front, 2 rear -- */
+/* Copies a whole table image (39168 front / 24480 rear bytes) into the block; 0, or -1 on NULL or another type. */
+int WriteHwHDDInfo(const unsigned char *image, int cpld_type);
+/* Copies a whole table out of the block into image (caller-owned, table size); 0, or -1 on NULL or another type. */
+int QuorixGetHDDInfoFromShareMem(unsigned char *image, int cpld_type);
+/* Front backplane count; above 8 it logs (critical) and gives 8. */
+int QuorixReadFrontHDDBlackPlaneNum(void);
+/* Rear backplane count; above 5 it logs (critical) and gives 5. */
+int QuorixReadRearHDDBlackPlaneNum(void);
+/* Highest NVMe temperature (deg C) among present front disks first..last; 0 if first > last. */
+int GetMaxFrontHDDNVMETemp(int first, unsigned int last);
+/* Number of present front disks first..last; 0 if first > last. */
+int GetMaxFrontHDDNVMEPresentNum(int first, unsigned int last);
+/* Copies the 24 serial bytes of disk (0..77 front, 78..86 rear 0..8) or "NULL" and its zero into serial
+ * (caller-owned, 24 bytes); 0, or -1 if serial is NULL. */
+int QuorixGetHDDSN(int disk, unsigned char *serial);
+/* Disk slots of the backplanes in use for the type; -1 (with a console line) on another type. */
+int QuorixGetHDDNumSupport(int cpld_type);
+/* One disk-sensor scan of a table: debounces, counts and sends SEL events (sensors 150/151); 0, or -1 on another type. */
+int QuorixSetHDDSensor(int cpld_type);
+/* Posts a disk sensor event titled "DISK%d_Status" to the IDL log service; QuorixPostReqToIDL's result. */
+int QuorixHddStatusPostIdl(unsigned char event, unsigned char state, int disk, unsigned char sensor_number);
+/* Disk-sensor monitor state byte. */
+int QuorixGetHDDSensorMonitorState(void);
+/* 1 if a front backplane record has 6 disk slots, else 0. */
+int RackHarlo_Get_BackPlanePort(void);
+/* Slot of name in a table of count 9-byte entries (8-byte name, slot byte); 255 if none or count < 1. */
+int RackHarlo_Get_Slot(const char *name, const unsigned char *table, int count);
+/* Orders 32 source rack disk records (114 bytes each) by slot into 18 destination records (caller-owned,
+ * 18 x 114 bytes), marking empty slots "N/A"; 0, or -1 on NULL. */
+int RackHarlo_Formate_DiskInfo(const unsigned char *source, unsigned char *destination);
+
+/* -- FRU, asset records, scan enables, ME access, presence checks -- */
+/* Reads length FRU bytes into buffer; length on success, -1 (console line) on any other count, -2 if the
+ * platform has no FRU read. */
+int quorix_read_fru(int device, int offset, int length, unsigned char *buffer);
+/* Writes length FRU bytes; the platform's result, -1 for devices 30..33 or a failed write (console line),
+ * -2 if the platform has no FRU write. */
+int quorix_write_fru(int device, int offset, int length, unsigned char *buffer);
+/* Writes asset data to the EEPROM; at offset 29120 a success also sets the force-BIOS-info-to-CPLD flag. */
+int QuorixWriteAssetInfo2EEpromInterface(int offset, unsigned char *buffer, int length);
+/* ME access status byte (0 or 1). */
+int read_me_access_status(void);
+/* Sets the ME access status; 0, or -1 if value > 1 (nothing written). */
+int write_me_access_status(unsigned int value);
+/* Enable byte of device scan index (0..24); -1 if index > 24. */
+int read_device_scan_enable(unsigned int index);
+/* Sets device scan index (0..24) to value (0 off, 1 on, 2); 0, or -1 (nothing written). */
+int write_device_scan_enable(unsigned int index, unsigned int value);
+/* Turns all 25 device scans on; returns 0. */
+int StartQuorixMonitorScan(void);
+/* Turns all 25 device scans off; returns 0. */
+int StopQuorixMonitorScan(void);
+/* 0 if any backplane record is present (marker 254), else -1. */
+int checkBackPlanePresent(void);
+/* 0 if either fan-plane record is present (marker 254), else -1. */
+int checkFanPlanePresent(void);
+
+/* -- Fan information (block 0x200000: count, then up to 16 records of 32 bytes: present, health, front and
+ *    rear rpm (u16), duty %, rotor model, max rpm (u16), 16-byte name, 6 reserved) -- */
+/* Fan count, at most 16. */
+int QuorixGetFanNumber(void);
+/* Copies fan record index (32 bytes) into info (caller-owned); 0, or -1 on NULL or index outside the count. */
+int read_quorix_fan_info(int index, unsigned char *info);
+/* Stores fan record index (0..15) from info, raising the count to index + 1 if needed; 0, or -1. */
+int write_quorix_fan_info(int index, const unsigned char *info);
+/* Prints every fan record and the platform's summary health; returns that health value. */
+int show_fan_info(void);
 /* ---- devstate end ---- */
 
 /* ==== Crash and signal handling ========================================== */
 
 /* ---- signals begin ---- */
+/* Copies min(length, 32) bytes of module_name into the crash-report module name and installs the handler
+ * table; 0, or -1 (nothing installed) for a NULL name. length counts the terminator. */
+int QuorixInitSignals(const char *module_name, int length);
+/* Installs handler for signal signum with every signal blocked while it runs and SA_RESTART; returns 0
+ * (a failure is printed, not returned). */
+unsigned int InstallSignal(int signum, void (*handler)(int));
 /* ---- signals end ---- */
 
 /* ==== Pipes, message queues and daemon requests ========================== */
 
 /* ---- ipc begin ---- */
+/* IDL log request record (296 bytes, passed by value): byte 0 log type (0 keep the time stamp, 1 stamp with
+ * local time), byte 4 source, bytes 8-11 time stamp (u32 LE, seconds), bytes 12-295 body. */
+typedef struct QuorixIdlRecord {
+    unsigned char bytes[296];
+} QuorixIdlRecord;
+/* MCA request record (passed by value); all 256 bytes are sent. */
+typedef struct QuorixMcaRecord {
+    unsigned char bytes[256];
+} QuorixMcaRecord;
+/* SEL request (passed by value): bytes 0-8 generator id (2), EvM rev, sensor type, sensor number,
+ * event direction and type, event data 1-3; bytes 9-11 unused. */
+typedef struct QuorixSelEvent {
+    unsigned char bytes[12];
+} QuorixSelEvent;
+
+/* Creates the FIFO path (mode 0777) unless something already exists there; 0, or -1 with a console line. */
+int QuorixCreatePipe(const char *path);
+/* Returns the id of the message queue of key, creating it (0666); -1 on failure (logged). */
+int QuorixCreateMsgQueue(int key);
+/* Sends size (0..1024) bytes of data to the queue of key without blocking; 0, or -1 (logged). */
+int QuorixWriteMsgQueue(int key, const void *data, int size);
+/* Waits for the next message on queue msgid and copies min(size, 1024) payload bytes into buffer (zeroed
+ * first, size bytes, caller-owned); 0, or -1 (printed and logged). */
+int QuorixReadMsgQueue(int msgid, void *buffer, int size);
+/* Posts the record to the IDL log service (queue 12345); 1 for a log type above 1 (nothing sent), else
+ * QuorixWriteMsgQueue's result. */
+int QuorixPostReqToIDL(QuorixIdlRecord record);
+/* Posts the record to the MCA service (queue 12347); QuorixWriteMsgQueue's result. */
+int QuorixPostReqToMCA(QuorixMcaRecord record);
+/* Asks the IPMI main daemon to add the SEL event (18-byte record on its pipe); bytes written (18), or -1. */
+int QuorixAddSELToIPMIMain(QuorixSelEvent event);
+/* Asks the IPMI main daemon to reload (18-byte record on its pipe); bytes written (18), or -1. */
+int QuorixSendReloadToIPMIMain(void);
+/* Asks the one-key-log collector to collect (300-byte record on its pipe); bytes written (300), or -1. */
+int QuorixPostReqToOneKeyLog(void);
+/* Asks the Redfish SEL collector to collect (300-byte record on its pipe); bytes written (300), or -1. */
+int QuorixPostReqToRFSELCollectLog(void);
+/* Renames the calling thread and adds the update-task SEL event (kind 0x07 failure, 0x87 recovery); always 0. */
+int QuorixAddTaskFailToSEL(unsigned char kind, unsigned char task_id, unsigned char status);
+/* Sends a notice (message type 0..3; task id 0..14 or 255, sent for type 2 only) to the power-off scan
+ * task; 0 when all 1025 bytes went out, else -1 with a console line. */
+int QuorixNotifyTaskThread(unsigned int msg_type, unsigned int task_id);
 /* ---- ipc end ---- */
 
 /* ==== Configuration services: words, validators, secrets, syslog, SNMP, SMTP, BIOS = */
@@ -132,6 +734,58 @@ char *SetDebugInformation(char *text);
 /* ==== Power history ====================================================== */
 
 /* ---- history begin ---- */
+/* Size of one power-history record; fields (little-endian): channel c (0 total power, 1 class-3 reading,
+ * 2-9 supplies 0-7, 10-49 class-0 devices 0-39) u16 average at 4c and u16 maximum at 4c+2; u16 hour, day,
+ * month, year at 200, 202, 204, 206; u32 last sample at 208 and closing time at 212 (epoch seconds). */
+#define QUORIX_HISTORY_RECORD_SIZE 216
+/* History kinds: day (24 hourly records), month (31 daily), year (12 monthly). */
+#define QUORIX_HISTORY_DAY 1
+#define QUORIX_HISTORY_MONTH 2
+#define QUORIX_HISTORY_YEAR 3
+
+/* One node of a history ring: its record, list links (prev = older, next = newer) and fixed ring successor. */
+typedef struct QuorixHistoryNode {
+    unsigned char record[QUORIX_HISTORY_RECORD_SIZE];
+    struct QuorixHistoryNode *prev;
+    struct QuorixHistoryNode *next;
+    struct QuorixHistoryNode *ring_next;
+} QuorixHistoryNode;
+/* A history: the recorder's working area (50 channels of sample count, sum, maximum), the period marker,
+ * the oldest and newest nodes and the node area that follows this header in the same allocation. */
+typedef struct QuorixHistoryBlock {
+    unsigned int work[150];
+    unsigned int period;
+    QuorixHistoryNode *head;
+    QuorixHistoryNode *tail;
+    QuorixHistoryNode *nodes;
+} QuorixHistoryBlock;
+
+/* The day, month and year histories of this process; NULL until historyDataInit creates them. */
+extern QuorixHistoryBlock *dayHistoryLinkHead;
+extern QuorixHistoryBlock *monthHistoryLinkHead;
+extern QuorixHistoryBlock *yearHistoryLinkHead;
+/* While 1, historyDataRecord takes no sample (the readers raise it while they copy). */
+extern unsigned char getHistoryDataFlag;
+
+/* Creates the missing histories (day, month, year), each full of zero records; 0, or -1 with a console line. */
+int historyDataInit(void);
+/* Appends a copy of the 216-byte record, dropping the oldest when full; 0, or -1 for a NULL pointer. */
+int AddHistoryData(QuorixHistoryBlock *history, const unsigned char *record);
+/* Kind 1-3: records in that history (0 if missing); 129-131: 1 if it exists, else 0; kind 0: 0; else -1. */
+int getHistoryDataNum(int kind);
+/* Kind 1-3: erases every record to 0xFF and stamps the newest (bytes 208-211) with the time; 0; else -1. */
+int clearHistoryData(int kind);
+/* Takes one power sample from the shared block and closes hour, day and month records as the clock moves;
+ * 0, or -1 when the local time cannot be had. */
+int historyDataRecord(void);
+/* Copies the newest max_records filled records of history kind (1-3), oldest first, into buffer
+ * (max_records x 216 bytes, caller-owned); zero and erased records are skipped. Count copied, 0 if the
+ * history is missing, -1 for a bad kind, NULL buffer or negative max_records. */
+int getHistoryData(int kind, unsigned char *buffer, int max_records);
+/* Copies the filled records of history kind whose closing time (epoch seconds) lies in [from, to], oldest
+ * first, at most max_records (buffer of max_records x 216 bytes); count copied, 0 if missing, -1 for a bad
+ * kind, NULL buffer, negative max_records or from > to. */
+int copyHistoryData(int kind, unsigned int from, unsigned int to, unsigned char *buffer, int max_records);
 /* ---- history end ---- */
 
 /* ==== TF card storage ==================================================== */
@@ -147,11 +801,38 @@ char *SetDebugInformation(char *text);
 /* ==== Sensor value conversion ============================================ */
 
 /* ---- sensor begin ---- */
+/* Real value of a raw reading by the SDR formula (raw*m + b*10^K1) * 10^R, with K1 the low nibble of
+ * exponents (0..15, unsigned) and R = TO_R_EXP(high nibble). */
+double SdrConvertSensorReading(int raw, int m, int b, unsigned char exponents);
+/* SDR result exponent of a nibble (low 4 bits used): 0 -> 0, 8..15 -> -8..-1, 1..7 -> 7..1 (mirrored). */
+int TO_R_EXP(int nibble);
+/* Mean of count floats, one smallest and one largest left out when count > 2; NaN for count 0 or NULL
+ * values. Also stored through out unless it is NULL. */
+float GetAveValue(const float *values, int count, float *out);
+/* Temperature of a sensor through slot 24, truncated toward zero (degrees C); 0 when unbound or no slot. */
+float QuorixGetTempSensorReading(int sensor_type, int sensor_index);
+/* Power reading of a sensor through slot 25, truncated toward zero (watts); 0 when unbound or no slot. */
+float QuorixGetPowerSensorReading(int sensor_type, int sensor_index);
 /* ---- sensor end ---- */
 
 /* ==== Fan control curves ================================================= */
 
 /* ---- fan begin ---- */
+/* Curve type names by type byte: "FAN_TYPE_NONE", "FAN_TYPE_PID", "FAN_TYPE_LINER", "FAN_TYPE_PID_BJ". */
+extern const char quorix_fan_ctrl_type[4][20];
+/* One temperature sensor of the board: sensor number and NUL-padded name (34 bytes). */
+typedef struct QuorixTempSensorDesc {
+    unsigned short sensor_number;
+    char name[32];
+} QuorixTempSensorDesc;
+/* The board's 814 temperature sensors, indexed by sensor number (0 "INLET_TEMP", 8 "CPU0_TEMP", ...). */
+extern const QuorixTempSensorDesc g_temp_sensor_descrip[814];
+/* Applies one fan-curve command ("enable3", "liner2_temper1val45", "bjpid1_kp1.5", "pwmraise20", ...) to the
+ * curves in the shared block, printing what it does; a curve id outside the block is refused with a message.
+ * The result carries no status (-1 only for NULL or an unbound library). */
+int set_fan_param(char *command);
+/* Prints the PWM outputs and every curve in use to standard output; 0, or -1 when unbound. */
+int show_fan_param(void);
 /* ---- fan end ---- */
 
 #ifdef __cplusplus

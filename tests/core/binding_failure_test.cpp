@@ -40,7 +40,7 @@ TEST(MissingLibrary, ReportsErrnoTextAndDlerrorThenStaysUnbound) {
 TEST(MissingLibrary, GuardedHealthCheckRefusesWhilePlainForwarderFaults) {
     unsigned char health[4] = {};
     EXPECT_EQ(QuorixSysDevHealth(health, 4), -1);
-    qtest::ChildResult child = qtest::runInChild([] { checkSystemPowerOk(nullptr); });
+    qtest::ChildResult child = qtest::runInChild([] { checkSystemPowerOk(0, 0, 0); });
     EXPECT_FALSE(child.exited);
     EXPECT_EQ(child.status, SIGSEGV);
 }

@@ -2,7 +2,9 @@
 #include <pthread.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -184,6 +186,70 @@ TEST_F(ComposedOps, PowerButtonStateIsPassedOnUnderTheLock) {
     EXPECT_EQ(g_calls, (Calls{"153()", "78(90,1)"}));
     EXPECT_EQ(pthread_mutex_trylock(&PwrBtnmutex), 0) << "the lock is released afterwards";
     pthread_mutex_unlock(&PwrBtnmutex);
+}
+
+}  // namespace
+
+namespace {
+
+int g_traceSlot = -1;
+int traceUartSet(int) { g_traceSlot = 75; return 0x75; }
+int traceUartGet(unsigned char *status) { g_traceSlot = 76; *status = 9; return 0x76; }
+int traceCpuMismatch(unsigned char *) { g_traceSlot = 77; return 0x77; }
+int traceBlackBox(int, unsigned char *, int) { g_traceSlot = 29; return 0x29; }
+int traceHddSet(int, int, int, int action) { g_traceSlot = 43; return action; }
+int traceHddGet(int, int, int, unsigned char *action) { g_traceSlot = 44; *action = 1; return 0x44; }
+int traceVmd(int, int) { g_traceSlot = 45; return 0x45; }
+int traceOverCurrent() { g_traceSlot = 80; return 0x80; }
+
+struct TraceCase {
+    int slot;
+    std::function<int()> call;
+    int expectedResult;
+    std::string expectedLine;
+};
+
+class TraceForwarders : public qtest::BoundTest {};
+
+TEST_F(TraceForwarders, PrintTheirLineThenForward) {
+    qtest::replaceSlot(75, traceUartSet);
+    qtest::replaceSlot(76, traceUartGet);
+    qtest::replaceSlot(77, traceCpuMismatch);
+    qtest::replaceSlot(29, traceBlackBox);
+    qtest::replaceSlot(43, traceHddSet);
+    qtest::replaceSlot(44, traceHddGet);
+    qtest::replaceSlot(45, traceVmd);
+    qtest::replaceSlot(80, traceOverCurrent);
+    static unsigned char uart = 0x2A;
+    static unsigned char hddAction = 0;
+    const std::string mismatchAddress = std::to_string(static_cast<int>(reinterpret_cast<std::uintptr_t>(&uart)));
+    const std::vector<TraceCase> cases = {
+        {75, [] { return QuorixSetUARTSwitchStatusInterface(3); }, 0x75,
+         "run QuorixSetUARTSwitchStatusInterface:UARTSwitchStatus:3\n"},
+        {76, [] { return QuorixGetUARTSwitchStatusInterface(&uart); }, 0x76,
+         "run QuorixGetUARTSwitchStatusInterface:UARTSwitchStatus:42;\n"},
+        {77, [] { return QuorixGetCPUTypeMisMatchInterface(&uart); }, 0x77,
+         "run QuorixGetCPUTypeMisMatchInterface:QUORIX_CPU_TYPE_MISMATCH:" + mismatchAddress + ";\n"},
+        {29, [] { return QuorixGetPSUBlackBoxInfoInterface(1, nullptr, 0); }, 0x29,
+         "run QuorixGetPSUBlackBoxInfoInterface:QUORIX_PSU_BLACK_BOX_INFO_GET\n"},
+        {43, [] { return QuorixSetHDDLedPwrStatusInterface(1, 12, 2, 0x1234); }, 0x1234,
+         "run QuorixSetHDDLedPwrStatusInterface:BackPlaneType:1,SlotNumber:12,ActionType:2,Action:4660\n"},
+        {44, [] { return QuorixGetHDDLedPwrStatusInterface(2, 7, 1, &hddAction); }, 0x44,
+         "run QuorixGetHDDLedPwrStatusInterface:BackPlaneType:2,SlotNumber:7,ActionType:1;\n"},
+        {45, [] { return QuorixSetVMDStatusInterface(0, 1); }, 0x45, "run QuorixSetVMDStatusInterface;\n"},
+        {80, [] { return QuorixSystemOverCurrentProtectDetectShutdown(); }, 0x80,
+         "Run QuorixSystemOverCurrentProtectDetectShutdown......\n"},
+    };
+    for (const TraceCase &c : cases) {
+        g_traceSlot = -1;
+        int result = 0;
+        std::string out = qtest::captureStdout([&] { result = c.call(); });
+        EXPECT_EQ(out, c.expectedLine);
+        EXPECT_EQ(result, c.expectedResult);
+        EXPECT_EQ(g_traceSlot, c.slot);
+    }
+    EXPECT_EQ(uart, 9) << "the slot fills the byte after the trace printed the old value";
+    EXPECT_EQ(hddAction, 1);
 }
 
 }  // namespace
