@@ -21,6 +21,8 @@ install(FILES ${PROJECT_BINARY_DIR}/QuorixCommonInterfaceConfig.cmake
   ${PROJECT_BINARY_DIR}/QuorixCommonInterfaceConfigVersion.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/QuorixCommonInterface)
 
+file(RELATIVE_PATH QUORIX_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" QUORIX_PC_TO_PREFIX "${QUORIX_PC_TO_PREFIX}")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/quorix_common_interface.pc.in
   ${PROJECT_BINARY_DIR}/quorix_common_interface.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quorix_common_interface.pc

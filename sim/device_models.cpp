@@ -29,6 +29,22 @@ const std::vector<SlotModel> &deviceModels() {
     return models;
 }
 
-void resetDevices() {}
+// What an idle, healthy, powered-on server answers where no device model
+// says more: checks that report a state answer "yes", everything else 0.
+void resetDevices() {
+    static const struct {
+        int slot;
+        int result;
+    } kHealthyServer[] = {
+        {2, 1},    // system power good
+        {3, 1},    // PCP power good
+        {86, 1},   // BIOS POST complete
+        {144, 1},  // BMC POST complete
+        {145, 1},  // platform reset done
+        {171, 1},  // BIOS booted
+        {168, 1},  // FPGA enabled
+    };
+    for (const auto &entry : kHealthyServer) state().results[entry.slot] = entry.result;
+}
 
 }  // namespace sim

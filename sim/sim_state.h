@@ -16,6 +16,7 @@ enum class Fault : std::int32_t { None = 0, Fail = 1, Short = 2 };
 // Private to the simulator (its own shared-memory object, not the device
 // block), so simulation bookkeeping never shows up in device regions.
 struct State {
+    std::atomic<std::uint32_t> initialised;  // 0 in a fresh object: defaults not applied yet
     std::atomic<std::uint32_t> calls[kSlotCount];
     std::atomic<std::int32_t> results[kSlotCount];
     std::atomic<std::int32_t> faults[kSlotCount];

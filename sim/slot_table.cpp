@@ -73,6 +73,7 @@ __attribute__((visibility("default"))) int quorix_sim_reset(void) {
         st.faults[slot] = 0;
     }
     sim::resetDevices();
+    st.initialised = 1;
     quorix_sim_restore_table();
     return 0;
 }
@@ -97,6 +98,13 @@ __attribute__((visibility("default"))) int quorix_sim_set_fault(int slot, int fa
 }  // extern "C"
 
 namespace {
-// The table is complete as soon as the library is loaded.
-[[maybe_unused]] const bool tableReady = (quorix_sim_restore_table(), true);
+// The table is complete as soon as the library is loaded; the first process
+// to load the simulator gives the slots their healthy-server answers.
+[[maybe_unused]] const bool tableReady = [] {
+    quorix_sim_restore_table();
+    sim::State &st = sim::state();
+    std::uint32_t fresh = 0;
+    if (st.initialised.compare_exchange_strong(fresh, 1)) sim::resetDevices();
+    return true;
+}();
 }  // namespace

@@ -1,0 +1,22 @@
+# Runs the install, configures and builds the consumer, and runs both binaries.
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "failed (${rc}): ${ARGN}\n${out}\n${err}")
+  endif()
+endfunction()
+
+file(REMOVE_RECURSE ${PREFIX} ${CONSUMER_BUILD})
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${PREFIX})
+foreach(file include/quorix_common_interface.h lib/libquorix_common_interface.so.1 lib/pkgconfig/quorix_common_interface.pc
+             lib/cmake/QuorixCommonInterface/QuorixCommonInterfaceConfig.cmake)
+  if(NOT EXISTS ${PREFIX}/${file})
+    message(FATAL_ERROR "not installed: ${file}")
+  endif()
+endforeach()
+set(ENV{PKG_CONFIG_PATH} ${PREFIX}/lib/pkgconfig)
+run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE} -B ${CONSUMER_BUILD} -DCMAKE_PREFIX_PATH=${PREFIX})
+run(${CMAKE_COMMAND} --build ${CONSUMER_BUILD})
+set(ENV{LD_LIBRARY_PATH} ${PREFIX}/lib)
+run(${CONSUMER_BUILD}/consumer_cmake)
+run(${CONSUMER_BUILD}/consumer_pkgconfig)
