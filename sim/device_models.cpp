@@ -22,9 +22,19 @@ const std::vector<SlotModel> &deviceModels() {
         model<14>(&writeMainBoardEeprom),
         model<19>(&writeFruDevice),
         model<20>(&readFruDevice),
+        model<36>(&cpuPresent),
         model<148>(&openPipe),
         model<149>(&readPipe),
         model<150>(&writePipe),
+        model<55>(&programCpld),
+        model<56>(&programPsu),
+        model<59>(&upgradeVr),
+        model<60>(&upgradeVrPxe),
+        model<61>(&upgradeVrXdp),
+        model<62>(&upgradeVrMps),
+        model<169>(&programFpga),
+        model<182>(&programGpuFpga),
+        model<197>(&programScp),
     };
     return models;
 }
@@ -45,6 +55,7 @@ void resetDevices() {
         {168, 1},  // FPGA enabled
     };
     for (const auto &entry : kHealthyServer) state().results[entry.slot] = entry.result;
+    resetUpdateDevices();
 }
 
 }  // namespace sim

@@ -12,4 +12,17 @@ int openPipe(const char *path, int flags, int mode);
 int readPipe(int fd, unsigned char *buffer, int length);
 int writePipe(const char *path, unsigned char *buffer, int length);
 
+int programCpld(int kind, int index, const char *image_path, int trigger);
+int programPsu(const char *image_path, int psu_index);
+int upgradeVr(unsigned char *record, int length);
+int upgradeVrPxe(int vr_index, const char *image_path);
+int upgradeVrXdp(int vr_index, const char *image_path);
+int upgradeVrMps(int vr_index, const char *image_path);
+int programFpga(int kind, int index, const char *image_path, int trigger);
+int programGpuFpga(int kind, int index, const char *image_path, int trigger);
+int programScp(const char *image_path, int flash_index);
+void resetUpdateDevices();
+
+int cpuPresent(int cpu_index);
+
 }  // namespace sim

@@ -1,0 +1,66 @@
+// Fan information records: the count, record copies in and out, and the
+// console report with the platform's summary health (slot 12).
+#include <cstdio>
+#include <string>
+
+#include "core/export.h"
+#include "core/slot_table.h"
+#include "devstate/fan_layout.h"
+
+namespace {
+
+using namespace qrx::fan;
+
+qrx::ByteView block() { return qrx::sharedBlock(); }
+
+std::string fanName(std::size_t at) {
+    std::string name;
+    for (std::size_t i = 0; i < kNameLen; ++i) {
+        unsigned char c = block().u8(at + kName + i);
+        if (c == 0) break;
+        name += (c >= 0x20 && c < 0x7F) ? static_cast<char>(c) : '.';
+    }
+    return name;
+}
+
+}  // namespace
+
+extern "C" {
+
+QRX_EXPORT int QuorixGetFanNumber(void) { return clampedCount(); }
+
+QRX_EXPORT int read_quorix_fan_info(int index, unsigned char *info) {
+    if (info == nullptr || index < 0 || index >= clampedCount()) return -1;
+    block().copyOut(recordOffset(index), info, kRecordSize);
+    return 0;
+}
+
+// The monitor's writer: a record beyond the current count raises the count.
+QRX_EXPORT int write_quorix_fan_info(int index, const unsigned char *info) {
+    if (info == nullptr || index < 0 || index >= kMaxFans) return -1;
+    block().copyIn(recordOffset(index), info, kRecordSize);
+    if (count() < index + 1) block().setU8(kCountOffset, static_cast<unsigned char>(index + 1));
+    return 0;
+}
+
+QRX_EXPORT int show_fan_info(void) {
+    int n = clampedCount();
+    std::printf("show_fan_info:fan num %d;\n", n);
+    for (int i = 0; i < n; ++i) {
+        std::size_t at = recordOffset(i);
+        if (block().u8(at + kPresent) != 1) {
+            std::printf("    fan%d: absent;\n", i);
+            continue;
+        }
+        std::printf("    fan%d: Name: %s; Health: %d; FrontSpeed: %u rpm; RearSpeed: %u rpm; MaxSpeed: %u rpm; "
+                    "Duty: %u%%; RotorModel: %u;\n",
+                    i, fanName(at).c_str(), block().u8(at + kHealth), block().u16(at + kFrontSpeed),
+                    block().u16(at + kRearSpeed), block().u16(at + kMaxSpeed), block().u8(at + kDuty),
+                    block().u8(at + kRotorModel));
+    }
+    int health = qrx::slotFn<12>()();
+    std::printf("    FanSummaryHealth: %d;\n", health);
+    return health;
+}
+
+}  // extern "C"

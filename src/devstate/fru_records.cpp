@@ -1,0 +1,110 @@
+// FRU access with its length checks and protected devices, the asset write
+// side effect, scan enables, ME access and the presence checks.
+#include <cstdio>
+
+#include "core/export.h"
+#include "core/slot_table.h"
+#include "devstate/flags_layout.h"
+
+namespace {
+
+using namespace qrx::flags;
+
+constexpr int kFirstProtectedFru = 30;  // devices 30..33 are never written from here
+constexpr int kLastProtectedFru = 33;
+constexpr int kAssetInfoEepromOffset = 29120;
+
+qrx::ByteView block() { return qrx::sharedBlock(); }
+
+bool markedPresent(std::size_t presence, std::size_t marker) {
+    return block().u8(presence) != 0 && block().u8(marker) == kValidMarker;
+}
+
+bool backplanePresent(int k) {
+    return markedPresent(kBackplanePresenceOffset + kBackplaneStride * k, kBackplaneMarkerOffset + kBackplaneStride * k);
+}
+
+void setAllScans(unsigned char value) {
+    for (unsigned k = 0; k < kScanCount; ++k) block().setU8(kScanEnableOffset + k, value);
+}
+
+}  // namespace
+
+extern "C" {
+
+// A short read is a failure, never a partial success.
+QRX_EXPORT int quorix_read_fru(int device, int offset, int length, unsigned char *buffer) {
+    auto read = qrx::slotFn<20>();
+    if (read == nullptr) return -2;
+    int got = read(device, offset, length, buffer);
+    if (got == length) return length;
+    std::printf("[INFO]: Read FRU Info Failed. Length = %d\n", got);
+    return -1;
+}
+
+QRX_EXPORT int quorix_write_fru(int device, int offset, int length, unsigned char *buffer) {
+    if (device >= kFirstProtectedFru && device <= kLastProtectedFru) return -1;
+    auto write = qrx::slotFn<19>();
+    if (write == nullptr) return -2;
+    int result = write(device, offset, length, buffer);
+    if (result == -1) {
+        std::printf("[INFO]: Write FRU Info Failed. Ret = %d\n", result);
+        return -1;
+    }
+    return result;
+}
+
+QRX_EXPORT int QuorixWriteAssetInfo2EEpromInterface(int offset, unsigned char *buffer, int length) {
+    int result = qrx::slotFn<16>()(offset, buffer, length);
+    if (result == 0 && offset == kAssetInfoEepromOffset) {
+        // New asset data: the BIOS information must reach the CPLD again.
+        std::printf("ForceSetBiosInfo2Cpld when write asset info,offset:0x%x!! \n", kAssetInfoEepromOffset);
+        block().setU8(kForceBiosInfoToCpldOffset, 1);
+    }
+    return result;
+}
+
+QRX_EXPORT int read_me_access_status(void) { return block().u8(kMeAccessOffset); }
+
+QRX_EXPORT int write_me_access_status(unsigned int value) {
+    if (value > kMeAccessMax) return -1;
+    block().setU8(kMeAccessOffset, static_cast<unsigned char>(value));
+    return 0;
+}
+
+QRX_EXPORT int read_device_scan_enable(unsigned int index) {
+    if (index >= kScanCount) return -1;
+    return block().u8(kScanEnableOffset + index);
+}
+
+QRX_EXPORT int write_device_scan_enable(unsigned int index, unsigned int value) {
+    if (index >= kScanCount || value > kScanEnableMax) return -1;
+    block().setU8(kScanEnableOffset + index, static_cast<unsigned char>(value));
+    return 0;
+}
+
+QRX_EXPORT int StartQuorixMonitorScan(void) {
+    setAllScans(1);
+    return 0;
+}
+
+QRX_EXPORT int StopQuorixMonitorScan(void) {
+    setAllScans(0);
+    return 0;
+}
+
+QRX_EXPORT int checkBackPlanePresent(void) {
+    for (int k = 0; k < kBackplaneFirstPass; ++k)
+        if (backplanePresent(k)) return 0;
+    for (int k = kBackplaneFirstPass; k < kBackplaneRecords; ++k)
+        if (backplanePresent(k)) return 0;
+    return -1;
+}
+
+QRX_EXPORT int checkFanPlanePresent(void) {
+    if (markedPresent(kFanPlanePresenceOffset, kFanPlaneMarkerOffset)) return 0;
+    if (block().u8(kFanPlanePresenceOffset + kFanPlaneStride) == 0) return -1;
+    return block().u8(kFanPlaneMarkerOffset + kFanPlaneStride) == kValidMarker ? 0 : -1;
+}
+
+}  // extern "C"

@@ -1,0 +1,86 @@
+// Fan information records and their console report.
+#include <string>
+#include <vector>
+
+#include "devstate_test_util.h"
+
+namespace {
+
+using dtest::block;
+
+constexpr std::size_t kFanCount = 0x200000;
+constexpr std::size_t kFanRecords = 0x200001;
+
+std::vector<unsigned char> fanRecord(unsigned char present, unsigned char health, unsigned front, unsigned rear,
+                                     unsigned char duty, unsigned char model, unsigned max, const std::string &name) {
+    std::vector<unsigned char> r(32, 0);
+    r[0] = present;
+    r[1] = health;
+    r[2] = static_cast<unsigned char>(front);
+    r[3] = static_cast<unsigned char>(front >> 8);
+    r[4] = static_cast<unsigned char>(rear);
+    r[5] = static_cast<unsigned char>(rear >> 8);
+    r[6] = duty;
+    r[7] = model;
+    r[8] = static_cast<unsigned char>(max);
+    r[9] = static_cast<unsigned char>(max >> 8);
+    std::copy(name.begin(), name.end(), r.begin() + 10);
+    return r;
+}
+
+class FanInfo : public qtest::BoundTest {};
+
+TEST_F(FanInfo, WriteAndRead_KeepTheRecordAndRaiseTheCount) {
+    auto fan2 = fanRecord(1, 0, 0x1234, 0x2345, 55, 3, 0x4567, "FAN2");
+    EXPECT_EQ(write_quorix_fan_info(2, fan2.data()), 0);
+    EXPECT_EQ(block().u8(kFanCount), 3);
+    EXPECT_EQ(qtest::blockBytes(kFanRecords + 64, 32), fan2);
+    EXPECT_EQ(QuorixGetFanNumber(), 3);
+    std::vector<unsigned char> out(33, 0xEE);
+    EXPECT_EQ(read_quorix_fan_info(2, out.data()), 0);
+    EXPECT_EQ(std::vector<unsigned char>(out.begin(), out.begin() + 32), fan2);
+    EXPECT_EQ(out[32], 0xEE);
+    // A lower index keeps the count.
+    EXPECT_EQ(write_quorix_fan_info(0, fan2.data()), 0);
+    EXPECT_EQ(block().u8(kFanCount), 3);
+}
+
+TEST_F(FanInfo, Bounds_AreCheckedAgainstTheCountAndTheRegion) {
+    std::vector<unsigned char> buf(32, 0x11);
+    block().setU8(kFanCount, 2);
+    EXPECT_EQ(read_quorix_fan_info(1, buf.data()), 0);
+    EXPECT_EQ(read_quorix_fan_info(2, buf.data()), -1);
+    EXPECT_EQ(read_quorix_fan_info(-1, buf.data()), -1);
+    EXPECT_EQ(read_quorix_fan_info(0, nullptr), -1);
+    EXPECT_EQ(write_quorix_fan_info(16, buf.data()), -1);
+    EXPECT_EQ(write_quorix_fan_info(-1, buf.data()), -1);
+    EXPECT_EQ(write_quorix_fan_info(0, nullptr), -1);
+    EXPECT_EQ(qtest::blockBytes(kFanRecords + 32 * 16, 32), std::vector<unsigned char>(32, 0));
+    block().setU8(kFanCount, 40);
+    EXPECT_EQ(QuorixGetFanNumber(), 16);
+    EXPECT_EQ(read_quorix_fan_info(15, buf.data()), 0);
+    EXPECT_EQ(read_quorix_fan_info(16, buf.data()), -1);
+}
+
+int fanHealth() { return 2; }
+
+TEST_F(FanInfo, Show_PrintsEveryFanAndTheSummaryHealth) {
+    qtest::replaceSlot(12, fanHealth);
+    auto fan0 = fanRecord(1, 0, 8200, 7900, 45, 1, 12000, "FAN0");
+    auto fan2 = fanRecord(1, 2, 0, 0, 100, 1, 12000, "FAN2\x01");
+    write_quorix_fan_info(0, fan0.data());
+    write_quorix_fan_info(2, fan2.data());
+    int result = 0;
+    std::string out = qtest::captureStdout([&] { result = show_fan_info(); });
+    EXPECT_EQ(out,
+              "show_fan_info:fan num 3;\n"
+              "    fan0: Name: FAN0; Health: 0; FrontSpeed: 8200 rpm; RearSpeed: 7900 rpm; MaxSpeed: 12000 rpm; Duty: 45%; "
+              "RotorModel: 1;\n"
+              "    fan1: absent;\n"
+              "    fan2: Name: FAN2.; Health: 2; FrontSpeed: 0 rpm; RearSpeed: 0 rpm; MaxSpeed: 12000 rpm; Duty: 100%; "
+              "RotorModel: 1;\n"
+              "    FanSummaryHealth: 2;\n");
+    EXPECT_EQ(result, 2);
+}
+
+}  // namespace

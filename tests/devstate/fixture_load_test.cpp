@@ -1,0 +1,109 @@
+// The shipped device fixtures, loaded by quorixctl into the shared block and
+// read back through the library's own readers.
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "devstate_test_util.h"
+
+namespace {
+
+struct CtlRun {
+    int status;
+    std::string out;
+};
+
+CtlRun quorixctl(const std::string &args) {
+    std::string command = std::string(QUORIXCTL_PATH) + " " + args + " 2>&1";
+    CtlRun run{-1, ""};
+    FILE *p = popen(command.c_str(), "r");
+    if (p == nullptr) return run;
+    char buf[512];
+    std::size_t n;
+    while ((n = fread(buf, 1, sizeof buf, p)) > 0) run.out.append(buf, n);
+    int status = pclose(p);
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return run;
+}
+
+std::string fixture(const char *name) { return std::string(FIXTURE_DIR) + "/" + name; }
+
+std::string text(const unsigned char *p, std::size_t len) {
+    std::string s;
+    for (std::size_t i = 0; i < len && p[i] != 0; ++i) s += static_cast<char>(p[i]);
+    return s;
+}
+
+class DeviceFixture : public qtest::BoundTest {};
+
+TEST_F(DeviceFixture, Server_FillsSuppliesCpusMeDisksAndFans) {
+    CtlRun run = quorixctl("sim load " + fixture("server-2psu-2cpu-12disk.json"));
+    ASSERT_EQ(run.status, 0) << run.out;
+    EXPECT_EQ(run.out, "loaded " + fixture("server-2psu-2cpu-12disk.json") +
+                           ": 0 block regions, 0 slot results, 23 device records\n");
+    EXPECT_EQ(ReadQuorixPSUNum(), 2);
+    EXPECT_EQ(GetQuorixPSURedundantNum(), 1);
+    EXPECT_EQ(ReadQuorixPSUPower(), 420);  // 212.5 + 208.25
+    unsigned char info[126];
+    ASSERT_EQ(ReadQuorixPSUInfo(1, info), 0);
+    EXPECT_EQ(info[1], 1);
+    EXPECT_EQ(info[16] | (info[17] << 8), 208);   // input power, rounded
+    EXPECT_EQ(info[22] | (info[23] << 8), 1220);  // 12.2 V x 100
+    EXPECT_EQ(text(info + 68, 18), "QP16A240501702");
+    EXPECT_EQ(std::vector<unsigned char>(info + 120, info + 126),
+              (std::vector<unsigned char>{0x18, 0x05, 0x11, 0, 0, 0}));
+    EXPECT_EQ(QuorixGetCpuNum(), 2);
+    EXPECT_EQ(GetConfiguredCPUBitMap(), 3);
+    char me[16];
+    ASSERT_EQ(QuorixGetMeRevision(0, 0, me, sizeof me), 0);
+    EXPECT_EQ(std::string(me), "4.1.5.123");
+    EXPECT_EQ(QuorixReadFrontHDDBlackPlaneNum(), 1);
+    EXPECT_EQ(QuorixGetHDDNumSupport(1), 12);
+    unsigned char sn[24];
+    ASSERT_EQ(QuorixGetHDDSN(7, sn), 0);
+    EXPECT_EQ(text(sn, 24), "WD-QX5512307");
+    EXPECT_EQ(dtest::block().u8(49 + 136 * 7 + 4), 2);  // the faulty disk
+    EXPECT_EQ(QuorixGetFanNumber(), 6);
+    EXPECT_EQ(read_device_scan_enable(24), 1);
+    EXPECT_EQ(checkBackPlanePresent(), 0);
+}
+
+TEST_F(DeviceFixture, Storage_HasAnAbsentSupplyAndRearNvmeDisks) {
+    ASSERT_EQ(quorixctl("sim load " + fixture("storage-4psu-24disk-rear-nvme.json")).status, 0);
+    EXPECT_EQ(ReadQuorixPSUNum(), 4);
+    EXPECT_EQ(ReadQuorixPSUPresent(2), 0);
+    EXPECT_EQ(ReadQuorixPSUStatusWord(3), 0x0842);
+    EXPECT_EQ(QuorixGetHDDNumSupport(1), 24);
+    EXPECT_EQ(QuorixGetHDDNumSupport(2), 6);
+    unsigned char sn[24];
+    ASSERT_EQ(QuorixGetHDDSN(78 + 3, sn), 0);
+    EXPECT_EQ(text(sn, 24), "NV-QX00009103");
+    EXPECT_EQ(RackHarlo_Get_BackPlanePort(), 0);
+}
+
+TEST_F(DeviceFixture, Rack_SelectsTheTwentyTwoSlotReport) {
+    ASSERT_EQ(quorixctl("sim load " + fixture("rack-nvme-6disk.json")).status, 0);
+    EXPECT_EQ(RackHarlo_Get_BackPlanePort(), 1);
+    EXPECT_EQ(GetMaxFrontHDDNVMETemp(0, 5), 46);
+    EXPECT_EQ(GetMaxFrontHDDNVMEPresentNum(0, 7), 6);
+    CtlRun run = quorixctl("disk rack " + fixture("rack-nvme-6disk.json"));
+    ASSERT_EQ(run.status, 0) << run.out;
+    EXPECT_NE(run.out.find("slot 10: NVME8    02 01 08\n"), std::string::npos) << run.out;
+    EXPECT_NE(run.out.find("slot 17: NVME1    02 01 01\n"), std::string::npos) << run.out;
+}
+
+TEST_F(DeviceFixture, BadRecords_AreRefusedWithTheirReason) {
+    qtest::writeFile("/tmp/bad-psu.json", R"({"devices": {"psus": {"records": [{"index": 9, "present": 1}]}}})");
+    CtlRun run = quorixctl("sim load /tmp/bad-psu.json");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, "quorixctl: psu index 9 outside 0..7\n");
+    EXPECT_EQ(ReadQuorixPSUNum(), 0);
+    qtest::writeFile("/tmp/bad-side.json", R"({"devices": {"disks": [{"side": "top", "index": 0}]}})");
+    run = quorixctl("sim load /tmp/bad-side.json");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, "quorixctl: side must be \"front\" or \"rear\", not \"top\"\n");
+}
+
+}  // namespace
