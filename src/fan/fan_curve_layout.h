@@ -1,0 +1,93 @@
+// Fan-control curves, PWM outputs and the raise setting in the shared block.
+//
+//   0x00FF26            u8   number of PWM outputs
+//   0x618FF4            u8   number of curves in use
+//   0x618FF7 + 202 id   202  curve record id
+//   0x61C277 + n        u8   final PWM of output n
+//   0x61C28D            u8   PWM raise when one fan is missing
+//   0x622252 + 4 n      4    output n: u16 sensor index, u8 effective type, u8 effective PWM
+//
+// Curve record (byte-packed, little-endian):
+//   0 type (0 none, 1 PID, 2 linear, 3 PID_BJ)   1 enabled (1)
+//   linear: 2 f32 current PWM, 6 direction (0 up), 7 last temperature,
+//           8 delay, 9 rising point count, rising point i at 8+2i (PWM) / 9+2i
+//           (temperature), falling point i at 48+2i / 49+2i, 90 falling point
+//           count, 109/110/111 threshold80/threshold100/thresholddelay
+//   PID:    6 set point, 7 f32 kp, 11 f32 ki, 15 f32 kd, 29 delay,
+//           30/31/32 threshold80/threshold100/thresholddelay
+//   both:   116 u16 sensor number, 122 + 4w f32 weight w (w = 0..19)
+// Point index 0 overlays the delay and point count (bytes 8, 9) and falling
+// point 0 overlays rising point 20: the layout is shared with the controller.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "core/shared_block.h"
+
+namespace qrx::fancurve {
+
+inline constexpr std::size_t kPwmCountOffset = 0xFF26;
+inline constexpr std::size_t kCurveCountOffset = 0x618FF4;
+inline constexpr std::size_t kCurvesOffset = 0x618FF7;
+inline constexpr std::size_t kCurveSize = 202;
+inline constexpr std::size_t kFinalPwmOffset = 0x61C277;
+inline constexpr std::size_t kMissingFanRaiseOffset = 0x61C28D;
+inline constexpr std::size_t kOutputsOffset = 0x622252;
+inline constexpr std::size_t kOutputSize = 4;
+
+enum CurveType : std::uint8_t { kTypeNone = 0, kTypePid = 1, kTypeLinear = 2, kTypePidBj = 3 };
+inline constexpr unsigned kTypeCount = 4;
+
+namespace curve {
+inline constexpr std::size_t kType = 0;
+inline constexpr std::size_t kEnabled = 1;
+inline constexpr std::size_t kPwm = 2;
+inline constexpr std::size_t kDirection = 6;
+inline constexpr std::size_t kLastTemperature = 7;
+inline constexpr std::size_t kDelay = 8;
+inline constexpr std::size_t kPointCount = 9;
+inline constexpr std::size_t kRisingPwm = 8;          // + 2i
+inline constexpr std::size_t kRisingTemperature = 9;  // + 2i
+inline constexpr std::size_t kFallingPwm = 48;        // + 2i
+inline constexpr std::size_t kFallingTemperature = 49;
+inline constexpr std::size_t kFallingPointCount = 90;
+inline constexpr std::size_t kThreshold80 = 109;
+inline constexpr std::size_t kThreshold100 = 110;
+inline constexpr std::size_t kThresholdDelay = 111;
+inline constexpr int kMaxRisingPoints = 19;   // points 1..19 end before the falling array
+inline constexpr int kMaxFallingPoints = 20;  // points 1..20 end before the falling count
+
+inline constexpr std::size_t kPidSetPoint = 6;
+inline constexpr std::size_t kPidKp = 7;
+inline constexpr std::size_t kPidKi = 11;
+inline constexpr std::size_t kPidKd = 15;
+inline constexpr std::size_t kPidDelay = 29;
+inline constexpr std::size_t kPidThreshold80 = 30;
+inline constexpr std::size_t kPidThreshold100 = 31;
+inline constexpr std::size_t kPidThresholdDelay = 32;
+
+inline constexpr std::size_t kSensorNumber = 116;
+inline constexpr std::size_t kWeights = 122;  // + 4w
+inline constexpr int kMaxWeight = 19;
+inline constexpr int kReportedWeights = 12;
+static_assert(kWeights + 4 * (kMaxWeight + 1) == kCurveSize, "the weights end the record");
+}  // namespace curve
+
+namespace output {
+inline constexpr std::size_t kSensorIndex = 0;
+inline constexpr std::size_t kEffectiveType = 2;
+inline constexpr std::size_t kEffectivePwm = 3;
+}  // namespace output
+
+// Block offset of curve id's record (outside the block for a bad id).
+inline constexpr long long curveOffset(long long id) {
+    return static_cast<long long>(kCurvesOffset) + static_cast<long long>(kCurveSize) * id;
+}
+
+inline bool insideBlock(long long offset, long long length) {
+    return offset >= 0 && length >= 0 &&
+           insideSharedBlock(static_cast<std::size_t>(offset), static_cast<std::size_t>(length));
+}
+
+}  // namespace qrx::fancurve

@@ -1,0 +1,79 @@
+// Power-history record and the shared-block readings the recorder samples.
+//
+// Record (216 bytes, little-endian), one per closed period:
+//     0 + 4c  u16  channel c average     2 + 4c  u16  channel c maximum
+//   channels: 0 total power, 1 class-3 reading, 2..9 supplies 0-7,
+//             10..49 class-0 devices 0-39
+//   200 u16 hour  202 u16 day  204 u16 month  206 u16 year (closing time)
+//   208 u32 refreshed by every sample of the period (epoch seconds)
+//   212 u32 closed at (epoch seconds)
+// A record of 216 0xFF bytes is erased; a zero record was never filled.
+//
+// Shared-block readings (device-state regions, read only here):
+//   0x0FF3C + 9j   u8   class-0 device j present (1)   j = 0..39
+//   0x0FF3D + 9j   u16  class-0 device j reading
+//   0x10816 + 159i u8   supply i present (1)            i = 0..7
+//   0x1082F + 159i f32  supply i reading (input power)
+//   0x1153C        u16  total power
+//   0x13823        f32  class-3 reading; 255 means absent
+#pragma once
+
+#include <cstddef>
+
+#include "core/byte_access.h"
+
+namespace qrx::history {
+
+inline constexpr std::size_t kRecordSize = 216;
+inline constexpr int kChannels = 50;
+inline constexpr int kTotalChannel = 0;
+inline constexpr int kClass3Channel = 1;
+inline constexpr int kFirstSupplyChannel = 2;
+inline constexpr int kSupplies = 8;
+inline constexpr int kFirstDeviceChannel = 10;
+inline constexpr int kDevices = 40;
+static_assert(kFirstDeviceChannel + kDevices == kChannels, "channel map");
+
+inline constexpr std::size_t averageOffset(int channel) {
+    return 4 * static_cast<std::size_t>(channel);
+}
+inline constexpr std::size_t maximumOffset(int channel) {
+    return averageOffset(channel) + 2;
+}
+inline constexpr std::size_t kHourOffset = 200;
+inline constexpr std::size_t kDayOffset = 202;
+inline constexpr std::size_t kMonthOffset = 204;
+inline constexpr std::size_t kYearOffset = 206;
+inline constexpr std::size_t kRefreshedOffset = 208;
+inline constexpr std::size_t kClosedOffset = 212;
+static_assert(maximumOffset(kChannels - 1) + 2 == kHourOffset, "channels fill bytes 0..199");
+static_assert(kClosedOffset + 4 == kRecordSize, "record size");
+
+// Working area: 50 channels of (sample count, sum, maximum).
+inline constexpr int kWorkWords = 3 * kChannels;
+static_assert(kWorkWords * 4 == 600, "working area size");
+
+// Shared-block readings.
+inline constexpr std::size_t kDevicePresentBase = 0xFF3C;
+inline constexpr std::size_t kDeviceReadingBase = 0xFF3D;
+inline constexpr std::size_t kDeviceStride = 9;
+inline constexpr std::size_t kSupplyPresentBase = 0x10816;
+inline constexpr std::size_t kSupplyReadingBase = 0x1082F;
+inline constexpr std::size_t kSupplyStride = 159;
+inline constexpr std::size_t kTotalPowerOffset = 0x1153C;
+inline constexpr std::size_t kClass3ReadingOffset = 0x13823;
+inline constexpr unsigned kClass3Absent = 255;
+
+// Device-scan classes that gate the channels; a scan byte of 2 means "sample".
+inline constexpr unsigned kClass0Scan = 0;
+inline constexpr unsigned kSupplyScan = 1;
+inline constexpr unsigned kClass3Scan = 3;
+inline constexpr int kScanSampling = 2;
+
+// History kinds of the exported calls.
+inline constexpr int kDay = 1;
+inline constexpr int kMonth = 2;
+inline constexpr int kYear = 3;
+inline constexpr int kExistsFlag = 0x80;  // 129..131 ask whether a history exists
+
+}  // namespace qrx::history

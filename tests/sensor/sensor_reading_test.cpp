@@ -1,0 +1,80 @@
+// The reading calls through slots 23, 24 and 25.
+#include <climits>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "quorix_test.h"
+
+namespace {
+
+float g_reading = 0.0f;
+std::vector<int> g_args;
+float g_scratchSeen = -1.0f;
+
+float readSensor(int type, int index, float *value) {
+    g_args = {type, index};
+    g_scratchSeen = *value;
+    *value = 99.0f;  // scratch only: never the result
+    return g_reading;
+}
+
+int sensorReading(int type, float *reading, int index) {
+    g_args = {type, index};
+    *reading = 12.5f;
+    return 0x5A;
+}
+
+class Readings : public qtest::BoundTest {
+protected:
+    void SetUp() override {
+        BoundTest::SetUp();
+        g_args.clear();
+        g_scratchSeen = -1.0f;
+    }
+};
+
+TEST_F(Readings, TemperatureAndPowerAreTruncatedTowardZero) {
+    qtest::replaceSlot(24, readSensor);
+    qtest::replaceSlot(25, readSensor);
+    const struct {
+        float slot;
+        float expected;
+    } cases[] = {
+        {41.9f, 41.0f},
+        {-3.7f, -3.0f},
+        {0.99f, 0.0f},
+        {-0.5f, 0.0f},
+        {255.0f, 255.0f},
+        {std::numeric_limits<float>::quiet_NaN(), 0.0f},
+        {3e9f, static_cast<float>(INT_MAX)},
+        {-3e9f, static_cast<float>(INT_MIN)},
+    };
+    for (const auto &c : cases) {
+        g_reading = c.slot;
+        EXPECT_EQ(QuorixGetTempSensorReading(0x01, 0x1234), c.expected) << c.slot;
+        EXPECT_EQ(g_args, (std::vector<int>{0x01, 0x1234}));
+        EXPECT_EQ(g_scratchSeen, 0.0f);
+        EXPECT_EQ(QuorixGetPowerSensorReading(0x0B, 0x56), c.expected) << c.slot;
+        EXPECT_EQ(g_args, (std::vector<int>{0x0B, 0x56}));
+    }
+}
+
+TEST_F(Readings, EmptySlotsReadAsZero) {
+    intf_handle[24] = nullptr;
+    intf_handle[25] = nullptr;
+    EXPECT_EQ(QuorixGetTempSensorReading(1, 2), 0.0f);
+    EXPECT_EQ(QuorixGetPowerSensorReading(1, 2), 0.0f);
+}
+
+TEST_F(Readings, SensorReadingRefusesANullOutputAndForwardsOtherwise) {
+    qtest::replaceSlot(23, sensorReading);
+    EXPECT_EQ(QuorixGetSensorReading(3, nullptr, 4), -1);
+    EXPECT_TRUE(g_args.empty());
+    float reading = 0.0f;
+    EXPECT_EQ(QuorixGetSensorReading(3, &reading, 4), 0x5A);
+    EXPECT_EQ(g_args, (std::vector<int>{3, 4}));
+    EXPECT_EQ(reading, 12.5f);
+}
+
+}  // namespace
