@@ -1,0 +1,27 @@
+// Protection of stored passwords (SNMP pass phrases, the SMTP password).
+//
+// The exported calls print their failures and keep the platform's argument
+// shapes; the configuration services call these C++ forms.
+#pragma once
+
+#include <cstddef>
+
+namespace qrx::config {
+
+inline constexpr const char *kEncryptionFeature = "CONFIG_FEATURE_ENABLE_USERPSWD_ENCRYPTION";
+// Longest clear text the in-place calls protect.
+inline constexpr int kInPlaceMaxLength = 64;
+// Longest clear text the base64 calls protect (its base64 form fills 128 bytes).
+inline constexpr int kBase64MaxLength = 96;
+
+// True when stored passwords are protected on this build.
+bool encryptionOn();
+// In place, same length: 0 on success (also when encryption is off), -1 on failure.
+int protectInPlace(unsigned char *buf, int length);
+int unprotectInPlace(unsigned char *buf, int length);
+// Blowfish then base64 into out (zeroed by the caller, at least 2 x length bytes).
+int protectToBase64(const char *plain, char *out, const char *key, int length);
+// Base64 then Blowfish into out (size bytes, zero-filled behind the text).
+int unprotectFromBase64(const char *b64, char *out, const char *key, std::size_t size);
+
+}  // namespace qrx::config

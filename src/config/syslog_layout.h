@@ -1,0 +1,81 @@
+// The syslog area of the shared block and the syslog configuration as the
+// writer, the parser and the set interface exchange it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "core/byte_access.h"
+
+namespace qrx::config::syslog {
+
+// Shared-block offsets.
+inline constexpr std::size_t kSyslogEnableOffset = 0x621E01;  // 1 disabled, 2 enabled
+inline constexpr std::size_t kTagOffset = 0x621E02;           // index into SyslogTagStr
+inline constexpr std::size_t kLevelOffset = 0x621E03;         // index into SyslogLevelStr
+inline constexpr std::size_t kProtocolOffset = 0x621E04;      // index into SyslogProtocalStr
+inline constexpr std::size_t kDestOffset = 0x621E05;
+inline constexpr std::size_t kDestCount = 4;
+inline constexpr std::size_t kTagTextOffset = 0x621ED9;
+inline constexpr std::size_t kTagTextSize = 32;
+
+// Destination record: in the block, in the writer record and in get responses.
+inline constexpr std::size_t kDestEnable = 0;
+inline constexpr std::size_t kDestType = 1;
+inline constexpr std::size_t kDestHost = 2;
+inline constexpr std::size_t kDestHostSize = 47;
+inline constexpr std::size_t kDestPort = 49;  // u32, little-endian
+inline constexpr std::size_t kDestRecordSize = 53;
+static_assert(kDestPort + 4 == kDestRecordSize, "destination record is 53 bytes");
+static_assert(kDestOffset + kDestCount * kDestRecordSize == kTagTextOffset, "tag text follows the destinations");
+inline constexpr std::size_t kHostTextMax = kDestHostSize - 1;
+
+// Writer record: four globals, four destinations, the test target.
+inline constexpr std::size_t kGlobalsSize = 4;
+inline constexpr std::size_t kWriterDestOffset = kGlobalsSize;
+inline constexpr std::size_t kWriterTestTarget = kWriterDestOffset + kDestCount * kDestRecordSize;
+inline constexpr std::size_t kWriterRecordSize = kWriterTestTarget + 1;
+static_assert(kWriterRecordSize == 217, "writer record is 217 bytes");
+
+inline constexpr std::uint8_t kSyslogDisabled = 1;
+inline constexpr std::uint8_t kSyslogEnabled = 2;
+inline constexpr std::uint8_t kNoTestTarget = 255;
+inline constexpr int kProtocolUdp = 0;
+inline constexpr int kProtocolTcp = 1;
+inline constexpr int kProtocolTlsOneWay = 2;
+inline constexpr int kProtocolTlsTwoWay = 3;
+
+struct Destination {
+    std::uint8_t enable = 0;
+    std::uint8_t type = 3;
+    std::string host;  // at most 46 characters
+    std::uint32_t port = 514;
+
+    bool operator==(const Destination &o) const {
+        return enable == o.enable && type == o.type && host == o.host && port == o.port;
+    }
+};
+
+// Start-up defaults as member initialisers.
+struct SyslogConfig {
+    std::uint8_t syslog = kSyslogDisabled;
+    std::uint8_t tag = 0;
+    std::uint8_t level = 1;
+    std::uint8_t protocol = 1;
+    Destination dest[kDestCount];
+    std::uint8_t testTarget = kNoTestTarget;
+};
+
+// A 53-byte destination record through a byte view.
+Destination readDestination(ByteView record);
+void writeDestination(ByteView record, const Destination &d);
+
+// The configuration in the shared block (test target: none).
+SyslogConfig readBlockConfig();
+void storeBlockConfig(const SyslogConfig &c);
+// The 217-byte writer record.
+SyslogConfig readWriterRecord(const unsigned char *record);
+void writeWriterRecord(const SyslogConfig &c, unsigned char *record);
+
+}  // namespace qrx::config::syslog
