@@ -22,6 +22,8 @@ unsigned int quorix_sim_call_count(int slot);
 int quorix_sim_set_result(int slot, int value);
 /* Fault of a device slot: 0 none, 1 the transfer fails (-1), 2 the transfer is cut to half its length. */
 int quorix_sim_set_fault(int slot, int fault);
+/* Time a programming slot (55, 56, 59-62, 169, 182, 197) takes, in milliseconds (0 after a reset). */
+int quorix_sim_set_program_time(int slot, unsigned int milliseconds);
 
 #ifdef __cplusplus
 }

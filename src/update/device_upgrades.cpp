@@ -1,0 +1,256 @@
+// Update runs of the parts without an estimate of their own: power supplies
+// (task 5), the BIOS/SCP flashes (tasks 1 and 11), the GPU FPGA and CEC
+// (tasks 8 and 9), the voltage regulators (task 6) and the check of the first
+// BIOS boot after an update. Each records its start time, moves its task
+// through QuorixSetTaskStatus and posts one IDL line per device.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <string>
+
+#include "core/export.h"
+#include "core/slot_table.h"
+#include "quorix_common_interface.h"
+#include "update/update_internal.h"
+#include "update/update_layout.h"
+
+namespace qrx::update {
+namespace {
+
+constexpr std::uint8_t kIdlKindPsu = 3;
+constexpr std::uint8_t kIdlKindVr = 4;
+constexpr std::uint8_t kIdlKindFpga = 5;
+constexpr std::uint8_t kIdlKindFlash = 6;
+constexpr std::size_t kIdlTextSize = 256;
+constexpr int kDone = 100;
+
+constexpr int kFlashBios = 0;
+constexpr int kFlashScp = 1;
+constexpr int kGpuFpgaKind = 0;
+constexpr int kGpuCecKind = 1;
+
+// VR upgrade request kept in the main-board EEPROM by whoever stages a VR
+// image (web or IPMI upload), handed to the platform as it stands.
+constexpr int kVrRecordOffset = 3840;
+constexpr int kVrRecordSize = 48;
+namespace vr {
+constexpr std::size_t kRequest = 0;    // 1: an upgrade waits
+constexpr std::size_t kVendor = 1;     // 0 any, 1 PXE, 2 XDP, 3 MPS
+constexpr std::size_t kIndex = 2;      // VR index
+constexpr std::size_t kOperation = 3;  // set here: 0 check, 1 upgrade
+constexpr std::size_t kImage = 4;      // NUL-terminated path, 44 bytes
+constexpr std::size_t kImageLen = kVrRecordSize - kImage;
+}  // namespace vr
+constexpr std::uint8_t kVrRequested = 1;
+constexpr std::uint8_t kVrOpCheck = 0;
+constexpr std::uint8_t kVrOpUpgrade = 1;
+
+// First boot of a freshly flashed BIOS: byte 3892 is 1 until it is seen to
+// boot; byte 3893 counts the boots that did not come up.
+constexpr int kBiosVerifyOffset = 3892;
+constexpr int kBiosFailedBootsOffset = 3893;
+constexpr std::uint8_t kBiosVerifyPending = 1;
+constexpr int kBiosBootTries = 3;
+
+bool imageReadable(const char *image) {
+    return image != nullptr && access(image, R_OK) == 0;
+}
+
+void postDeviceLine(std::uint8_t kind, const std::string &device, const char *image, int result) {
+    std::string version;
+    const char *word = result == 0 ? "successed" : "failed";
+    char text[kIdlTextSize];
+    if (image != nullptr && readSideFile(image, version))
+        std::snprintf(text, sizeof text, "%s upgrade to version %s %s", device.c_str(), version.c_str(), word);
+    else
+        std::snprintf(text, sizeof text, "%s upgrade with image %s %s", device.c_str(),
+                      image == nullptr ? "NULL" : image, word);
+    postUpdateLine(kind, text);
+}
+
+int programFlash(const char *image, int flash) {
+    if (flash != kFlashBios && flash != kFlashScp) {
+        std::printf("QuorixUpdateSCP: no flash %d\n", flash);
+        return -2;
+    }
+    if (!imageReadable(image)) {
+        std::printf("QuorixUpdateSCP: image %s not found\n", image == nullptr ? "(null)" : image);
+        return -1;
+    }
+    int id = flash == kFlashBios ? kTaskBios : kTaskScp;
+    beginTaskRun(id, image);
+    int result = slotFn<197>()(image, flash);
+    endTaskRun(id, result);
+    postDeviceLine(kIdlKindFlash, flash == kFlashBios ? "BIOS flash" : "SCP flash", image, result);
+    return result;
+}
+
+int programGpuFpga(int kind, const char *image) {
+    int id = kind == kGpuFpgaKind ? kTaskGpuFpga : kTaskGpuCec;
+    const char *device = kind == kGpuFpgaKind ? "GPU FPGA" : "GPU CEC";
+    if (!imageReadable(image)) {
+        std::printf("%s image %s not found\n", device, image == nullptr ? "(null)" : image);
+        return -1;
+    }
+    // Progress comes from the FPGA estimate, which needs the start time.
+    std::time_t now = std::time(nullptr);
+    taskRecord(id).setU8(task::kId, static_cast<std::uint8_t>(id));
+    QuorixSetFileName(id, image);
+    taskRecord(id).setU32(task::kStartTime, static_cast<std::uint32_t>(now));
+    std::printf("\r\n=====start update fpga time:%ld file:%s======\r\n", static_cast<long>(now), image);
+    QuorixSetTaskStatus(id, kStatusRunning);
+    int result = slotFn<182>()(kind, 0, image, taskRecord(id).u8(task::kTrigger));
+    QuorixSetTaskStatus(id, result == 0 ? kStatusFinished : kStatusFailed);
+    postDeviceLine(kIdlKindFpga, device, image, result);
+    return result;
+}
+
+bool readVrRecord(unsigned char *record) {
+    return QuorixReadMainBoardEEprom(kVrRecordOffset, record, kVrRecordSize) == kVrRecordSize &&
+           record[vr::kRequest] == kVrRequested;
+}
+
+int vrCheckUpgrade() {
+    unsigned char record[kVrRecordSize] = {};
+    if (!readVrRecord(record)) return -1;
+    record[vr::kOperation] = kVrOpCheck;
+    return slotFn<59>()(record, kVrRecordSize);
+}
+
+int vrAutoUpgrade() {
+    unsigned char record[kVrRecordSize] = {};
+    if (!readVrRecord(record)) return -2;
+    char staged[vr::kImageLen + 1] = {};
+    std::memcpy(staged, record + vr::kImage, vr::kImageLen);
+    beginTaskRun(kTaskVr, staged);
+    record[vr::kOperation] = kVrOpUpgrade;
+    int result = slotFn<59>()(record, kVrRecordSize);
+    // The request is used up either way, so a bad image is not retried on every start.
+    unsigned char cleared = 0;
+    QuorixWriteMainBoardEEprom(kVrRecordOffset + static_cast<int>(vr::kRequest), &cleared, 1);
+    endTaskRun(kTaskVr, result);
+    postDeviceLine(kIdlKindVr, "VR" + std::to_string(record[vr::kIndex]), staged, result);
+    return result;
+}
+
+using VrProgrammer = int (*)(int, const char *);
+
+int vrUpgrade(const char *vendor, VrProgrammer program, int index, const char *image) {
+    if (!imageReadable(image)) {
+        std::printf("VR%d %s image %s not found\n", index, vendor, image == nullptr ? "(null)" : image);
+        return -1;
+    }
+    beginTaskRun(kTaskVr, image);
+    int result = program(index, image);
+    endTaskRun(kTaskVr, result);
+    postDeviceLine(kIdlKindVr, "VR" + std::to_string(index) + " (" + vendor + ")", image, result);
+    return result;
+}
+
+// After a BIOS update on a double-flash board: confirm the first boot, or
+// after three boots that never came up, go back to the other image.
+void verifyBiosBoot() {
+    unsigned char failed = 0;
+    if (QuorixReadMainBoardEEprom(kBiosFailedBootsOffset, &failed, 1) != 1) failed = 0;
+    unsigned char clear = 0;
+    if (checkBIOSBootOK() == 1) {
+        QuorixWriteMainBoardEEprom(kBiosVerifyOffset, &clear, 1);
+        QuorixWriteMainBoardEEprom(kBiosFailedBootsOffset, &clear, 1);
+        QuorixSetTaskStatus(kTaskBios, kStatusFinished);
+        postUpdateLine(kIdlKindFlash, "BIOS boot-up after upgrade successed");
+        return;
+    }
+    failed = failed == 0xFF ? 1 : static_cast<unsigned char>(failed + 1);
+    if (failed < kBiosBootTries) {
+        QuorixWriteMainBoardEEprom(kBiosFailedBootsOffset, &failed, 1);
+        return;
+    }
+    int other = (QuorixGetBIOSBootSelector(kFlashBios) & 1) ^ 1;
+    QuorixSetBIOSBootSelector(other, kFlashBios);
+    QuorixWriteMainBoardEEprom(kBiosVerifyOffset, &clear, 1);
+    QuorixWriteMainBoardEEprom(kBiosFailedBootsOffset, &clear, 1);
+    QuorixSetTaskStatus(kTaskBios, kStatusFailed);
+    char text[kIdlTextSize];
+    std::snprintf(text, sizeof text, "BIOS boot-up after upgrade failed, switched to image %d", other);
+    postUpdateLine(kIdlKindFlash, text);
+}
+
+int biosBootUpMonitor() {
+    if (CheckBIOSDoubleFlashSupport() == 0) return 0;
+    unsigned char pending = 0;
+    if (QuorixReadMainBoardEEprom(kBiosVerifyOffset, &pending, 1) == 1 && pending == kBiosVerifyPending)
+        verifyBiosBoot();
+    return 0;
+}
+
+}  // namespace
+
+void beginTaskRun(int id, const char *image) {
+    // This run is the updater: it names itself and its image in the record.
+    taskRecord(id).setU8(task::kId, static_cast<std::uint8_t>(id));
+    if (image != nullptr) QuorixSetFileName(id, image);
+    taskRecord(id).setU32(task::kStartTime, static_cast<std::uint32_t>(std::time(nullptr)));
+    QuorixSetFlashProgress(id, 0);
+    QuorixSetTaskStatus(id, kStatusRunning);
+}
+
+void endTaskRun(int id, int result) {
+    if (result == 0) QuorixSetFlashProgress(id, kDone);
+    QuorixSetTaskStatus(id, result == 0 ? kStatusFinished : kStatusFailed);
+}
+
+void psuUpdateStarted(int psu_index, const char *image) {
+    (void)psu_index;
+    beginTaskRun(kTaskPsu, image);
+}
+
+void psuUpdateFinished(int psu_index, const char *image, int result) {
+    endTaskRun(kTaskPsu, result);
+    postDeviceLine(kIdlKindPsu, "PSU" + std::to_string(psu_index), image, result);
+}
+
+}  // namespace qrx::update
+
+using namespace qrx::update;
+
+extern "C" {
+
+QRX_EXPORT int QuorixUpdateSCP(const char *image_path, int flash) {
+    return programFlash(image_path, flash);
+}
+
+QRX_EXPORT int QuorixUpdateHgx2Fpga(const char *image_path) {
+    return programGpuFpga(kGpuFpgaKind, image_path);
+}
+
+QRX_EXPORT int QuorixUpdateGPUCECFpga(const char *image_path) {
+    return programGpuFpga(kGpuCecKind, image_path);
+}
+
+QRX_EXPORT int QuorixInVRCheckUpgrade(void) {
+    return vrCheckUpgrade();
+}
+
+QRX_EXPORT int QuorixInVRAutoUpgrade(void) {
+    return vrAutoUpgrade();
+}
+
+QRX_EXPORT int QuorixInVRPXEUpgrade(int vr_index, const char *image_path) {
+    return vrUpgrade("PXE", qrx::slotFn<60>(), vr_index, image_path);
+}
+
+QRX_EXPORT int QuorixInVRXDPUpgrade(int vr_index, const char *image_path) {
+    return vrUpgrade("XDP", qrx::slotFn<61>(), vr_index, image_path);
+}
+
+QRX_EXPORT int QuorixInVRMPSUpgrade(int vr_index, const char *image_path) {
+    return vrUpgrade("MPS", qrx::slotFn<62>(), vr_index, image_path);
+}
+
+QRX_EXPORT int QuorixBIOSBootUpMonitor(void) {
+    return biosBootUpMonitor();
+}
+
+}  // extern "C"

@@ -1,0 +1,30 @@
+// Internal entry points shared by the update sources (task table, runs and
+// the device upgrades).
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace qrx::update {
+
+// Component name of a task in the status report; "" for ids without one.
+const char *componentName(int id);
+
+// Bookkeeping of one run of a task with a stored progress byte: id byte,
+// image name (when given), start time, progress 0 and status 2; then
+// progress 100 and status 3, or status 4.
+void beginTaskRun(int id, const char *image);
+void endTaskRun(int id, int result);
+
+// Update line to the IDL log service: log type 1, kind byte 13, flag 1.
+void postUpdateLine(std::uint8_t kind, const char *text);
+
+// New version text from "<image>.version" (up to 40 bytes, line end dropped);
+// false when the side file is missing or empty.
+bool readSideFile(const char *image, std::string &version);
+
+// Task-5 bookkeeping around one supply's programming (QuorixUpdatePSU).
+void psuUpdateStarted(int psu_index, const char *image);
+void psuUpdateFinished(int psu_index, const char *image, int result);
+
+}  // namespace qrx::update
