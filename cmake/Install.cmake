@@ -27,3 +27,10 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/quorix_common_interface.pc.in
   ${PROJECT_BINARY_DIR}/quorix_common_interface.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/quorix_common_interface.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# Factory-default configuration files, read from "/etc/defconfig" when "/conf" has none. Relative to the
+# install prefix by default; a firmware image build sets QUORIX_DEFCONFIG_DIR=/etc/defconfig.
+set(QUORIX_DEFCONFIG_DIR "${CMAKE_INSTALL_SYSCONFDIR}/defconfig" CACHE STRING
+  "Where the factory-default configuration files are installed (absolute, or relative to the prefix)")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/data/defconfig/ DESTINATION ${QUORIX_DEFCONFIG_DIR}
+  FILES_MATCHING PATTERN "*.json")

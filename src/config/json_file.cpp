@@ -1,0 +1,110 @@
+// Lookup, parsing and atomic replacement of the JSON configuration files.
+#include "config/json_file.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace qrx::config::json {
+
+namespace {
+
+bool exists(const std::string &path) {
+    return access(path.c_str(), F_OK) == 0;
+}
+
+bool writeAll(int fd, const char *data, std::size_t length) {
+    while (length > 0) {
+        ssize_t n = write(fd, data, length);
+        if (n < 0) {
+            if (errno == EINTR) continue;
+            return false;
+        }
+        data += n;
+        length -= static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+std::string directoryOf(const std::string &path) {
+    std::size_t slash = path.rfind('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+}  // namespace
+
+std::string sourceFor(const char *name) {
+    std::string conf = std::string(kConfDir) + name;
+    if (exists(conf)) return conf;
+    std::string def = std::string(kDefaultDir) + name;
+    if (exists(def)) return def;
+    return {};
+}
+
+Ptr parseFile(const std::string &path, int tries) {
+    for (int i = 0; i < tries; ++i) {
+        Ptr root(json_object_from_file(path.c_str()));
+        // A bare scalar parses too; configuration files are objects.
+        if (root && json_object_is_type(root.get(), json_type_object)) return root;
+    }
+    return nullptr;
+}
+
+json_object *member(json_object *obj, const char *key, int tries) {
+    json_object *value = nullptr;
+    for (int i = 0; i < tries; ++i)
+        if (json_object_object_get_ex(obj, key, &value) && value != nullptr) return value;
+    return nullptr;
+}
+
+int intMember(json_object *obj, const char *key) {
+    json_object *value = nullptr;
+    // Only integers count: a number written as text or a float loads as 0.
+    if (!json_object_object_get_ex(obj, key, &value) || !json_object_is_type(value, json_type_int)) return 0;
+    return json_object_get_int(value);
+}
+
+void copyStringMember(json_object *obj, const char *key, unsigned char *dst, std::size_t bound) {
+    json_object *value = nullptr;
+    if (!json_object_object_get_ex(obj, key, &value) || value == nullptr) return;
+    // Only strings are taken; a number or object in a text field leaves it empty.
+    if (!json_object_is_type(value, json_type_string)) return;
+    const char *text = json_object_get_string(value);
+    std::size_t length = strnlen(text, bound);
+    std::memcpy(dst, text, length);
+}
+
+json_object *fieldString(const unsigned char *field, std::size_t size) {
+    return json_object_new_string_len(reinterpret_cast<const char *>(field),
+                                      static_cast<int>(strnlen(reinterpret_cast<const char *>(field), size)));
+}
+
+bool writeAtomically(json_object *obj, const std::string &path) {
+    if (obj == nullptr) return false;
+    const char *text = json_object_to_json_string_ext(obj, JSON_C_TO_STRING_PRETTY);
+    if (text == nullptr) return false;
+    std::string temp = path + ".XXXXXX";
+    int fd = mkstemp(temp.data());
+    if (fd < 0) return false;
+    bool ok = writeAll(fd, text, std::strlen(text)) && writeAll(fd, "\n", 1) && fchmod(fd, 0644) == 0 && fsync(fd) == 0;
+    ok = (close(fd) == 0) && ok;
+    if (ok) ok = rename(temp.c_str(), path.c_str()) == 0;
+    if (!ok) {
+        unlink(temp.c_str());
+        return false;
+    }
+    // Make the rename itself durable.
+    int dir = open(directoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dir >= 0) {
+        fsync(dir);
+        close(dir);
+    }
+    return true;
+}
+
+}  // namespace qrx::config::json

@@ -1,0 +1,45 @@
+// Shared pieces of the SNMP trap, SNMP agent and SMTP services.
+#include "config/snmp_common.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "quorix_common_interface.h"
+
+namespace qrx::config::svc {
+
+void traceLine(const char *function, int line, const char *format, ...) {
+    std::printf("[%s %d] ", function, line);
+    va_list ap;
+    va_start(ap, format);
+    std::vprintf(format, ap);
+    va_end(ap);
+}
+
+void postDestinationTest(std::uint8_t code) {
+    QuorixIdlRecord record{};
+    record.bytes[0] = 1;     // stamp with the current time
+    record.bytes[4] = 0x24;  // alert test
+    record.bytes[12] = 0xFF;
+    record.bytes[13] = code;
+    record.bytes[14] = 1;
+    QuorixPostReqToIDL(record);
+}
+
+bool charsIn(const unsigned char *bytes, std::size_t length, unsigned char low) {
+    if (bytes == nullptr) return false;
+    for (std::size_t i = 0; i < length; ++i)
+        if (bytes[i] != 0 && (bytes[i] < low || bytes[i] > 0x7E)) return false;
+    return true;
+}
+
+bool acceptableAddress(const unsigned char *text, std::size_t length) {
+    char buffer[128] = {};
+    std::memcpy(buffer, text, length < sizeof buffer - 1 ? length : sizeof buffer - 1);
+    if (QuorixIsValidIpv6(buffer) == 0 || QuorixIsValidIpv4(buffer) == 0 || QuorixIsValidDomain(buffer) == 0)
+        return true;
+    return buffer[0] == '\0';
+}
+
+}  // namespace qrx::config::svc

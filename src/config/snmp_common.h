@@ -1,0 +1,38 @@
+// Pieces the SNMP trap, SNMP agent and SMTP services share: completion
+// codes, the IDL request for a destination and the traced console lines.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace qrx::config::svc {
+
+inline constexpr unsigned kCcOk = 0x00;
+inline constexpr unsigned kCcReqDataLenInvalid = 0xC7;
+inline constexpr unsigned kCcParamOutOfRange = 0xC9;
+inline constexpr unsigned kCcInvalidDataField = 0xCC;
+inline constexpr unsigned kCcNotAllowedNow = 0xD5;
+inline constexpr unsigned kCcUnspecified = 0xFF;
+
+inline constexpr unsigned kLevelError = 2;
+inline constexpr const char *kModule = "IPMI";
+
+// "[function line] message" on standard output.
+void traceLine(const char *function, int line, const char *format, ...) __attribute__((format(printf, 3, 4)));
+
+// Posts the alert-test request for destination code (trap 0..3, mail 4..7) to the IDL service.
+void postDestinationTest(std::uint8_t code);
+
+// Each byte 0 or within [low, 0x7E].
+bool charsIn(const unsigned char *bytes, std::size_t length, unsigned char low);
+inline bool strictText(const unsigned char *b, std::size_t n) {
+    return charsIn(b, n, 0x21);
+}
+inline bool blankTolerantText(const unsigned char *b, std::size_t n) {
+    return charsIn(b, n, 0x20);
+}
+
+// An IPv6 or IPv4 address or a domain name, or empty.
+bool acceptableAddress(const unsigned char *text, std::size_t length);
+
+}  // namespace qrx::config::svc

@@ -1,0 +1,49 @@
+// SNMP trap configuration in the shared block: the 179-byte trap record and
+// the four 52-byte destination entries right before it.
+#pragma once
+
+#include <cstddef>
+
+namespace qrx::config::snmptrap {
+
+inline constexpr std::size_t kDestBlockOffset = 0x621C7E;
+inline constexpr std::size_t kRecordOffset = 0x621D4E;
+
+// Trap record (also the layout of whole-record requests and of the loader).
+inline constexpr std::size_t kVersion = 0;     // 0 Disable, 1 V1, 2 V2C, 3 V3
+inline constexpr std::size_t kEventLevel = 1;  // 0 Info, 1 Warning, 2 Critical
+inline constexpr std::size_t kCommunity = 2;   // protected
+inline constexpr std::size_t kCommunitySize = 17;
+inline constexpr std::size_t kHostId = 19;
+inline constexpr std::size_t kHostIdSize = 17;
+inline constexpr std::size_t kUserName = 36;
+inline constexpr std::size_t kUserNameSize = 17;
+inline constexpr std::size_t kAuthProtocol = 53;
+inline constexpr std::size_t kAuthProtocolSize = 17;
+inline constexpr std::size_t kAuthPassword = 70;  // protected
+inline constexpr std::size_t kPassSize = 21;
+inline constexpr std::size_t kPrivProtocol = 91;
+inline constexpr std::size_t kPrivProtocolSize = 17;
+inline constexpr std::size_t kPrivPassword = 108;  // protected
+inline constexpr std::size_t kEngineId = 129;
+inline constexpr std::size_t kEngineIdSize = 49;
+inline constexpr std::size_t kDeviceType = 178;
+inline constexpr std::size_t kRecordSize = 179;
+static_assert(kDeviceType + 1 == kRecordSize, "trap record is 179 bytes");
+static_assert(kPrivPassword + kPassSize == kEngineId, "engine ID follows the privacy pass phrase");
+
+// Destination entry.
+inline constexpr std::size_t kDestEnabled = 0;
+inline constexpr std::size_t kDestAddress = 1;
+inline constexpr std::size_t kDestAddressSize = 47;
+inline constexpr std::size_t kDestPort = 48;  // u32 little-endian, <= 65535
+inline constexpr std::size_t kDestEntrySize = 52;
+inline constexpr std::size_t kDestCount = 4;
+inline constexpr std::size_t kDestBlockSize = kDestCount * kDestEntrySize;
+static_assert(kDestBlockSize == 208, "destination block is 208 bytes");
+static_assert(kDestBlockOffset + kDestBlockSize == kRecordOffset, "trap record follows the destinations");
+
+inline constexpr const char *kFileName = "SnmpTrapCfg.json";
+inline constexpr const char *kConfPath = "/conf/SnmpTrapCfg.json";
+
+}  // namespace qrx::config::snmptrap

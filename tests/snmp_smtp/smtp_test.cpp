@@ -1,0 +1,305 @@
+// SMTP configuration: record and recipient parameters, whole records, the
+// OEM get without the password, the JSON file and its loader.
+#include <cstring>
+#include <string>
+
+#include "../ipc/ipc_test_support.h"
+#include "svc_test_util.h"
+
+namespace {
+
+using namespace svctest;
+
+constexpr std::size_t kRec = 0x621F91;
+constexpr std::size_t kRcpt = 0x62209D;
+constexpr const char *kFile = "/conf/SmtpCfg.json";
+
+unsigned set(const Bytes &r) {
+    return QuorixSetBMCSmtpCfgInterface(r.data(), static_cast<int>(r.size()));
+}
+Bytes rec(std::size_t off, std::size_t len) {
+    return qtest::blockBytes(kRec + off, len);
+}
+
+class Smtp : public qtest::BoundTest {
+protected:
+    void SetUp() override {
+        BoundTest::SetUp();
+        logIpmiToConsole();
+    }
+    std::pair<Bytes, std::string> snapshot() {
+        return {qtest::blockBytes(kRec, 268 + 332), qtest::fileExists(kFile) ? qtest::readFile(kFile) : "<none>"};
+    }
+};
+
+TEST_F(Smtp, FlagParameters_Table) {
+    struct Case {
+        unsigned char param;
+        std::size_t offset;
+        unsigned char max;
+    } cases[] = {{0, 0, 1}, {4, 52, 1}, {5, 53, 1}, {6, 54, 1}, {11, 264, 1}, {12, 265, 1}, {13, 266, 1}, {14, 267, 2}};
+    for (const Case &c : cases) {
+        auto before = snapshot();
+        EXPECT_EQ(set({0, c.param, static_cast<unsigned char>(c.max + 1)}), 0xC9u) << int(c.param);
+        EXPECT_EQ(set({0, c.param, c.max, 0}), 0xC7u) << int(c.param);
+        EXPECT_EQ(snapshot(), before) << int(c.param);
+        EXPECT_EQ(set({0, c.param, c.max}), 0u) << int(c.param);
+        EXPECT_EQ(rec(c.offset, 1), Bytes{c.max}) << int(c.param);
+        Json j(kFile);
+        EXPECT_NE(j.root, nullptr);
+    }
+    EXPECT_EQ(set({0, 15, 0}), 0xC9u);
+    EXPECT_EQ(set({0, 0}), 0xC7u);
+    EXPECT_EQ(set({3, 0, 0}), 0xC9u);
+}
+
+TEST_F(Smtp, Ports_LittleEndianSingly_BigEndianInWholeRecord) {
+    EXPECT_EQ(set({0, 2, 0x19, 0x00}), 0u);
+    EXPECT_EQ(rec(48, 2), (Bytes{0x19, 0x00}));
+    EXPECT_EQ(set({0, 3, 0x34, 0x12}), 0u);
+    EXPECT_EQ(rec(50, 2), (Bytes{0x34, 0x12}));
+    EXPECT_EQ(set({0, 2, 0x19}), 0xC7u);
+    Json j(kFile);
+    EXPECT_EQ(j.num("SmtpCfg", "SmtpPort"), 25);
+    EXPECT_EQ(j.num("SmtpCfg", "SmtpSecurePort"), 0x1234);
+}
+
+TEST_F(Smtp, TextParameters_RulesAndWholeLengths) {
+    EXPECT_EQ(set(req({0, 1}, "smtp.example.com")), 0u);
+    EXPECT_EQ(rec(1, 17), text("smtp.example.com", 17));
+    std::string out = qtest::captureStdout([] { EXPECT_EQ(set(req({0, 1}, "nodots")), 0xCCu); });
+    EXPECT_NE(out.find("Invalid data format of SMTP Server Address!"), std::string::npos) << out;
+    EXPECT_EQ(set(req({0, 1}, "a b.com")), 0xC9u);
+    EXPECT_EQ(set(req({0, 1}, std::string(48, 'a'))), 0xC7u);
+    // Subject: blanks allowed; 16 characters with n = 18.
+    EXPECT_EQ(set(req({0, 10}, "Two words")), 0u);
+    EXPECT_EQ(set(req({0, 10}, "sixteen chars ok")), 0u);
+    EXPECT_EQ(rec(247, 17), text("sixteen chars ok", 17));
+    EXPECT_EQ(set(req({0, 10}, "seventeen chars!!")), 0xC7u);
+    EXPECT_EQ(set(req({0, 10}, "tab\there")), 0xC9u);
+    EXPECT_EQ(set(req({0, 7}, "mail user")), 0xC9u);
+    EXPECT_EQ(set(req({0, 7}, "mailer")), 0u);
+    EXPECT_EQ(rec(55, 7), text("mailer", 7));
+    EXPECT_EQ(set(req({0, 7}, std::string(66, 'u'))), 0xC7u);
+    EXPECT_EQ(set(req({0, 9}, "bmc@example.com")), 0u);
+    EXPECT_EQ(rec(182, 16), text("bmc@example.com", 16));
+    EXPECT_EQ(set(req({0, 9}, std::string(65, 's'))), 0xC7u);
+}
+
+TEST_F(Smtp, Password_ProtectedAndNeverInTheOemGet) {
+    EXPECT_EQ(set(req({0, 8}, "S3cret!pw")), 0u);
+    EXPECT_EQ(rec(121, 61), protectedForm("S3cret!pw", 61, true));
+    unsigned char resp[270];
+    std::memset(resp, 0x5A, sizeof resp);
+    ASSERT_EQ(QuorixGetBMCSmtpCfgInterface(0, resp), 269);
+    EXPECT_EQ(Bytes(resp + 122, resp + 183), Bytes(61, 0));
+    EXPECT_EQ(resp[0], 0x5A);  // left for the caller
+    unsigned char clear[268] = {};
+    ASSERT_EQ(QuorixGetSmtpCfgFromMem(clear), 0);
+    EXPECT_STREQ(reinterpret_cast<char *>(clear + 121), "S3cret!pw");
+    // The same password again writes nothing.
+    unlink(kFile);
+    EXPECT_EQ(set(req({0, 8}, "S3cret!pw")), 0u);
+    EXPECT_FALSE(qtest::fileExists(kFile));
+    EXPECT_EQ(set(req({0, 8}, std::string(61, 'p'))), 0xC7u);
+    EXPECT_EQ(set(req({0, 8}, "pass word")), 0xC9u);
+    EXPECT_EQ(QuorixGetBMCSmtpCfgInterface(2, resp), -1);
+    EXPECT_EQ(QuorixGetSmtpCfgFromMem(nullptr), -1);
+}
+
+TEST_F(Smtp, Recipients_Parameters) {
+    std::string a64 = std::string(52, 'a') + "@example.com";
+    ASSERT_EQ(a64.size(), 64u);
+    EXPECT_EQ(set(req({1, 2, 1}, a64)), 0u);  // n = 67
+    EXPECT_EQ(qtest::blockBytes(kRcpt + 2 * 83 + 1, 65), text(a64, 65));
+    EXPECT_EQ(set(req({1, 2, 1}, a64 + "x")), 0xC7u);
+    EXPECT_EQ(set(req({1, 4, 1}, "a@b.com")), 0xC9u);
+    EXPECT_EQ(set(req({1, 0, 1}, "not-an-address")), 0xCCu);
+    EXPECT_EQ(set({1, 0, 0, 1}), 0u);
+    EXPECT_EQ(set({1, 0, 0, 2}), 0xC9u);
+    EXPECT_EQ(set(req({1, 0, 2}, "Ops team")), 0u);
+    EXPECT_EQ(qtest::blockBytes(kRcpt + 66, 17), text("Ops team", 17));
+    EXPECT_EQ(set(req({1, 0, 2}, "seventeen chars!!")), 0xC7u);
+    EXPECT_EQ(set(req({1, 0, 9}, "x")), 0xC9u);
+    EXPECT_EQ(set({1, 0, 0}), 0xC7u);
+    unsigned char block[333] = {};
+    ASSERT_EQ(QuorixGetBMCSmtpCfgInterface(1, block), 333);
+    EXPECT_EQ(Bytes(block + 1, block + 333), qtest::blockBytes(kRcpt, 332));
+}
+
+TEST_F(Smtp, Recipients_WholeEntry) {
+    Bytes r = cat(cat(cat(req({1, 1, 255, 1}), text("ops@example.com", 64)), Bytes{0xEE}), text("On call", 16));
+    r.push_back(0xEE);
+    ASSERT_EQ(r.size(), 86u);
+    EXPECT_EQ(set(r), 0u);
+    EXPECT_EQ(qtest::blockBytes(kRcpt + 83, 83), cat(cat(Bytes{1}, text("ops@example.com", 65)), text("On call", 17)));
+    Bytes bad = r;
+    std::memcpy(&bad[4], "nobody", 7);
+    EXPECT_EQ(set(bad), 0xCCu);
+    Bytes off = bad;
+    off[3] = 0;
+    EXPECT_EQ(set(off), 0u);
+    EXPECT_EQ(qtest::blockBytes(kRcpt + 83, 17), cat(Bytes{0}, text("ops@example.com", 16)));
+    off.pop_back();
+    EXPECT_EQ(set(off), 0xC7u);
+}
+
+Bytes wholeRecord() {
+    Bytes r(268, 0);
+    r[0] = 1;
+    std::memcpy(&r[1], "10.1.2.3", 8);
+    r[48] = 0x00;  // port 25, high byte first
+    r[49] = 0x19;
+    r[50] = 0x01;  // 465
+    r[51] = 0xD1;
+    r[52] = 1;
+    r[54] = 1;
+    std::memcpy(&r[55], "mailer", 6);
+    std::memcpy(&r[121], "Pw0rd!xyz", 9);
+    std::memcpy(&r[182], "bmc@example.com", 15);
+    std::memcpy(&r[247], "BMC alert", 9);
+    r[264] = 1;
+    r[267] = 2;
+    return r;
+}
+
+TEST_F(Smtp, WholeRecord_StoresPortsLittleEndian) {
+    EXPECT_EQ(set(cat({0, 255}, wholeRecord())), 0u);
+    EXPECT_EQ(rec(48, 4), (Bytes{0x19, 0x00, 0xD1, 0x01}));
+    EXPECT_EQ(rec(1, 47), text("10.1.2.3", 47));
+    EXPECT_EQ(rec(52, 3), (Bytes{1, 0, 1}));
+    EXPECT_EQ(rec(55, 66), text("mailer", 66));
+    EXPECT_EQ(rec(121, 61), protectedForm("Pw0rd!xyz", 61, true));
+    EXPECT_EQ(rec(182, 65), text("bmc@example.com", 65));
+    EXPECT_EQ(rec(247, 17), text("BMC alert", 17));
+    EXPECT_EQ(rec(264, 4), (Bytes{1, 0, 0, 2}));
+    Json j(kFile);
+    EXPECT_EQ(j.num("SmtpCfg", "SmtpPort"), 25);
+    EXPECT_EQ(j.num("SmtpCfg", "SmtpSecurePort"), 465);
+}
+
+TEST_F(Smtp, WholeRecord_DisabledOnlyClearsEnabled) {
+    ASSERT_EQ(set(cat({0, 255}, wholeRecord())), 0u);
+    Bytes before = rec(1, 267);
+    Bytes r(268, 0xFF);
+    r[0] = 0;
+    for (std::size_t off : {52, 53, 54, 264, 265, 266, 267}) r[off] = 0;
+    EXPECT_EQ(set(cat({0, 255}, r)), 0u);
+    EXPECT_EQ(rec(0, 1), Bytes{0});
+    EXPECT_EQ(rec(1, 267), before);
+}
+
+TEST_F(Smtp, WholeRecord_Refusals) {
+    auto before = snapshot();
+    struct Case {
+        const char *what;
+        std::size_t off;
+        std::string value;
+        unsigned cc;
+    } cases[] = {{"flag", 53, "\x02", 0xC9},      {"level", 267, "\x03", 0xC9}, {"server", 1, "a b", 0xC9},
+                 {"server-format", 1, "x", 0xCC}, {"subject", 247, "\t", 0xC9}, {"user", 55, "a b", 0xC9},
+                 {"password", 121, "a b", 0xC9}};
+    for (const Case &c : cases) {
+        Bytes r = wholeRecord();
+        std::memset(&r[c.off], 0, c.value.size() == 1 && c.value[0] < 4 ? 1 : 9);
+        std::memcpy(&r[c.off], c.value.data(), c.value.size());
+        EXPECT_EQ(set(cat({0, 255}, r)), c.cc) << c.what;
+        EXPECT_EQ(snapshot(), before) << c.what;
+    }
+    EXPECT_EQ(set(cat({0, 255}, Bytes(100, 0))), 0xC7u);
+}
+
+TEST_F(Smtp, Group2_PostsIdlRequestForRecipientPlusFour) {
+    ipctest::removeQueue(12345);
+    EXPECT_EQ(set({2, 1}), 0u);
+    ipctest::KernelMessage m = ipctest::receiveInChild(12345);
+    ASSERT_TRUE(m.received);
+    Bytes raw = m.raw();
+    ASSERT_GE(raw.size(), 20u);
+    const unsigned char *record = raw.data() + 1 + 4;
+    EXPECT_EQ(Bytes(record + 12, record + 15), (Bytes{0xFF, 5, 1}));
+    EXPECT_EQ(record[4], 0x24);
+}
+
+TEST_F(Smtp, Json_KeyByKeyAndLoaderRoundTrip) {
+    ASSERT_EQ(set(cat({0, 255}, wholeRecord())), 0u);
+    ASSERT_EQ(set(req({1, 3, 1}, "x@y.org")), 0u);
+    Json j(kFile);
+    ASSERT_NE(j.root, nullptr);
+    EXPECT_EQ(j.num("SmtpCfg", "SmtpEnable"), 1);
+    EXPECT_EQ(j.str("SmtpCfg", "ServerAddr"), "10.1.2.3");
+    EXPECT_EQ(j.num("SmtpCfg", "EnableSTARTTLS"), 1);
+    EXPECT_EQ(j.num("SmtpCfg", "EnableSSLTLS"), 0);
+    EXPECT_EQ(j.num("SmtpCfg", "SMTPAUTH"), 1);
+    EXPECT_EQ(j.str("SmtpCfg", "UserName"), "mailer");
+    EXPECT_NE(j.str("SmtpCfg", "PassWord"), "Pw0rd!xyz");
+    EXPECT_EQ(j.str("SmtpCfg", "SenderAddr"), "bmc@example.com");
+    EXPECT_EQ(j.str("SmtpCfg", "Subject"), "BMC alert");
+    EXPECT_EQ(j.num("SmtpCfg", "HostName"), 1);
+    EXPECT_EQ(j.num("SmtpCfg", "SerialNumber"), 0);
+    EXPECT_EQ(j.num("SmtpCfg", "AssetTag"), 0);
+    EXPECT_EQ(j.num("SmtpCfg", "EventLevel"), 2);
+    json_object *list = j.at("SmtpDestCfg");
+    ASSERT_EQ(json_object_array_length(list), 4u);
+    json_object *v = nullptr;
+    ASSERT_TRUE(json_object_object_get_ex(json_object_array_get_idx(list, 3), "EmailAddress", &v));
+    EXPECT_STREQ(json_object_get_string(v), "x@y.org");
+
+    Bytes record = rec(0, 268), rcpt = qtest::blockBytes(kRcpt, 332);
+    std::memset(static_cast<unsigned char *>(intf_quorix_mem) + kRec, 0, 600);
+    ASSERT_EQ(QuorixGetSmtpTotalConfFromJson(), 0);
+    EXPECT_EQ(qtest::blockBytes(kRcpt, 332), rcpt);
+    EXPECT_EQ(rec(0, 121), Bytes(record.begin(), record.begin() + 121));
+    // The sender is loaded with 16 characters only (deliberate).
+    EXPECT_EQ(rec(182, 65), text("bmc@example.com", 65));
+}
+
+class SmtpLoader : public Smtp {
+protected:
+    void SetUp() override {
+        Smtp::SetUp();
+        factory_ = qtest::readFile("/etc/defconfig/SmtpCfg.json");
+    }
+    void TearDown() override {
+        qtest::writeFile("/etc/defconfig/SmtpCfg.json", factory_);
+        Smtp::TearDown();
+    }
+    std::string load(int expected) {
+        return qtest::captureStdout([&] { EXPECT_EQ(QuorixGetSmtpTotalConfFromJson(), expected); });
+    }
+    std::string factory_;
+};
+
+TEST_F(SmtpLoader, FactoryDefaults) {
+    load(0);
+    EXPECT_EQ(rec(0, 1), Bytes{0});
+    EXPECT_EQ(rec(48, 4), (Bytes{25, 0, 0xD1, 0x01}));
+    EXPECT_EQ(rec(247, 17), text("BMC Alert", 17));
+    EXPECT_EQ(rec(264, 4), (Bytes{1, 1, 0, 1}));
+    EXPECT_EQ(qtest::blockBytes(kRcpt, 332), Bytes(332, 0));
+}
+
+TEST_F(SmtpLoader, Failures) {
+    unlink("/etc/defconfig/SmtpCfg.json");
+    EXPECT_NE(load(-1).find("The Smtp configure file /conf/SmtpCfg.json not exist."), std::string::npos);
+    qtest::writeFile(kFile, "[1,2");
+    EXPECT_NE(load(-1).find("Get the total Smtp configure struct from Json failed."), std::string::npos);
+    qtest::writeFile(kFile, "{}");
+    EXPECT_NE(load(-1).find("Get the SmtpCfg struct from Json failed."), std::string::npos);
+    qtest::writeFile(kFile, R"({"SmtpCfg":{},"SmtpDestCfg":"none"})");
+    EXPECT_NE(load(-1).find("Get the SmtpDestCfg struct from Json failed."), std::string::npos);
+    std::memset(static_cast<unsigned char *>(intf_quorix_mem) + kRcpt, 0xAA, 332);
+    qtest::writeFile(kFile, R"({"SmtpCfg":{"SmtpPort":70000},"SmtpDestCfg":[{},{},{},{},{}]})");
+    EXPECT_NE(load(-1).find("Get the SmtpDestCfg length from Json error."), std::string::npos);
+    EXPECT_EQ(qtest::blockBytes(kRcpt, 332), Bytes(332, 0xAA));
+    EXPECT_EQ(rec(48, 2), (Bytes{0x70, 0x11}));  // low 16 bits of 70000
+    qtest::writeFile(
+        kFile, R"({"SmtpCfg":{"Subject":5,"SmtpEnable":"1"},"SmtpDestCfg":[{"Enabled":1,"EmailAddress":"a@b.c"}]})");
+    load(0);
+    EXPECT_EQ(rec(0, 1), Bytes{0});
+    EXPECT_EQ(rec(247, 17), Bytes(17, 0));
+    EXPECT_EQ(qtest::blockBytes(kRcpt, 7), cat(Bytes{1}, text("a@b.c", 6)));
+    EXPECT_EQ(qtest::blockBytes(kRcpt + 83, 249), Bytes(249, 0));
+}
+
+}  // namespace
