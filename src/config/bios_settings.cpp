@@ -1,0 +1,131 @@
+// BIOS setting files: the future-settings merge, attribute lookup and the
+// verdict of the last apply.
+#include "config/bios_settings.h"
+
+#include <json-c/json.h>
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "core/export.h"
+#include "quorix_common_interface.h"
+
+namespace {
+
+namespace bs = qrx::bios;
+
+struct JsonPut {
+    void operator()(json_object *o) const { json_object_put(o); }
+};
+using JsonPtr = std::unique_ptr<json_object, JsonPut>;
+
+bool exists(const char *path) {
+    struct stat st {};
+    return stat(path, &st) == 0;
+}
+
+// json_object_from_file also accepts a bare scalar; the files are objects.
+JsonPtr parseObject(const char *path) {
+    JsonPtr root(json_object_from_file(path));
+    if (root && !json_object_is_type(root.get(), json_type_object)) root.reset();
+    return root;
+}
+
+json_object *member(json_object *parent, const char *key) {
+    json_object *value = nullptr;
+    if (parent == nullptr || !json_object_object_get_ex(parent, key, &value)) return nullptr;
+    return value;
+}
+
+int generateFutureSettings() {
+    JsonPtr current = parseObject(bs::kCurrentSettingsPath);
+    json_object *attributes = member(current.get(), "Attributes");
+    if (attributes == nullptr || !json_object_is_type(attributes, json_type_object)) return -1;
+
+    if (exists(bs::kFutureSettingsPath)) {
+        JsonPtr future = parseObject(bs::kFutureSettingsPath);
+        if (!future) return -1;
+        json_object *pending = member(future.get(), "Attributes");
+        if (pending != nullptr && json_object_is_type(pending, json_type_object)) {
+            // Pending changes win over the current values.
+            json_object_object_foreach(pending, name, value) {
+                json_object_object_add(attributes, name, json_object_get(value));
+            }
+        }
+    }
+    JsonPtr out(json_object_new_object());
+    json_object_object_add(out.get(), "Attributes", json_object_get(attributes));
+    return json_object_to_file(bs::kFutureSettingsPath, out.get()) == 0 ? 0 : -1;
+}
+
+}  // namespace
+
+extern "C" {
+
+QRX_EXPORT int GenerateFutureSetJson(void) {
+    try {
+        return generateFutureSettings();
+    } catch (...) {
+        return -1;
+    }
+}
+
+QRX_EXPORT int GetCurrentSetValue(const char *name, char *out, int size) {
+    if (name == nullptr || out == nullptr) return -1;
+    if (!exists(bs::kCurrentSettingsPath)) return -2;
+    JsonPtr current = parseObject(bs::kCurrentSettingsPath);
+    if (!current) return -3;
+    json_object *attributes = member(current.get(), "Attributes");
+    if (attributes == nullptr) return -4;
+    json_object *value = member(attributes, name);
+    if (value == nullptr) return -5;
+    const char *text = json_object_get_string(value);
+    std::size_t length = std::strlen(text);
+    if (size <= 0 || length >= static_cast<std::size_t>(size)) return -6;
+    std::memcpy(out, text, length + 1);
+    return 0;
+}
+
+QRX_EXPORT int GetBiosSetupOption(const char *name) {
+    char value[100] = {};
+    int rc = GetCurrentSetValue(name, value, sizeof value);
+    if (rc == 0) return std::printf("%s : %s\n", name, value);
+    return std::printf("Error:%d %s\n", rc, "The arg is wrong or There is no bios_current_settings.json");
+}
+
+QRX_EXPORT int QuorixGetAttributeValueFromJson(void) {
+    JsonPtr future(json_object_from_file(bs::kFutureSettingsPath));
+    if (!future) {
+        QuorixDebug(3, "QRXPWOFFPRO", "Reading bios_future_setting.json failed");
+        return -1;
+    }
+    // The registry name is looked up as the Redfish service writes it; only the attributes decide.
+    (void)member(future.get(), "AttributeRegistry");
+    if (member(future.get(), "Attributes") == nullptr) {
+        QuorixDebug(3, "QRXPWOFFPRO", "Attributes is NULL");
+        return -1;
+    }
+    return 0;
+}
+
+QRX_EXPORT int QuorixGetResultFromJson(void) {
+    JsonPtr root(json_object_from_file(bs::kSettingResultPath));
+    json_object *settingResult = member(root.get(), "SettingResult");
+    if (settingResult == nullptr) {
+        QuorixDebug(3, "QRXPWOFFPRO", "SettingResult is NULL");
+        return -1;
+    }
+    json_object *result = member(settingResult, "Result");
+    if (result == nullptr) {
+        QuorixDebug(3, "QRXPWOFFPRO", "Result is NULL");
+        return -1;
+    }
+    // The verdict is read with a 64-byte bound, as the result file's writer sizes it.
+    char text[64] = {};
+    std::snprintf(text, sizeof text, "%s", json_object_get_string(result));
+    return std::strcmp(text, "EFI_SUCCESS") == 0 ? 0 : -1;
+}
+
+}  // extern "C"

@@ -1,0 +1,144 @@
+// User password rule: OEM set/get of the 12-byte EEPROM record, with a
+// per-process cache that the got-flag says is filled.
+#include <cstring>
+
+#include "config/password_rule_layout.h"
+#include "core/export.h"
+#include "quorix_common_interface.h"
+
+namespace {
+
+namespace pw = qrx::pwrule;
+
+constexpr unsigned char kCcOk = 0x00;
+constexpr unsigned char kCcReadFailed = 0x83;
+constexpr unsigned char kCcReqDataLenInvalid = 0xC7;
+constexpr unsigned char kCcParamOutOfRange = 0xC9;
+constexpr unsigned char kCcUnspecified = 0xFF;
+
+constexpr unsigned char kWholeRecordParam = 255;
+constexpr int kWholeRecordLength = 13;
+
+// Request layout of the whole-record set (multi-byte values big-endian).
+constexpr int kReqEnabled = 1;
+constexpr int kReqMinLength = 2;
+constexpr int kReqComplexity = 3;
+constexpr int kReqClassMask = 4;
+constexpr int kReqMaxAge = 5;
+constexpr int kReqHistory = 7;
+constexpr int kReqLockoutAttempts = 8;
+constexpr int kReqLockoutMinutes = 9;
+
+unsigned char g_rule[pw::kRecordSize] = {0, pw::kDefaultMinLength,      0, 0, 0, 0, 0,
+                                         0, pw::kDefaultLockoutMinutes, 0, 0, 0};
+
+qrx::ByteView cache() {
+    return qrx::ByteView(g_rule);
+}
+
+std::uint32_t bigEndian(const unsigned char *p, int width) {
+    std::uint32_t v = 0;
+    for (int i = 0; i < width; ++i) v = (v << 8) | p[i];
+    return v;
+}
+
+unsigned char setSingle(const unsigned char *req, int n, bool &changed) {
+    const pw::Field &f = pw::kFields[req[0]];
+    if (n != static_cast<int>(f.width) + 1) return kCcReqDataLenInvalid;
+    std::uint32_t value = req[1];
+    if (f.width == 2) value = qrx::ByteView(const_cast<unsigned char *>(req)).u16(1);
+    if (f.width == 4) value = qrx::ByteView(const_cast<unsigned char *>(req)).u32(1);
+    if (value < f.min || value > f.max) return kCcParamOutOfRange;
+    if (pw::getField(cache(), f) == value) return kCcOk;
+    pw::setField(cache(), f, value);
+    changed = true;
+    return kCcOk;
+}
+
+bool inRange(std::uint32_t v, int field) {
+    return v >= pw::kFields[field].min && v <= pw::kFields[field].max;
+}
+
+unsigned char setWhole(unsigned char *req, bool &changed) {
+    std::uint32_t maxAge = bigEndian(req + kReqMaxAge, 2);
+    std::uint32_t lockoutMinutes = bigEndian(req + kReqLockoutMinutes, 4);
+    qrx::ByteView c = cache();
+    if (req[kReqEnabled] == 1) {
+        if (!inRange(req[kReqMinLength], 1) || !inRange(req[kReqComplexity], 2) || !inRange(req[kReqHistory], 5) ||
+            !inRange(req[kReqLockoutAttempts], 6) || !inRange(maxAge, 4) || !inRange(lockoutMinutes, 7))
+            return kCcParamOutOfRange;
+        if (req[kReqComplexity] == 1 && !inRange(req[kReqClassMask], 3)) return kCcParamOutOfRange;
+        c.setU8(pw::kEnabledOffset, 1);
+        c.setU8(pw::kMinLengthOffset, req[kReqMinLength]);
+        c.setU16(pw::kMaxAgeDaysOffset, static_cast<std::uint16_t>(maxAge));
+        c.setU32(pw::kLockoutMinutesOffset, lockoutMinutes);
+    } else if (req[kReqEnabled] == 0) {
+        // A disabled rule is stored with the defaults; the other fields as sent, unchecked.
+        c.setU8(pw::kEnabledOffset, 0);
+        c.setU8(pw::kMinLengthOffset, pw::kDefaultMinLength);
+        req[kReqMinLength] = pw::kDefaultMinLength;
+        c.setU16(pw::kMaxAgeDaysOffset, 0);
+        c.setU32(pw::kLockoutMinutesOffset, pw::kDefaultLockoutMinutes);
+    } else {
+        return kCcParamOutOfRange;
+    }
+    c.setU8(pw::kComplexityOffset, req[kReqComplexity]);
+    c.setU8(pw::kClassMaskOffset, req[kReqClassMask]);
+    c.setU8(pw::kHistoryDepthOffset, req[kReqHistory]);
+    c.setU8(pw::kLockoutAttemptsOffset, req[kReqLockoutAttempts]);
+    quorix_passwd_rule_got_flag = 1;
+    changed = true;
+    return kCcOk;
+}
+
+}  // namespace
+
+extern "C" {
+
+QRX_EXPORT unsigned char quorix_passwd_rule_got_flag = 0;
+
+QRX_EXPORT int QuorixSetUserPasswordRuleInterface(unsigned char *request, int length) {
+    if (request == nullptr || length <= 0) return kCcReqDataLenInvalid;
+    unsigned char param = request[0];
+    unsigned char cc;
+    bool changed = false;
+    if (param < pw::kFieldCount) {
+        cc = setSingle(request, length, changed);
+    } else if (param == kWholeRecordParam) {
+        if (length != kWholeRecordLength) return kCcReqDataLenInvalid;
+        cc = setWhole(request, changed);
+    } else {
+        return kCcParamOutOfRange;
+    }
+    if (cc != kCcOk || !changed) return cc;
+    int written = QuorixWriteMainBoardEEprom(pw::kEepromOffset, g_rule, static_cast<int>(pw::kRecordSize));
+    if (written != static_cast<int>(pw::kRecordSize)) {
+        QuorixDebug(2, "QRXMONITOR", "Write UserPassWdRUle to EEPROM failed! retval=%d", written);
+        return kCcUnspecified;
+    }
+    return kCcOk;
+}
+
+QRX_EXPORT int QuorixGetUserPasswordRuleInterface(unsigned char *response) {
+    if (response == nullptr) return -1;
+    if (quorix_passwd_rule_got_flag != 1) {
+        unsigned char record[pw::kRecordSize];
+        int got = QuorixReadMainBoardEEprom(pw::kEepromOffset, record, static_cast<int>(pw::kRecordSize));
+        if (got != static_cast<int>(pw::kRecordSize)) {
+            QuorixDebug(2, "QRXMONITOR", "Read UserPassWdRUle to EEPROM failed! retval=%d", got);
+            response[0] = kCcReadFailed;
+            return 1;
+        }
+        // Only an enabled record is taken; otherwise the cache keeps its fields.
+        if (record[pw::kEnabledOffset] == 1)
+            std::memcpy(g_rule, record, sizeof g_rule);
+        else
+            g_rule[pw::kEnabledOffset] = 0;
+        quorix_passwd_rule_got_flag = 1;
+    }
+    response[0] = kCcOk;
+    std::memcpy(response + 1, g_rule, sizeof g_rule);
+    return 1 + static_cast<int>(pw::kRecordSize);
+}
+
+}  // extern "C"

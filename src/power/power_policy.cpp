@@ -1,0 +1,104 @@
+// Power-on policy support: the button-press marker, the power-state poll
+// that keeps the pre-outage state in EEPROM, and that EEPROM byte.
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "core/export.h"
+#include "core/shared_block.h"
+#include "core/slot_table.h"
+#include "ipc/wire_records.h"
+#include "power/power_layout.h"
+#include "quorix_common_interface.h"
+
+namespace {
+
+namespace pw = qrx::power;
+
+constexpr unsigned char kIdlSourcePowerPolicy = 0x14;
+constexpr unsigned char kIdlTextFlag = 1;
+constexpr const char *kPolicyNotStartText =
+    "Power button has been pressed before power policy starting,So power policy no start";
+// Time the CPLD needs to latch an AC failure after the state dropped.
+constexpr unsigned kAcFailSettleSeconds = 2;
+
+unsigned char g_lastPowerState = 0;
+
+}  // namespace
+
+extern "C" {
+
+QRX_EXPORT int IsPowerPolicyNeedRun(void) {
+    return access(pw::kPressMarkerPath, F_OK) == 0 ? 0 : 1;
+}
+
+QRX_EXPORT int ClearPowerButtonPressFaileFlag(void) {
+    if (unlink(pw::kPressMarkerPath) != 0)
+        QuorixDebug(3, "QRXMONITOR", "Unlink %s fail in ClearPowerButtonPressFaileFlag \n", pw::kPressMarkerPath);
+    return 0;
+}
+
+QRX_EXPORT int LoggingPowerPolicyNotStartCause(int value) {
+    // Logs when the caller passes 0; the inverted sense is what the callers rely on.
+    if (value != 0) return -1;
+    ClearPowerButtonPressFaileFlag();
+    namespace w = qrx::ipc;
+    QuorixIdlRecord record;
+    std::memset(&record, 0, sizeof record);
+    qrx::ByteView r(record.bytes);
+    r.setU8(w::kIdlLogTypeOffset, w::kIdlLogStampTime);
+    r.setU8(w::kIdlSourceOffset, kIdlSourcePowerPolicy);
+    r.setU8(w::kIdlTextMarkerOffset, w::kIdlTextMarker);
+    r.setU8(w::kIdlTextFlagOffset, kIdlTextFlag);
+    std::size_t length = std::min(std::strlen(kPolicyNotStartText), w::kIdlTextMax);
+    r.copyIn(w::kIdlTextOffset, kPolicyNotStartText, length);
+    QuorixPostReqToIDL(record);
+    return 0;
+}
+
+QRX_EXPORT int QuorixEEPROMWritePowerStatus(unsigned char *buffer) {
+    if (buffer == nullptr) {
+        QuorixDebug(2, "QRXMONITOR", "NULL buffer pointer passed into read policy!");
+        return -3;
+    }
+    int done = QuorixWriteMainBoardEEprom(pw::kPowerStatusEepromOffset, buffer, 1);
+    if (done != 1) {
+        QuorixDebug(2, "QRXMONITOR", "Write power status from EEPROM failed! retval=%d", done);
+        return -2;
+    }
+    return 0;
+}
+
+QRX_EXPORT int QuorixEEPROMReadPowerStatus(unsigned char *buffer) {
+    if (buffer == nullptr) {
+        QuorixDebug(2, "QRXMONITOR", "NULL buffer pointer passed into read power  status!");
+        return -3;
+    }
+    int done = QuorixReadMainBoardEEprom(pw::kPowerStatusEepromOffset, buffer, 1);
+    if (done != 1) {
+        QuorixDebug(2, "QRXMONITOR", "Read power last status from EEPROM failed! retval=%d", done);
+        return -2;
+    }
+    return 0;
+}
+
+QRX_EXPORT int QuorixMonitorPowerStatus(int a, int b, int c) {
+    unsigned char state = static_cast<unsigned char>(qrx::slotFn<2>()(a, b, c));
+    qrx::sharedBlock().setU8(pw::kCurrentPowerStateOffset, state);
+    if (state == g_lastPowerState) return 0;
+    g_lastPowerState = state;
+    if (state == 0) {
+        sleep(kAcFailSettleSeconds);
+        if (GetACFailFromCPLD()) {
+            // Keep the state from before the outage for the power-on policy.
+            QuorixDebug(3, "QRXMONITOR", "MBCPLD detected AC_FAIL, stop write power status to EEPROM.");
+            return 0;
+        }
+    }
+    QuorixEEPROMWritePowerStatus(&state);
+    QuorixDebug(3, "QRXMONITOR", "Write power status to EEPROM. Status=%d", state);
+    return 0;
+}
+
+}  // extern "C"
