@@ -12,6 +12,7 @@
 
 #include <pthread.h>
 #include <stddef.h>
+#include <stdio.h>
 
 #ifdef __cplusplus
 extern "C" {
@@ -724,11 +725,339 @@ int QuorixNotifyTaskThread(unsigned int msg_type, unsigned int task_id);
 /* ==== Configuration services: words, validators, secrets, syslog, SNMP, SMTP, BIOS = */
 
 /* ---- config begin ---- */
+
+/* Word tables: index = position of the word; NULL entries are holes. */
+extern const char *EnableStr[2];              /* "Disable", "Enable" */
+extern const char *EnabledStrLittleLetter[2]; /* "disable", "enable" */
+extern const char *AutoStrLittleLetter[2];    /* "manual", "auto" */
+extern const char *CfgTypeStr[3];             /* "Version", "Dest", "Test" */
+extern const char *TrapVersionStr[4];         /* "Disable", "V1", "V2C", "V3" */
+extern const char *EventLevelStr[4];          /* "Info", "Warning", "Critical", NULL */
+extern const char *AuthProtocols[3];          /* "SHA", "MD5", "NONE" */
+extern const char *PrivProtocols[3];          /* "AES", "DES", "NONE" */
+extern const char *HostIDs[3];                /* "HostName", "SerialNum", "AssertTag" */
+extern const char *SyslogTagStr[3];           /* "HostName", "SerialNumber", "PartNumber" */
+extern const char *SyslogEnableStr[3];        /* "SyslogEnable", "LocalEnable", "RemoteEnable" */
+extern const char *SyslogProtocalStr[4];      /* "UDP", "TCP", "TLSOneWay", "TLSTwoWay" */
+extern const char *SyslogTypeStr[4];          /* "None", "Idl", "Audit", "Idl + Audit" */
+extern const char *SyslogLevelStr[4];         /* "Info", "Warning", "Critical", "Alert" */
+
+/* Word to index (exact, case-sensitive) into *index; 0 found, 1 not found or NULL (count 0: 1, count < 0: 0). */
+unsigned ValidateStrToOrder(const char *const *table, const char *word, int count, unsigned char *index);
+/* Index to word, snprintf into dest (size bytes); 0 done, 1 bad index, hole or NULL dest/table. */
+unsigned ValidateIndexToString(const char *const *table, int index, int count, char *dest, unsigned size);
+/* Fixed-list word-to-index wrappers: 0 found (index stored), 1 not found (index untouched). */
+unsigned ValidateEnableDisable(const char *word, unsigned char *index);
+unsigned ValidateEnableDisableLittleLetter(const char *word, unsigned char *index);
+unsigned ValidateAutoManualLittleLetter(const char *word, unsigned char *index);
+unsigned ValidateSnmpCfgType(const char *word, unsigned char *index);
+unsigned ValidateSnmpTrapVersion(const char *word, unsigned char *index);
+unsigned ValidateEventLevelStrToIndex(const char *word, unsigned char *index);
+unsigned ValidateSyslogTagStrToIndex(const char *word, unsigned char *index);
+unsigned ValidateSyslogEnableStrToIndex(const char *word, unsigned char *index);
+unsigned ValidateSyslogProtocalStrToIndex(const char *word, unsigned char *index);
+unsigned ValidateSyslogTypeStrToIndex(const char *word, unsigned char *index);
+unsigned ValidateSyslogLevelStrToIndex(const char *word, unsigned char *index);
+/* Fixed-list index-to-word wrappers into dest (size bytes); 0 done, 1 bad index, hole or NULL dest. */
+unsigned ValidateEnableDisableIndexToString(int index, char *dest, unsigned size);
+unsigned ValidateSnmpTrapIndexToString(int index, char *dest, unsigned size);
+unsigned ValidateEventLevelLimitIndexToString(int index, char *dest, unsigned size);
+unsigned ValidateSyslogTagIndexToString(int index, char *dest, unsigned size);
+unsigned ValidateSyslogEnableIndexToString(int index, char *dest, unsigned size);
+unsigned ValidateSyslogProtocalIndexToString(int index, char *dest, unsigned size);
+unsigned ValidateSyslogTypeIndexToString(int index, char *dest, unsigned size);
+unsigned ValidateSyslogLevelIndexToString(int index, char *dest, unsigned size);
+/* Membership in AuthProtocols, PrivProtocols, HostIDs: 0 member, 1 not or NULL. */
+unsigned ValidateAUTHProtocol(const char *word);
+unsigned ValidatePrivProtocol(const char *word);
+unsigned ValidateHostID(const char *word);
+/* Severity word (any case) to syslog severity in *level: Critical 2, Alert 1, Warning 4, else 6; 0, or 1 for NULL. */
+int QuorixIDLSeverity2SyslogLevel(const char *word, int *level);
+/* Severity to word (2 Critical, 4 Warning, 1 Alert, else Info), strncpy of size - 1; 0, -1 for NULL or size 0. */
+int QuorixSyslogLevel2IDLSeverity(int severity, char *dest, unsigned size);
+/* 0 when each of length bytes is 0 or 33..126, 1 otherwise or for NULL. */
+unsigned ValidateSNMPTrapCfgInput(const unsigned char *bytes, int length);
+/* 0 for a known SNMP trap device-type code, 1 otherwise. */
+unsigned ValidateSNMPTrapCfgDeviceType(unsigned code);
+
+/* Input validators; each has its own result convention. Messages go to stdout. */
+/* User name (mode 0), SMTP user name (1) or SMTP host name (other), at most max_length chars; 0 valid, 1 not. */
+int QuorixIsValidUserName(const char *name, unsigned max_length, int mode);
+/* Checks the first 16 characters of a sender address; 0 valid, 1 not. */
+int QuorixIsValidSenderAddress(const char *address);
+/* Mail address (first 64 characters): 1 valid, 0 invalid. */
+int Quorix_validate_email(const char *address);
+/* 0 when text is an IPv4 address, -1 otherwise or NULL. */
+int QuorixIsValidIpv4(const char *text);
+/* 0 when text is an IPv6 address, -1 otherwise or NULL. */
+int QuorixIsValidIpv6(const char *text);
+/* 0 when a letter follows the last "." (not the first character), -1 otherwise or NULL. */
+int QuorixIsValidDomain(const char *name);
+/* 0 when 3 of lower, upper, digit, non-word classes occur and no blank or control byte; else -1. */
+int QuorixIsValidPasswd(const char *password);
+/* 1 when text is a number in base 10 (any non-empty text), 16 or 2; 0 otherwise. */
+int VerifyStrIsDigit(const char *text, unsigned base);
+/* 1 when text holds one of * ( ) & = |, 0 when clean, -1 for NULL. */
+int FilterSensitiveWordsForSec(const char *text);
+/* 0 when word is in table (count entries), 1 otherwise or NULL. */
+int QuorixValidateStringParams(const char *const *table, const char *word, int count);
+/* Index of the first maximum and first minimum of count bytes; untouched when count <= 1 or NULL. */
+void FindMaxAndMinUint8(const unsigned char *values, int count, unsigned *max_index, unsigned *min_index);
+/* Same for count floats. */
+void FindMaxAndMinFloat(const float *values, int count, unsigned *max_index, unsigned *min_index);
+/* Sleeps seconds, resuming after signals; returns 0. */
+int QuorixSleep(unsigned seconds);
+/* Sleeps seconds + nanoseconds, resuming after signals; 0, or -1 when both are 0. */
+int QuorixNanoSleep(long seconds, long nanoseconds);
+/* Splits a DIMM sensor index: bits 7..5, 4..2, 1..0 into the outputs (NULL ones skipped); returns 0. */
+int QuorixGetDimmSensorIndexField(unsigned char index, unsigned char *cpu, unsigned char *channel, unsigned char *dimm);
+
+/* MD5 function pointer as bound at run time (cast to the MD5 signature before calling). */
+typedef void (*QuorixMd5Fn)(void);
+/* One row of the MD5 binding table: index into g_Md5Handle and the symbol name (258 bytes). */
+typedef struct QuorixMd5Binding {
+    unsigned short index;
+    char name[256];
+} QuorixMd5Binding;
+/* Handle of "/usr/lib/arm-linux-gnueabi/libcrypto.so"; NULL while closed. */
+extern void *dl_md5;
+/* MD5_Init, MD5_Update, MD5_Final as bound by QuorixInitializeMd5library. */
+extern QuorixMd5Fn g_Md5Handle[3];
+/* Rows (0, "MD5_Init"), (1, "MD5_Update"), (2, "MD5_Final"). */
+extern const QuorixMd5Binding g_Md5Initialize[3];
+/* Opens libcrypto if needed and binds the three MD5 functions; 0, or -1 (library closed again). */
+int QuorixInitializeMd5library(void);
+/* Closes libcrypto if open. */
+void QuorixCloseMd5Library(void);
+/* MD5 of length bytes from the stream's position (64-byte reads) into digest[16]; silent on failure. */
+void QuorixCalcMD5Checksum(FILE *stream, unsigned length, unsigned char *digest);
+/* Bytes to lower-case hex (writes 2 x length + 1 bytes); 1 when capacity < 2 x length, else 0. */
+int QuorixConvertHextoStr(const unsigned char *in, char *out, int length, int capacity);
+/* IPMI zero checksum: (0 - sum of bytes) & 255; 0 for length < 1. */
+unsigned char QuorixCalculateZeroChksum(const unsigned char *bytes, int length);
+/* Packs the bits of value under mask into the low end (0xB0, 0xE0 -> 0x05). */
+unsigned char QuorixGetBits(unsigned char value, unsigned char mask);
+/* Deposits the low bits of value into the set bits of mask (0xE0, 0x05 -> 0xA0); mask comes first. */
+unsigned char QuorixSetBits(unsigned char mask, unsigned char value);
+
+/* Password protection. With the encryption feature off every call returns 0 and leaves its output alone. */
+/* Encrypts length (<= 64) bytes of buf in place, same length; 0, or -1 (also for an empty buf). */
+int QuorixPwEncrypt(unsigned char *buf, int length);
+/* Decrypts length (<= 64) bytes of buf in place; 0 or -1. */
+int QuorixPwDecrypt(unsigned char *buf, int length);
+/* Encrypts length (1..96) bytes of plain with key, base64 into the caller's zeroed out (at most
+ * 2 x length characters, no terminator added); 0 or -1. */
+int QuorixPwEncryptAndCyo(const char *plain, char *out, const char *key, int length);
+/* Decodes and decrypts b64 with key into out (size bytes, zero-filled behind the text); 0, or -1 (out cleared). */
+int QuorixPwDecryptAndCyo(const char *b64, char *out, const char *key, unsigned size);
+
+/* Syslog configuration (shared block 0x621E01..0x621EF8 and "/conf/syslog.conf"). */
+/* IPMI-style set: selector 0 globals (5 bytes), 1 destination (55), 2 test (2); returns the completion code. */
+unsigned QuorixSetSyslogConfigInterface(const unsigned char *request, int length);
+/* Selector 0: code + 4 globals (returns 5); 1: code + 4 x 53-byte destinations (returns 213); else -1. */
+int QuorixGetSyslogConfigInterface(int selector, unsigned char *response);
+/* Rewrites "/conf/syslog.conf" from a 217-byte record, restarts rsyslog; 0, 204 bad test target, 255 not written. */
+unsigned QuorixSyslogWriteToFile(const unsigned char *record);
+/* Start-up: defaults into the block, then the header of "/conf/syslog.conf"; 0, or -1 when it is missing. */
+unsigned QuorixSyslogConfigInit(void);
+/* Stops and starts rsyslog ("/etc/init.d/rsyslog"); 0, or -1 when a command failed. */
+int QuorixRestartSyslog(void);
+/* Sets the tag text: 1 FRU serial number, 2 FRU part number, else the host name; 0, or -1 (no host name). */
+unsigned QuorixSetSyslogTag(unsigned tag);
+/* Copies the 32-byte tag text into dest; 0, or -1 for NULL or size < 32. */
+int QuorixGetSyslogTag(char *dest, int size);
+/* password rule, configuration flags, BIOS settings */
+/* 1 once this process's password-rule cache holds the EEPROM record; set it to 0 to force a re-read. */
+extern unsigned char quorix_passwd_rule_got_flag;
+/* OEM set of the 12-byte password rule (byte 0 parameter 0..7 or 255 whole record, data from byte 1; length
+ * counts byte 0); stores to EEPROM 0x1680; returns the completion code (0, 0xC7, 0xC9, 0xFF). May rewrite
+ * request byte 2 (minimum length 8 for a disabled whole record). */
+int QuorixSetUserPasswordRuleInterface(unsigned char *request, int length);
+/* OEM get of the password rule into response (13 bytes, caller-owned): 13 with byte 0 = 0 and the record;
+ * 1 with byte 0 = 0x83 when the EEPROM read fails; -1 for NULL. */
+int QuorixGetUserPasswordRuleInterface(unsigned char *response);
+/* Preserve-setup flag (EEPROM 648, cached) into *flag; 0, or -1 after three failed reads or for NULL. */
+int QuorixGetConfFlagInterface(unsigned char *flag);
+/* Stores the preserve-setup flag (0..1; 1 first prepares the BIOS future settings); 0, or 1 on failure. */
+int QuorixSetConfFlagInterface(unsigned char value);
+/* Merges the pending BIOS settings over the current ones into the future-settings file; 0, or -1. */
+int GenerateFutureSetJson(void);
+/* Copies BIOS attribute name's current value as text into out (size bytes, NUL-terminated); 0, -1 NULL,
+ * -2 no file, -3 unparsable, -4 no "Attributes", -5 no such attribute, -6 value does not fit. */
+int GetCurrentSetValue(const char *name, char *out, int size);
+/* Prints "name : value" of a current BIOS attribute, or the error; returns the count printed. */
+int GetBiosSetupOption(const char *name);
+/* 0 when the BIOS future-settings file holds "Attributes", else -1 (logged). */
+int QuorixGetAttributeValueFromJson(void);
+/* 0 when the last BIOS setting result is "EFI_SUCCESS", else -1. */
+int QuorixGetResultFromJson(void);
+/* SNMP trap, SNMP agent and SMTP */
+/* Set handlers answer an IPMI completion code (0, 0xC7, 0xC9, 0xCC, 0xD5, 0xFF); get handlers leave response
+ * byte 0 for the caller's code and return the bytes used. Buffers are the caller's. Secrets stay protected
+ * except where a call says it decrypts them. */
+/* OEM get: selector 0 trap record (179 bytes at response + 1, returns 180), 1 destinations (208, returns 209);
+ * -1 for another selector or NULL. */
+int QuorixGetBMCSnmpTrapCfgInterface(int selector, unsigned char *response);
+/* OEM set of the trap record (byte 0 = 0), a destination (1) or an alert test to a destination (2); saves
+ * "/conf/SnmpTrapCfg.json" on a change. */
+unsigned QuorixSetBMCSnmpTrapCfgInterface(const unsigned char *request, int length);
+/* One trap-record parameter (request byte 1, data from byte 2); sets *changed to 1 when it stored something. */
+unsigned SetSNMPTrapCfg(const unsigned char *request, int length, unsigned char *changed);
+/* Checks a 179-byte trap record (upper-cases its protocol names in place) and stores it; completion code. */
+unsigned ValidateSNMPTrapCfgAll(unsigned char *record);
+/* Checks an engine ID (hex, even count 10..48) and stores it when it differs; 0, 1 bad character, 2 bad length. */
+unsigned ValidateSNMPTrapCfgEngineID(const unsigned char *text, int length);
+/* Zeroes size bytes of buffer; returns 0. */
+int ClearSNMPTrapCfgUnsupportedParams(unsigned char *buffer, int size);
+/* Loads "/conf/SnmpTrapCfg.json" (else "/etc/defconfig/SnmpTrapCfg.json") into the shared block; 0 or -1. */
+int QuorixGetSnmpTotalConfFromJson(void);
+/* Writes a trap record and a 208-byte destination block as JSON to path (replaced atomically); 0 or -1. */
+int QuorixSetSnmpTotalConfToJson(const unsigned char *record, const unsigned char *destinations, const char *path);
+/* Copies the 208-byte destination block into buffer; 0, or -1 for NULL. */
+int QuorixGetSnmpTrapDstCfg(unsigned char *buffer);
+/* Copies the 179-byte trap record into buffer with its secrets decrypted; 0, or -1 for NULL. */
+int QuorixGetSnmpTrapCfgFromMem(unsigned char *buffer);
+/* OEM get of the 105-byte SNMP agent record at response + 1 (secrets protected); 106, or -1 for NULL. */
+int QuorixGetBMCSnmpCfgInterface(unsigned char *response);
+/* Copies the 105-byte agent record as stored into buffer; 0, or -1 for NULL. */
+int QuorixGetSnmpCfgFromMem(unsigned char *buffer);
+/* OEM set of the agent record (byte 0 parameter, 254 whole record, 255 restart the agent); saves
+ * "/conf/SnmpAgentCfg.json" on a change or when save_flag is 1. unused is ignored. */
+unsigned QuorixSetBMCSnmpCfgInterface(const unsigned char *request, int length, void *unused, unsigned char save_flag);
+/* Loads "/conf/SnmpAgentCfg.json" (else the factory default) into the shared block; 0 or -1. */
+int QuorixGetSnmpAgentTotalConfFromJson(void);
+/* Writes a 105-byte agent record as JSON to path (replaced atomically); 0 or -1. */
+int QuorixSetSnmpAgentTotalConfToJson(const unsigned char *record, const char *path);
+/* OEM get: selector 0 SMTP record (268 bytes, password zeroed, returns 269), 1 recipients (332, returns 333);
+ * -1 for another selector or NULL. */
+int QuorixGetBMCSmtpCfgInterface(int selector, unsigned char *response);
+/* Copies the 268-byte SMTP record into buffer with the password decrypted; 0, or -1 for NULL. */
+int QuorixGetSmtpCfgFromMem(unsigned char *buffer);
+/* Copies the 332-byte recipient block into buffer; 0, or -1 for NULL. */
+int QuorixGetSmtpDstCfgFromMem(unsigned char *buffer);
+/* OEM set of the SMTP record (byte 0 = 0), a recipient (1) or an alert test to a recipient (2); saves
+ * "/conf/SmtpCfg.json" on a change. */
+unsigned QuorixSetBMCSmtpCfgInterface(const unsigned char *request, int length);
+/* Loads "/conf/SmtpCfg.json" (else the factory default) into the shared block; 0 or -1. */
+int QuorixGetSmtpTotalConfFromJson(void);
+/* Writes the SMTP record and recipients of the shared block to "/conf/SmtpCfg.json"; 0 or -1. */
+int QuorixSetSmtpTotalConfToJson(void);
 /* ---- config end ---- */
 
 /* ==== Firmware update tasks and update runs ============================== */
 
 /* ---- update begin ---- */
+/* Task table: 15 records of 307 bytes (task ids 0-14) in the shared block. Task status: 0 none, 1 waiting,
+ * 2 running, 3 finished, 4 failed, 5 accepted. Refusals print their message on stdout and leave the block alone. */
+
+/* Stores the power-on-required flag (0 or 1); 0, or -1 for another value. */
+int QuorixSetPowerOnFlag(int flag);
+/* Returns the power-on-required flag byte. */
+int QuorixIsRequirePowerOn(void);
+/* Returns the task's sub-state (0-13), or -1 for a task id above 14. */
+int QuorixGetUpdateStatus(int task_id);
+/* Stores the task's sub-state (0-13); 0, or -1 for a bad id or sub-state. */
+int QuorixSetUpdateStatus(int task_id, int sub_state);
+/* Returns the task's status (0-5), or -1 for a bad id. */
+int QuorixGetTaskStatus(int task_id);
+/* Stores the task's status (0-5); 4 sends the failure SEL event each time, 3 after a 4 set by this process
+ * the recovery event; 0, or -1 for a bad id or status. */
+int QuorixSetTaskStatus(int task_id, int status);
+/* Returns the task's trigger moment byte, or -1 for a bad id. */
+int QuorixGetTaskTriggerMoment(int task_id);
+/* Stores the image file name (cut to 127 characters, terminated); 0, or -1 for a bad id or null name. */
+int QuorixSetFileName(int task_id, const char *name);
+/* Stores the low byte of percent as the task's progress; 0, or -1 for a bad id. */
+int QuorixSetFlashProgress(int task_id, int percent);
+/* Copies the updater's fields of a 307-byte task record (caller-owned) into the task's slot, progress back to
+ * 0, status untouched; 0, or -1 for a bad id or null record. */
+int QuorixUpdateTaskInfo(int task_id, const unsigned char *record);
+/* Copies the task's 307-byte record into buffer (caller-owned); 0, or -1 for a bad id or null buffer. */
+int QuorixGetUpgradeInfo(unsigned char *buffer, int task_id);
+/* Reads the first 97 bytes of "/var/flasher.progress" into buffer (97 bytes, caller-owned; byte 0 stage,
+ * bytes 93-96 state); 255 all written, 254 flasher failure, 0 otherwise, -1 when the file cannot be opened. */
+int QuorixGetFlashProgress(unsigned char *buffer);
+/* Scans tasks 1, 2, 5-11: returns the first status 1 or 2, or 2 (pending flag set) when an image waits; else 0. */
+int QuorixHasPendingTask(void);
+/* Copies records into buffer (307 bytes) until a running BIOS/CPLD/PSU/VR/FPGA task; its id, or -1 for none. */
+int QuorixGetBackgroundTaskActive(unsigned char *buffer);
+/* Background-task query of one id (0-14) or all (255) into out (4607 bytes, caller-owned): byte 1 the count,
+ * records from byte 2; returns 2 + 307 x count, or -1 for a null buffer or bad id. */
+int QuorixBackgroundTaskQuery(unsigned char *out, int task_id);
+/* Status report of tasks 0-11 into out (572 bytes, caller-owned): byte 1 the count, 38-byte entries from
+ * byte 2; returns 2 + 38 x count, or -1 for a null buffer. */
+int QuorixUpdateStatusQuery(unsigned char *out);
+/* Asks the power-off scan task to cancel a waiting task; 0, -1 for a bad id, -2 when not waiting. */
+int QuorixBackgroundTaskCancel(int task_id);
+/* Writes a 1025-byte notice (type, task type 11, value as sub-state) to "/var/poweroffscanpipe"; 0 or -1. */
+int QuorixNotifyAsynTask(int msg_type, int value);
+/* IPMI handler: request [operation 0 query / 1 cancel, task id]; completion code in resp[0] (resp holds 4607
+ * bytes); returns the response length. */
+int QuorixBackgroundTaskOperaInterface(const unsigned char *req, int req_len, unsigned char *resp);
+/* IPMI handler: request [0]; the status report into resp (572 bytes), code in resp[0]; returns its length. */
+int QuorixGetUpdateInfoInterface(const unsigned char *req, int req_len, unsigned char *resp);
+
+/* CPLD kinds: 0 main board (task 2), 1 front backplanes (3), 2 rear backplanes (4), 3 fan planes (10). */
+/* Programs every CPLD of the kind that the image at image_path names (board id or 12-character board text
+ * after "cpld") through slot 55, one IDL line each; OR of the results, -1 board-id mismatch, -2 bad kind or
+ * nothing programmed. reserved is not used. */
+int QuorixUpdateCpld(int kind, int reserved, const char *image_path);
+/* Programs FPGA kind (0 main board, board id checked) through slot 169 with one IDL line; the platform's
+ * result, -1 for a board-id mismatch. */
+int QuorixUpdateFpga(int kind, const char *image_path);
+/* Posts the IDL line "... upgrade from version X to version Y result" of CPLD kind/index, the new version
+ * read from "<image_path>.version"; nothing when that file is missing or empty. */
+void QuorixCPLDUpdatePostIdl(int kind, int index, const char *image_path, int flag, const char *result);
+/* Same for the main-board FPGA (kind 0). */
+void QuorixFPGAUpdatePostIdl(int kind, const char *image_path, int flag, const char *result);
+/* Progress estimate of a CPLD task (2, 3, 4, 10) from its start time and expected duration: 0-95 while
+ * running, 100 finished; -1 for another id. */
+int QuorixGetCpldUpgradeProgress(int task_id);
+/* Progress estimate of an FPGA task (7, 8, 9, 14); -1 for another id. */
+int QuorixGetFpgaUpgradeProgress(int task_id);
+/* Refreshes the CPLD version of kind through slot 123 (kind 0) or 122 (1, 2); 0 for kind 3, -1 otherwise. */
+int QuorixUpdateCpldVersion(int kind, int index, unsigned char *version);
+/* Writes the main-board CPLD version "major.minor" into buffer (size bytes); 0, or -1 (null, unknown 255). */
+int QuorixGetBoardCpldVersion(char *buffer, int size);
+/* Writes the backplane CPLD version (location 7 front, 8 rear; index below the count); 0 or -1. */
+int QuorixGetHddCpldVersion(int location, int index, char *buffer, int size);
+/* Writes the main-board FPGA version when the FPGA is enabled; 0 or -1. */
+int QuorixGetBoardFPGAVersion(char *buffer, int size);
+/* Writes the CPLD version of fan plane index (0 or 1); 0 or -1. */
+int QuorixGetBoardFanPanelCPLDVersion(int index, char *buffer, int size);
+/* Looks for an image for task id (2-10) in "/usr/local/lmedia/" (first by name; VR: QuorixInVRCheckUpgrade);
+ * when one waits and the slot is free, records it with sub-state 4 and status 1; 1 when recorded, else 0. */
+int Quorix_HasUpdateFile(int task_id);
+
+/* Device upgrades below share one pattern: a readable image is required (-1 and a console line otherwise);
+ * the task's start time is stored and its progress set to 0, status 2 through QuorixSetTaskStatus; the
+ * platform slot programs the part; then progress 100 and status 3, or status 4 (failure SEL event); one IDL
+ * line (log type 1, byte 12 0xFF, byte 13 the kind: 3 PSU, 4 VR, 5 GPU FPGA, 6 BIOS/SCP flash, flag 1):
+ * "<device> upgrade to version V successed|failed" with V from "<image>.version", or "<device> upgrade with
+ * image PATH successed|failed" without one. QuorixUpdatePSU (task 5, device "PSU<n>") follows it too. */
+/* Programs the BIOS (flash 0, task 1) or SCP (flash 1, task 11) SPI flash through slot 197; the platform's
+ * result, -2 for another flash. */
+int QuorixUpdateSCP(const char *image_path, int flash);
+/* Programs the HGX2 GPU FPGA (slot 182 kind 0, task 8); progress from the FPGA estimate; the result. */
+int QuorixUpdateHgx2Fpga(const char *image_path);
+/* Programs the GPU CEC (slot 182 kind 1, task 9); progress from the FPGA estimate; the result. */
+int QuorixUpdateGPUCECFpga(const char *image_path);
+/* VR upgrade request: 48 bytes at main-board EEPROM offset 3840: byte 0 1 = requested, 1 vendor (0 any,
+ * 1 PXE, 2 XDP, 3 MPS), 2 VR index, 3 operation (set here: 0 check, 1 upgrade), 4-47 image path. */
+/* Hands a pending request to slot 59 as a check; its result (0: an upgrade is due), -1 when none is pending. */
+int QuorixInVRCheckUpgrade(void);
+/* Runs a pending request through slot 59 as task 6 and clears the request; the result, -2 when none. */
+int QuorixInVRAutoUpgrade(void);
+/* Programs PXE-kind VR vr_index from image_path through slot 60 as task 6; the platform's result. */
+int QuorixInVRPXEUpgrade(int vr_index, const char *image_path);
+/* Programs XDP-kind VR vr_index from image_path through slot 61 as task 6; the platform's result. */
+int QuorixInVRXDPUpgrade(int vr_index, const char *image_path);
+/* Programs MPS-kind VR vr_index from image_path through slot 62 as task 6; the platform's result. */
+int QuorixInVRMPSUpgrade(int vr_index, const char *image_path);
+/* On double-flash boards (slot 175) with EEPROM byte 3892 = 1 (a new BIOS awaits its first boot): a booted
+ * BIOS (checkBIOSBootOK) clears it and finishes task 1; the third boot that failed (count in byte 3893)
+ * switches to the other BIOS image, clears it and fails task 1. One IDL line either way. Always 0. */
+int QuorixBIOSBootUpMonitor(void);
 /* ---- update end ---- */
 
 /* ==== Power history ====================================================== */
@@ -775,8 +1104,9 @@ int AddHistoryData(QuorixHistoryBlock *history, const unsigned char *record);
 int getHistoryDataNum(int kind);
 /* Kind 1-3: erases every record to 0xFF and stamps the newest (bytes 208-211) with the time; 0; else -1. */
 int clearHistoryData(int kind);
-/* Takes one power sample from the shared block and closes hour, day and month records as the clock moves;
- * 0, or -1 when the local time cannot be had. */
+/* Takes one power sample from the shared block (none while getHistoryDataFlag is 1) and closes hour, day
+ * and month records as the clock moves; 0, or -1 when the local time cannot be had (with a console line),
+ * the histories cannot be created or the library is not bound. */
 int historyDataRecord(void);
 /* Copies the newest max_records filled records of history kind (1-3), oldest first, into buffer
  * (max_records x 216 bytes, caller-owned); zero and erased records are skipped. Count copied, 0 if the
@@ -791,11 +1121,64 @@ int copyHistoryData(int kind, unsigned int from, unsigned int to, unsigned char 
 /* ==== TF card storage ==================================================== */
 
 /* ---- storage begin ---- */
+/* TF card: device "/dev/mmcblk0p1", mount point "/mnt/sdmmc0p1". Names and subdirectories are single
+ * path components. */
+/* Prints the device name; returns 0. */
+int common_init_tf_card(const char *device);
+/* Runs "umount" of mount_point and "mount" of device on it (exit status not looked at); 0, -1 for NULL. */
+int common_mount_tf_card(const char *device, const char *mount_point);
+/* Runs "umount" of mount_point; 0, -1 for NULL or when the command cannot be started. */
+int common_umount_tf_card(const char *mount_point);
+/* Mounts and copies src to subdir/file_name on the card (names under 20, src under 80 characters); 0 / -1. */
+int common_copy_file_to_tf_card(const char *src, const char *file_name, const char *subdir);
+/* Copies src to subdir/<image_name>new, the previous "new" becoming "old" and older "old" deleted;
+ * image_name ends with the dot. 0, 1 card missing, -1 other failures. */
+int common_copy_ima_file_to_tf_card(const char *src, const char *image_name, const char *subdir);
+/* 0 when version begins with the base name of an image in subdir, 3 when none does, 2 no directory,
+ * -1 failure. */
+int common_check_ima_file_version_tf_card(const char *version, const char *subdir);
+/* Mounts and copies src into the mount point under its base name; 0, 1 no card, -1 failure. */
+int common_copy_log_to_tf_card(const char *src);
+/* Names of the current and previous images of subdir (without the dot) into current and previous (64 bytes
+ * each, caller-owned; "NA" when absent); 0, 1 no card, 2 no mount point or directory, -1 NULL. */
+int common_get_file_list_from_tf_card(const char *subdir, char *current, char *previous);
+/* Writes "Test ok!" to the card file name and reads it back; 0 passed, 0x80 no card, 0xCC failure. */
+int test_file(const char *name);
 /* ---- storage end ---- */
 
 /* ==== Power policy ======================================================= */
 
 /* ---- power begin ---- */
+/* Power-on policy: 1 when "/var/tmp/power_button_press_flag" does not exist, else 0. */
+int IsPowerPolicyNeedRun(void);
+/* Removes the power-button press marker (failure logged); returns 0. */
+int ClearPowerButtonPressFaileFlag(void);
+/* value 0: clears the marker and posts the "policy not started" line to the IDL log, 0; else -1. */
+int LoggingPowerPolicyNotStartCause(int value);
+/* Polls the power state (slot 2 with a, b, c) into the block and keeps changes in EEPROM, except an off
+ * state caused by an AC failure; returns 0. Waits 2 s when the state drops to 0. */
+int QuorixMonitorPowerStatus(int a, int b, int c);
+/* Writes one byte from buffer as the last power state (EEPROM 4481); 0, -2 transfer failed, -3 NULL. */
+int QuorixEEPROMWritePowerStatus(unsigned char *buffer);
+/* Reads the last power state (EEPROM 4481) into buffer; 0, -2 transfer failed, -3 NULL. */
+int QuorixEEPROMReadPowerStatus(unsigned char *buffer);
+/* OEM get of the power peak maximum delay (request length 0): returns 3 with byte 0 = 0 and the seconds
+ * (u16 LE) in bytes 1-2; 1 with byte 0 = 0xC7 or 0x83; 0 for a NULL response. */
+int QuorixGetPowerPeakConfigInterface(unsigned char *request, int length, unsigned char *response);
+/* OEM set of the power peak maximum delay (request: u16 LE seconds 0..600, length 2): returns 1 with byte 0
+ * = 0, 0xC7, 0xCC or 0x83 (EEPROM write short); 0 for NULL buffers. */
+int QuorixSetPowerPeakConfigInterface(unsigned char *request, int length, unsigned char *response);
+/* Sleeps a random time up to the power peak maximum (1..599 s; 0 and 600 do not wait); 0, or -1. */
+int RunPowerPeakSleep(void);
+/* COM (0..2) and SOL (0, 2, 3, 4, 16) configuration bytes: get returns the cached or EEPROM value (an
+ * invalid stored value reads as 0); set returns 0, or -1 for an invalid value. */
+int QuorixGetComCfg(void);
+int QuorixSetComCfg(unsigned char value);
+int QuorixGetSolCfg(void);
+int QuorixSetSolCfg(unsigned char value);
+/* Non-zero when value is NOT a valid COM (resp. SOL) configuration. */
+int IsComCfgValid(unsigned char value);
+int IsSolCfgValid(unsigned char value);
 /* ---- power end ---- */
 
 /* ==== Sensor value conversion ============================================ */

@@ -123,7 +123,8 @@ int runFault(const Args &args) {
 
 using JsonPtr = std::unique_ptr<json_object, decltype(&json_object_put)>;
 
-// Fixture: {"block": [{"offset": N, "hex": "..."}], "slot_results": {"N": value}}
+// Fixture: {"block": [{"offset": N, "hex": "..."}], "slot_results": {"N": value},
+//           "devices": {...} (see fixture_devices.cpp)}
 int runLoad(const Args &args) {
     if (args.size() != 1) return usageError("sim load FIXTURE.json");
     JsonPtr root(json_object_from_file(args[0].c_str()), json_object_put);
@@ -160,7 +161,12 @@ int runLoad(const Args &args) {
             ++results;
         }
     }
-    std::printf("loaded %s: %d block regions, %d slot results\n", args[0].c_str(), regions, results);
+    json_object *devices = nullptr;
+    int deviceRecords = 0;
+    if (json_object_object_get_ex(root.get(), "devices", &devices) && loadDeviceFixture(devices, deviceRecords) != 0)
+        return kExitFailed;
+    std::printf("loaded %s: %d block regions, %d slot results, %d device records\n", args[0].c_str(), regions, results,
+                deviceRecords);
     return kExitOk;
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+struct json_object;
+
 namespace ctl {
 
 // Exit codes scripts can rely on.
@@ -28,9 +30,24 @@ const std::vector<Command> &commands();
 std::vector<Command> bindCommands();
 std::vector<Command> debugCommands();
 std::vector<Command> simCommands();
+std::vector<Command> devstateCommands();
+std::vector<Command> fanCurveCommands();
+std::vector<Command> historyCommands();
+std::vector<Command> sdrCommands();
+std::vector<Command> passwordRuleCommands();
+std::vector<Command> tfcardCommands();
+std::vector<Command> powerCommands();
+std::vector<Command> syslogCommands();
+std::vector<Command> ipcCommands();
+std::vector<Command> updateCommands();
+std::vector<Command> snmpCommands();
+std::vector<Command> smtpCommands();
 
 // Binds the library; prints the reason and returns false when it cannot.
 bool bind();
+
+// Fills the device regions from a fixture's "devices" object; 0, or -1 with a message.
+int loadDeviceFixture(json_object *devices, int &loaded);
 int usageError(const std::string &message);
 
 bool parseInt(const std::string &text, long &value);

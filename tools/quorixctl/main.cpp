@@ -11,7 +11,9 @@ namespace ctl {
 const std::vector<Command> &commands() {
     static const std::vector<Command> all = [] {
         std::vector<Command> list;
-        for (auto group : {bindCommands, debugCommands, simCommands}) {
+        for (auto group : {bindCommands, debugCommands, simCommands, devstateCommands, fanCurveCommands,
+                           historyCommands, sdrCommands, passwordRuleCommands, tfcardCommands, powerCommands,
+                           syslogCommands, ipcCommands, updateCommands, snmpCommands, smtpCommands}) {
             auto part = group();
             list.insert(list.end(), part.begin(), part.end());
         }
