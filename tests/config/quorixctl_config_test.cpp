@@ -10,20 +10,9 @@
 
 namespace {
 
-struct CtlRun {
-    int status;
-    std::string out;
-};
+using CtlRun = qtest::CommandRun;
 
-CtlRun quorixctl(const std::string &args) {
-    std::string command = std::string(QUORIXCTL_PATH) + " " + args + " 2>&1";
-    FILE *p = popen(command.c_str(), "r");
-    std::string out;
-    char buf[512];
-    while (p != nullptr && std::fgets(buf, sizeof buf, p) != nullptr) out += buf;
-    int status = p != nullptr ? pclose(p) : -1;
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
-}
+CtlRun quorixctl(const std::string &args) { return qtest::runCommand(std::string(QUORIXCTL_PATH) + " " + args); }
 
 class ConsoleConfig : public qtest::BoundTest {
 protected:

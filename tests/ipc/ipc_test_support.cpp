@@ -10,6 +10,8 @@
 
 namespace ipctest {
 
+using qtest::splitLines;
+
 Bytes KernelMessage::raw() const {
     Bytes bytes(sizeof type + text.size());
     std::memcpy(bytes.data(), &type, sizeof type);
@@ -74,18 +76,6 @@ static bool isLogLine(const std::string &line) {
     return false;
 }
 
-static std::vector<std::string> splitLines(const std::string &out) {
-    std::vector<std::string> lines;
-    std::size_t start = 0;
-    while (start < out.size()) {
-        std::size_t end = out.find('\n', start);
-        if (end == std::string::npos) end = out.size();
-        lines.push_back(out.substr(start, end - start));
-        start = end + 1;
-    }
-    return lines;
-}
-
 std::vector<std::string> logLines(const std::string &out) {
     std::vector<std::string> lines;
     for (const std::string &line : splitLines(out)) {
@@ -95,18 +85,6 @@ std::vector<std::string> logLines(const std::string &out) {
         lines.push_back(line.substr(0, open + 1) + line.substr(close + 1));
     }
     return lines;
-}
-
-std::string withoutTimes(const std::string &out) {
-    std::string text = out;
-    std::size_t at = 0;
-    while ((at = text.find("]:<", at)) != std::string::npos) {
-        std::size_t close = text.find('>', at);
-        if (close == std::string::npos) break;
-        text.erase(at + 2, close + 1 - (at + 2));
-        at += 2;
-    }
-    return text;
 }
 
 std::string plainOutput(const std::string &out) {

@@ -46,8 +46,7 @@ private:
 // Debug-log lines of a console capture, without their time stamps:
 // "[Critical]:<time>text" becomes "[Critical]:text".
 std::vector<std::string> logLines(const std::string &out);
-// Console output with the debug log's time stamps taken out ("]:<time>" -> "]:").
-std::string withoutTimes(const std::string &out);
+using qtest::withoutTimes;
 // Console output without the debug-log lines.
 std::string plainOutput(const std::string &out);
 

@@ -16,32 +16,10 @@ inline constexpr std::size_t kBlockPowerState = 0x621F8F;
 inline constexpr std::size_t kBlockCom = 0x621F7B;
 inline constexpr std::size_t kBlockSol = 0x621F7A;
 
-inline void logToConsole() {
-    qtest::writeFile("/conf/quorix_debug/LEVEL_INFO", "");
-    qtest::writeFile("/conf/quorix_debug/PATH_SERIAL", "");
-    qtest::writeFile("/conf/quorix_debug/ENABLE_QRXMONITOR", "");
-    qtest::writeFile("/var/quorix_debug_reload", "");
-}
+inline void logToConsole() { qtest::logToConsole({"QRXMONITOR"}); }
 
-inline std::vector<unsigned char> eeprom(int offset, int length) {
-    std::vector<unsigned char> bytes(static_cast<std::size_t>(length));
-    EXPECT_EQ(QuorixReadMainBoardEEprom(offset, bytes.data(), length), length);
-    return bytes;
-}
-
-inline void putEeprom(int offset, std::vector<unsigned char> bytes) {
-    ASSERT_EQ(QuorixWriteMainBoardEEprom(offset, bytes.data(), static_cast<int>(bytes.size())),
-              static_cast<int>(bytes.size()));
-}
-
-// Runs fn in a forked child, whose process caches start as this process
-// left them (these tests never touch them here); returns what it printed.
-template <typename Fn>
-std::string inChild(Fn fn) {
-    qtest::ChildResult r = qtest::runInChild(fn);
-    EXPECT_TRUE(r.exited);
-    EXPECT_EQ(r.status, 0) << r.err;
-    return r.out;
-}
+using qtest::eeprom;
+using qtest::inChild;
+using qtest::putEeprom;
 
 }  // namespace ptest

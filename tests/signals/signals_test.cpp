@@ -38,26 +38,9 @@ qtest::ChildResult daemonChild(const std::function<void()> &fn) {
     });
 }
 
-Lines splitLines(const std::string &text) {
-    Lines lines;
-    std::istringstream in(text);
-    std::string line;
-    while (std::getline(in, line)) lines.push_back(line);
-    return lines;
-}
+using qtest::splitLines;
 
-// "[Critical]:<time>text" -> "[Critical]:text".
-std::string withoutTimes(const std::string &out) {
-    std::string text = out;
-    std::size_t at = 0;
-    while ((at = text.find("]:<", at)) != std::string::npos) {
-        std::size_t close = text.find('>', at);
-        if (close == std::string::npos) break;
-        text.erase(at + 2, close + 1 - (at + 2));
-        at += 2;
-    }
-    return text;
-}
+using qtest::withoutTimes;
 
 // The message part of the syslog datagrams: "<pri>date ident: message".
 Lines messagesOf(const std::vector<std::string> &datagrams, unsigned priority) {

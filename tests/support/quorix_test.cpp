@@ -151,6 +151,62 @@ std::vector<std::string> PlatformLog::drain() {
     return messages;
 }
 
+std::string withoutTimes(const std::string &out) {
+    std::string text = out;
+    std::size_t at = 0;
+    while ((at = text.find("]:<", at)) != std::string::npos) {
+        std::size_t close = text.find('>', at);
+        if (close == std::string::npos) break;
+        text.erase(at + 2, close + 1 - (at + 2));
+        at += 2;
+    }
+    return text;
+}
+
+std::vector<std::string> splitLines(const std::string &text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    std::string line;
+    while (std::getline(in, line)) lines.push_back(line);
+    return lines;
+}
+
+CommandRun runCommand(const std::string &commandLine) {
+    std::string command = commandLine + " 2>&1";
+    FILE *p = popen(command.c_str(), "r");
+    std::string out;
+    char buf[512];
+    while (p != nullptr && std::fgets(buf, sizeof buf, p) != nullptr) out += buf;
+    int status = p != nullptr ? pclose(p) : -1;
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
+}
+
+std::vector<unsigned char> eeprom(int offset, int length) {
+    std::vector<unsigned char> bytes(static_cast<std::size_t>(length));
+    EXPECT_EQ(QuorixReadMainBoardEEprom(offset, bytes.data(), length), length);
+    return bytes;
+}
+
+void putEeprom(int offset, const std::vector<unsigned char> &bytes) {
+    std::vector<unsigned char> copy = bytes;
+    ASSERT_EQ(QuorixWriteMainBoardEEprom(offset, copy.data(), static_cast<int>(copy.size())),
+              static_cast<int>(copy.size()));
+}
+
+void logToConsole(std::initializer_list<const char *> modules) {
+    writeFile("/conf/quorix_debug/LEVEL_INFO", "");
+    writeFile("/conf/quorix_debug/PATH_SERIAL", "");
+    for (const char *module : modules) writeFile(std::string("/conf/quorix_debug/ENABLE_") + module, "");
+    writeFile("/var/quorix_debug_reload", "");
+}
+
+std::string inChild(const std::function<void()> &fn) {
+    ChildResult r = runInChild(fn);
+    EXPECT_TRUE(r.exited);
+    EXPECT_EQ(r.status, 0) << r.err;
+    return r.out;
+}
+
 void BoundTest::SetUp() {
     ASSERT_EQ(quorix_interface_init(), 0);
     ASSERT_EQ(Sim::get().reset(), 0);

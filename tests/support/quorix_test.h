@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -64,6 +65,28 @@ public:
 private:
     int fd_ = -1;
 };
+
+// Console log lines without their time stamps: "[Error]:<time>text" -> "[Error]:text".
+std::string withoutTimes(const std::string &out);
+std::vector<std::string> splitLines(const std::string &text);
+
+// Runs a shell command line (standard error merged into the output).
+struct CommandRun {
+    int status;       // exit status, -1 when it did not exit normally
+    std::string out;
+};
+CommandRun runCommand(const std::string &commandLine);
+
+// Main-board EEPROM through the library (the simulator keeps it in a file).
+std::vector<unsigned char> eeprom(int offset, int length);
+void putEeprom(int offset, const std::vector<unsigned char> &bytes);
+
+// Sends every level of the named modules' log lines to standard output;
+// the reload marker makes a process that already logged see the change.
+void logToConsole(std::initializer_list<const char *> modules);
+
+// Runs fn in a forked child, which must exit normally; returns what it printed.
+std::string inChild(const std::function<void()> &fn);
 
 // Fixture: a bound library, a zeroed block, fresh simulator state and empty
 // "/conf" and "/var" for every test.

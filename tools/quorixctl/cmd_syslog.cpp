@@ -9,6 +9,7 @@
 #include <string>
 
 #include "command.h"
+#include "config_request.h"
 #include "config/syslog_layout.h"
 #include "quorix_common_interface.h"
 
@@ -17,24 +18,7 @@ namespace {
 
 namespace sl = qrx::config::syslog;
 
-const char *completionCodeName(unsigned cc) {
-    switch (cc) {
-        case 0x00:
-            return "success";
-        case 0xC7:
-            return "request data length invalid";
-        case 0xC9:
-            return "parameter out of range";
-        case 0xCC:
-            return "invalid data field";
-        case 0xD5:
-            return "not allowed in the present state";
-        case 0xFF:
-            return "unspecified error (file not written)";
-        default:
-            return "unknown";
-    }
-}
+using cfgreq::completionCodeName;
 
 // A word of a library word table, any letter case; -1 when unknown.
 int wordIndex(const char *const *table, int count, const std::string &word) {
