@@ -60,7 +60,26 @@
 #define QRX_DEFINE_Custom(kind, slot, ret, name, params, args)
 #define QRX_DEFINE_FORWARDER(kind, slot, ret, name, params, args) \
     extern "C" QRX_EXPORT ret name params { QRX_BODY_##kind(slot, args) }
+#ifdef __arm__
+// GCC keeps a frame (push {lr}) in some of these tail calls on ARM, so each
+// is written out: &intf_handle from the GOT, the table, the slot, jump. Only
+// ip is used; the arguments stay in r0-r3 and on the caller's stack. Naked
+// keeps the typed C declaration (and its debug information) for the ABI check.
+#pragma GCC diagnostic ignored "-Wunused-parameter"
+#define QRX_STR2(x) #x
+#define QRX_STR(x) QRX_STR2(x)
+#define QRX_DEFINE_Plain(kind, slot, ret, name, params, args)              \
+    extern "C" QRX_EXPORT __attribute__((naked)) ret name params {         \
+        asm("ldr ip, 2f\n"                                                 \
+            "1: ldr ip, [pc, ip]\n"                                        \
+            "ldr ip, [ip]\n"                                               \
+            "ldr ip, [ip, #(" QRX_STR(slot) " * 4)]\n"                     \
+            "bx ip\n"                                                      \
+            "2: .word intf_handle(GOT_PREL) + (. - (1b + 8))\n");          \
+    }
+#else
 #define QRX_DEFINE_Plain QRX_DEFINE_FORWARDER
+#endif
 #define QRX_DEFINE_Ignored QRX_DEFINE_FORWARDER
 #define QRX_DEFINE_Status QRX_DEFINE_FORWARDER
 #define QRX_DEFINE_LowByte QRX_DEFINE_FORWARDER

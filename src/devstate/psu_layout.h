@@ -102,8 +102,10 @@ inline constexpr long long recordOffset(long long index) {
 
 // True when `len` bytes at record offset `field` of record `index` lie in the block.
 inline constexpr bool fieldInside(long long index, std::size_t field, std::size_t len) {
+    // Checked in 64 bits first: size_t is 32 bits on the board.
     long long at = recordOffset(index) + static_cast<long long>(field);
-    return at >= 0 && insideSharedBlock(static_cast<std::size_t>(at), len);
+    return at >= 0 && at <= static_cast<long long>(kSharedBlockSize) &&
+           insideSharedBlock(static_cast<std::size_t>(at), len);
 }
 
 // Block offset of a field; only meaningful once fieldInside() said so.

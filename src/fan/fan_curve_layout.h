@@ -86,7 +86,9 @@ inline constexpr long long curveOffset(long long id) {
 }
 
 inline bool insideBlock(long long offset, long long length) {
-    return offset >= 0 && length >= 0 &&
+    // Checked in 64 bits first: size_t is 32 bits on the board.
+    return offset >= 0 && length >= 0 && offset <= static_cast<long long>(kSharedBlockSize) &&
+           length <= static_cast<long long>(kSharedBlockSize) &&
            insideSharedBlock(static_cast<std::size_t>(offset), static_cast<std::size_t>(length));
 }
 

@@ -12,7 +12,7 @@ namespace {
 
 using CtlRun = qtest::CommandRun;
 
-CtlRun quorixctl(const std::string &args) { return qtest::runCommand(std::string(QUORIXCTL_PATH) + " " + args); }
+CtlRun quorixctl(const std::string &args) { return qtest::runCommand(qtest::programCommand(QUORIXCTL_PATH) + " " + args); }
 
 class ConsoleConfig : public qtest::BoundTest {
 protected:

@@ -86,7 +86,11 @@ TEST_F(ComposedOps, PlatformInitialisationRunsOnceAndSetsTheSharedFlag) {
 
 // Two separate processes, each loading and binding the library on its own.
 TEST_F(ComposedOps, PlatformInitialisationFromTwoProcessesCallsSlotZeroOnce) {
-    std::string self = "/proc/" + std::to_string(getpid()) + "/exe";
+    // The real path: under qemu /proc/<pid>/exe is the emulator's own binary.
+    char path[4096];
+    ssize_t len = readlink("/proc/self/exe", path, sizeof path - 1);
+    ASSERT_GT(len, 0);
+    std::string self = qtest::programCommand(std::string(path, static_cast<std::size_t>(len)));
     std::vector<std::string> outputs;
     for (int i = 0; i < 2; ++i) {
         std::string cmd = "QUORIX_TEST_ROLE=plat-init " + self + " --gtest_filter=ChildRole.PlatInit 2>&1";

@@ -16,7 +16,7 @@ struct CtlRun {
 };
 
 CtlRun quorixctl(const std::string &args) {
-    std::string command = std::string(QUORIXCTL_PATH) + " " + args + " 2>&1";
+    std::string command = qtest::programCommand(QUORIXCTL_PATH) + " " + args + " 2>&1";
     CtlRun run{-1, ""};
     FILE *p = popen(command.c_str(), "r");
     if (p == nullptr) return run;

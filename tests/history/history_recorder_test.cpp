@@ -68,8 +68,8 @@ protected:
         qtest::writeFile(clock, "2026-01-01 00:00:00\n");
         qtest::writeFile(input, script);
         const std::string command =
-            std::string("env LD_PRELOAD=") + QRX_FAKETIME_LIB + " FAKETIME_TIMESTAMP_FILE=" + clock +
-            " FAKETIME_NO_CACHE=1 TZ=UTC ASAN_OPTIONS=verify_asan_link_order=0 " + QRX_RECORDER_PROBE + " < " + input;
+            "env FAKETIME_TIMESTAMP_FILE=" + clock + " FAKETIME_NO_CACHE=1 TZ=UTC ASAN_OPTIONS=verify_asan_link_order=0 " +
+            qtest::programCommand(QRX_RECORDER_PROBE, QRX_FAKETIME_LIB) + " < " + input;
         ProbeRun out;
         FILE *pipe = popen(command.c_str(), "r");
         if (pipe == nullptr) {

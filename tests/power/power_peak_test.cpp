@@ -179,10 +179,8 @@ TEST_F(PowerPeak, Sleep_DrawsDelayWithinBoundAndWaitsIt) {
 TEST_F(PowerPeak, Sleep_LongBoundOnFastClock) {
     if (std::string(QRX_FAKETIME_LIB).empty()) GTEST_SKIP() << "libfaketime is not installed";
     ptest::putEeprom(ptest::kPowerPeakOffset, {0x57, 0x02});  // 599 s
-    std::string command = std::string("LD_PRELOAD=") + QRX_FAKETIME_LIB +
-                          " FAKETIME='+0 x1000' ASAN_OPTIONS=verify_asan_link_order=0 " +
-                          (std::getenv("QUORIX_EMULATOR") ? std::string(std::getenv("QUORIX_EMULATOR")) + " " : "") +
-                          QRX_POWER_PEAK_PROBE;
+    std::string command = "FAKETIME='+0 x1000' ASAN_OPTIONS=verify_asan_link_order=0 " +
+                          qtest::programCommand(QRX_POWER_PEAK_PROBE, QRX_FAKETIME_LIB);
     unsigned long total = 0;
     for (int round = 0; round < 4; ++round) {
         timespec a{}, b{};

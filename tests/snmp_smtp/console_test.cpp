@@ -12,7 +12,7 @@ using svctest::Bytes;
 
 using CtlRun = qtest::CommandRun;
 
-CtlRun quorixctl(const std::string &args) { return qtest::runCommand(std::string(QUORIXCTL_PATH) + " " + args); }
+CtlRun quorixctl(const std::string &args) { return qtest::runCommand(qtest::programCommand(QUORIXCTL_PATH) + " " + args); }
 
 using ConsoleSnmpSmtp = qtest::BoundTest;
 

@@ -42,6 +42,11 @@ void replaceSlot(int slot, Fn *fn) {
 // Runs fn with standard output sent to a file; returns what it printed.
 std::string captureStdout(const std::function<void()> &fn);
 
+// Shell command word(s) that start the built program at path: prefixed by
+// $QUORIX_EMULATOR when set (ARM programs under qemu have no binfmt handler).
+// A preload library goes to the program, not to the emulator.
+std::string programCommand(const std::string &path, const std::string &preload = "");
+
 // Result of running a function in a forked child.
 struct ChildResult {
     bool exited;       // true: ended through exit; false: killed by a signal

@@ -316,7 +316,7 @@ TEST_F(UpdateRuns, Estimates_FollowARealRunDrivenByTheSimulator) {
     EXPECT_EQ(qtest::blockBytes(0x149D6, 2), (std::vector<unsigned char>{1, 0}));
     int progress = 0;
     qtest::captureStdout([&] { progress = QuorixGetCpldUpgradeProgress(2); });
-    EXPECT_EQ(progress, std::time(nullptr) == u32At(taskField(2, kStart)) ? 0 : 95);
+    EXPECT_EQ(progress, static_cast<std::uint32_t>(std::time(nullptr)) == u32At(taskField(2, kStart)) ? 0 : 95);
     qtest::captureStdout([] { QuorixSetTaskStatus(2, 3); });
     EXPECT_EQ(QuorixGetCpldUpgradeProgress(2), 100);
     EXPECT_EQ(qtest::Sim::get().callCount(55), 1u);

@@ -42,9 +42,9 @@ int runRuleGet(const Args &args) {
 }
 
 int runRuleSet(const Args &args) {
-    long value;
+    long long value;
     int field = args.size() == 2 ? findField(args[0]) : -1;
-    if (field < 0 || !parseInt(args[1], value) || value < 0 || value > 0xFFFFFFFFL)
+    if (field < 0 || !parseInt(args[1], value) || value < 0 || value > 0xFFFFFFFFLL)
         return usageError("password-rule set FIELD VALUE (FIELD: a name or 0..7)");
     if (!bind()) return kExitUnbound;
     const pw::Field &f = pw::kFields[field];

@@ -126,7 +126,7 @@ int setDestination(const Args &args) {
         std::string v;
         const std::string &flag = args[i];
         if (!takeValue(args, i, v)) return usageError(flag + " needs a value");
-        long number;
+        long long number;
         if (flag == "--enable") {
             if (v != "on" && v != "off") return usageError("--enable on|off");
             enable = v == "on" ? 1 : 0;
@@ -139,7 +139,7 @@ int setDestination(const Args &args) {
             if (v.size() > sl::kDestHostSize) return usageError("--host: at most 47 characters");
             host = v;
         } else if (flag == "--port") {
-            if (!parseInt(v, number) || number < 0 || number > 0xFFFFFFFFL) return usageError("--port N");
+            if (!parseInt(v, number) || number < 0 || number > 0xFFFFFFFFLL) return usageError("--port N");
             port = static_cast<std::uint32_t>(number);
         } else {
             return usageError("unknown flag " + flag);

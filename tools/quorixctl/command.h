@@ -51,6 +51,8 @@ int loadDeviceFixture(json_object *devices, int &loaded);
 int usageError(const std::string &message);
 
 bool parseInt(const std::string &text, long &value);
+// For values that need the full 32-bit unsigned range (long is 32 bits on the board).
+bool parseInt(const std::string &text, long long &value);
 bool parseHexBytes(const std::string &text, std::vector<std::uint8_t> &bytes);
 void hexDump(std::size_t offset, const std::uint8_t *bytes, std::size_t length);
 

@@ -37,7 +37,7 @@ int send(const Sender &sender, const Bytes &request) {
 }
 
 bool encode(const Flag &flag, const std::string &value, Bytes &data) {
-    long n = 0;
+    long long n = 0;
     switch (flag.kind) {
         case Kind::Text:
             data.insert(data.end(), value.begin(), value.end());
@@ -64,7 +64,7 @@ bool encode(const Flag &flag, const std::string &value, Bytes &data) {
             return true;
         case Kind::PortBe32:
             // Sent as given (up to 32 bits) so the handler's range check is what answers.
-            if (!parseInt(value, n) || n < 0 || n > 0xFFFFFFFFL) return false;
+            if (!parseInt(value, n) || n < 0 || n > 0xFFFFFFFFLL) return false;
             for (int shift : {24, 16, 8, 0}) data.push_back(static_cast<std::uint8_t>(n >> shift));
             return true;
     }

@@ -27,6 +27,14 @@ bool parseInt(const std::string &text, long &value) {
     return errno == 0 && end != nullptr && *end == '\0';
 }
 
+bool parseInt(const std::string &text, long long &value) {
+    if (text.empty()) return false;
+    char *end = nullptr;
+    errno = 0;
+    value = std::strtoll(text.c_str(), &end, 0);
+    return errno == 0 && end != nullptr && *end == '\0';
+}
+
 bool parseHexBytes(const std::string &text, std::vector<std::uint8_t> &bytes) {
     std::string source = text;
     if (source.size() >= 2 && source[0] == '0' && (source[1] == 'x' || source[1] == 'X')) source.erase(0, 2);
