@@ -2,6 +2,7 @@
 // per-process cache that the got-flag says is filled.
 #include <cstring>
 
+#include "core/completion_codes.h"
 #include "config/password_rule_layout.h"
 #include "core/export.h"
 #include "quorix_common_interface.h"
@@ -10,11 +11,8 @@ namespace {
 
 namespace pw = qrx::pwrule;
 
-constexpr unsigned char kCcOk = 0x00;
+using namespace qrx::cc;
 constexpr unsigned char kCcReadFailed = 0x83;
-constexpr unsigned char kCcReqDataLenInvalid = 0xC7;
-constexpr unsigned char kCcParamOutOfRange = 0xC9;
-constexpr unsigned char kCcUnspecified = 0xFF;
 
 constexpr unsigned char kWholeRecordParam = 255;
 constexpr int kWholeRecordLength = 13;

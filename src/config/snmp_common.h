@@ -5,14 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "core/completion_codes.h"
+
 namespace qrx::config::svc {
 
-inline constexpr unsigned kCcOk = 0x00;
-inline constexpr unsigned kCcReqDataLenInvalid = 0xC7;
-inline constexpr unsigned kCcParamOutOfRange = 0xC9;
-inline constexpr unsigned kCcInvalidDataField = 0xCC;
-inline constexpr unsigned kCcNotAllowedNow = 0xD5;
-inline constexpr unsigned kCcUnspecified = 0xFF;
+using namespace qrx::cc;
 
 inline constexpr unsigned kLevelError = 2;
 inline constexpr const char *kModule = "IPMI";

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "core/completion_codes.h"
 #include "config/syslog_file.h"
 #include "config/syslog_layout.h"
 #include "config/validators.h"
@@ -29,12 +30,7 @@ constexpr const char *kHostnameFile = "/etc/hostname";
 constexpr const char *kStopCommand = "/etc/init.d/rsyslog stop";
 constexpr const char *kStartCommand = "/etc/init.d/rsyslog start";
 
-constexpr unsigned kCcOk = 0x00;
-constexpr unsigned kCcReqDataLenInvalid = 0xC7;
-constexpr unsigned kCcParamOutOfRange = 0xC9;
-constexpr unsigned kCcInvalidDataField = 0xCC;
-constexpr unsigned kCcNotAllowedNow = 0xD5;
-constexpr unsigned kCcUnspecified = 0xFF;
+using namespace qrx::cc;
 
 constexpr unsigned kLevelError = 2;
 constexpr int kWriteAttempts = 3;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdio>
 
+#include "core/completion_codes.h"
 #include "core/byte_access.h"
 #include "core/export.h"
 #include "power/power_layout.h"
@@ -15,10 +16,8 @@ namespace {
 
 namespace pw = qrx::power;
 
-constexpr unsigned char kCcOk = 0x00;
 constexpr unsigned char kCcEepromFailed = 0x83;
-constexpr unsigned char kCcReqDataLenInvalid = 0xC7;
-constexpr unsigned char kCcInvalidData = 0xCC;
+using namespace qrx::cc;
 
 std::uint16_t g_powerPeakDelay = pw::kPowerPeakNotRead;
 
@@ -59,7 +58,7 @@ QRX_EXPORT int QuorixSetPowerPeakConfigInterface(unsigned char *request, int len
     }
     std::uint16_t value = qrx::ByteView(request).u16(0);
     if (value > pw::kPowerPeakMaxDelay) {
-        response[0] = kCcInvalidData;
+        response[0] = kCcInvalidDataField;
         return 1;
     }
     g_powerPeakDelay = value;

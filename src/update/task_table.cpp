@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/completion_codes.h"
 #include "core/export.h"
 #include "ipc/wire_records.h"
 #include "quorix_common_interface.h"
@@ -55,9 +56,7 @@ constexpr std::size_t kAsynValueOffset = 38;    // record byte 37, the sub-state
 constexpr std::uint8_t kAsynTaskType = 11;
 
 constexpr std::uint8_t kCcOk = 0x00;
-constexpr std::uint8_t kCcReqDataLenInvalid = 0xC7;
-constexpr std::uint8_t kCcInvalidDataField = 0xCC;
-constexpr std::uint8_t kCcNotAllowedNow = 0xD5;
+using namespace qrx::cc;
 constexpr std::uint8_t kCcUnspecified = 0xFF;
 constexpr int kOpQuery = 0;
 constexpr int kOpCancel = 1;
