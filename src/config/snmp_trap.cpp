@@ -679,13 +679,12 @@ QRX_EXPORT int QuorixGetSnmpTrapCfgFromMem(unsigned char *buffer) {
     using namespace st;
     qrx::ByteView rec = qrx::sharedBlock().at(kRecordOffset);
     rec.copyOut(0, buffer, kRecordSize);
-    // The stored bytes are copied as they stand (never used as a format), bounded like the field.
-    // The clear text is at most size - 1 characters: the last byte, zeroed in the
-    // stored form, is terminated again so that readers never run off the field.
+    // The stored bytes are copied as they stand (never used as a format), bounded like the field:
+    // the copy stops at the first zero byte or one short of the field and is terminated there.
+    // The record is already in the buffer, so cipher bytes behind an embedded zero stay intact.
     auto copyBounded = [&](std::size_t offset, std::size_t size) {
-        std::memset(buffer + offset, 0, size);
         std::size_t len = strnlen(reinterpret_cast<const char *>(rec.data() + offset), size - 1);
-        std::memcpy(buffer + offset, rec.data() + offset, len);
+        buffer[offset + len] = 0;
     };
     auto decrypt = [&](std::size_t offset, std::size_t size) {
         qrx::config::unprotectInPlace(buffer + offset, static_cast<int>(size));

@@ -199,6 +199,23 @@ TEST_F(SnmpTrap, FromMem_PercentStaysPercent) {
     EXPECT_EQ(QuorixGetSnmpTrapCfgFromMem(nullptr), -1);
 }
 
+TEST_F(SnmpTrap, FromMem_ZeroByteInsideTheProtectedFormIsKept) {
+    // The device key is random, so look for a phrase whose protected form holds a
+    // zero byte before its last byte: the bytes behind it must still decrypt.
+    std::string phrase;
+    for (int i = 0; i < 4096 && phrase.empty(); ++i) {
+        std::string candidate = "phrase" + std::to_string(100000 + i);
+        Bytes stored = protectedForm(candidate, 21, true);
+        if (std::memchr(stored.data(), 0, 20) != nullptr) phrase = candidate;
+    }
+    ASSERT_FALSE(phrase.empty());
+    setVersion(3);
+    ASSERT_EQ(set(req({0, 6}, phrase)), 0u);
+    unsigned char clear[179] = {};
+    ASSERT_EQ(QuorixGetSnmpTrapCfgFromMem(clear), 0);
+    EXPECT_EQ(Bytes(clear + 70, clear + 91), text(phrase, 21));
+}
+
 TEST_F(SnmpTrap, FromMem_DefaultCommunityTakenPlain) {
     qrx::ByteView block(intf_quorix_mem);
     block.setU8(kRec, 2);
