@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -248,78 +249,73 @@ long long secondsSince(std::uint32_t start, std::time_t now) {
     return static_cast<long long>(now) - static_cast<long long>(start);
 }
 
-int cpldProgress(int id) {
-    if (id != kTaskMbCpld && id != kTaskFrontBpCpld && id != kTaskRearBpCpld && id != kTaskFanPlaneCpld) return -1;
+// The CPLD and FPGA estimates share their arithmetic but not their bookkeeping:
+// the CPLD one answers 0 for a running task without a start time and clears the
+// start time once the task ended; the FPGA one keeps it.
+struct Estimator {
+    int ids[4];
+    const char *durationLabel;
+    bool zeroWithoutStart;
+    bool clearStartWhenEnded;
+    std::uint8_t *lastEstimate;
+};
+
+const Estimator kCpldEstimator{
+    {kTaskMbCpld, kTaskFrontBpCpld, kTaskRearBpCpld, kTaskFanPlaneCpld}, "cpldUpdataTime", true, true, g_cpldProgress};
+const Estimator kFpgaEstimator{
+    {kTaskMbFpga, kTaskGpuFpga, kTaskGpuCec, 14}, "fpgaUpdataTime", false, false, g_fpgaProgress};
+
+int estimateProgress(int id, const Estimator &e) {
+    if (std::find(std::begin(e.ids), std::end(e.ids), id) == std::end(e.ids)) return -1;
     ByteView rec = taskRecord(id);
+    std::uint8_t &last = e.lastEstimate[id];
     int duration = sharedBlock().u16(durationOffset(id));
     std::uint32_t start = rec.u32(task::kStartTime);
+    auto clearStart = [&] {
+        if (e.clearStartWhenEnded) rec.setU32(task::kStartTime, 0);
+    };
     switch (rec.u8(task::kStatus)) {
         case kStatusRunning: {
-            g_cpldProgress[id] = 0;
+            last = 0;
             std::time_t now = std::time(nullptr);
             long long elapsed = secondsSince(start, now);
-            std::printf("\r\n=====current time:%ld  start time:%ld, tmptime:%ld  cpldUpdataTime:%d======\r\n",
-                        static_cast<long>(now), static_cast<long>(start), static_cast<long>(elapsed), duration);
-            if (start == 0) return 0;
+            std::printf("\r\n=====current time:%ld  start time:%ld, tmptime:%ld  %s:%d======\r\n",
+                        static_cast<long>(now), static_cast<long>(start), static_cast<long>(elapsed),
+                        e.durationLabel, duration);
+            if (e.zeroWithoutStart && start == 0) return 0;
             if (duration > elapsed) {
-                std::uint8_t p = static_cast<std::uint8_t>(elapsed * 100 / duration);
-                g_cpldProgress[id] = std::min<std::uint8_t>(p, kMaxEstimate);
-                return g_cpldProgress[id];
+                last = std::min<std::uint8_t>(static_cast<std::uint8_t>(elapsed * 100 / duration), kMaxEstimate);
+                return last;
             }
             // Another process may have finished it meanwhile.
             if (rec.u8(task::kStatus) == kStatusFinished) {
-                rec.setU32(task::kStartTime, 0);
+                clearStart();
                 return kDone;
             }
             return kMaxEstimate;
         }
         case kStatusFinished:
-            rec.setU32(task::kStartTime, 0);
-            g_cpldProgress[id] = 0;
+            clearStart();
+            last = 0;
             return kDone;
         case kStatusWaiting:
-            g_cpldProgress[id] = 0;
+            last = 0;
             return 0;
         case kStatusFailed:
         case kStatusAccepted:
-            rec.setU32(task::kStartTime, 0);
-            return g_cpldProgress[id];
+            clearStart();
+            return last;
         default:
             return 0;
     }
 }
 
+int cpldProgress(int id) {
+    return estimateProgress(id, kCpldEstimator);
+}
+
 int fpgaProgress(int id) {
-    if (id != kTaskMbFpga && id != kTaskGpuFpga && id != kTaskGpuCec && id != 14) return -1;
-    ByteView rec = taskRecord(id);
-    int duration = sharedBlock().u16(durationOffset(id));
-    std::uint32_t start = rec.u32(task::kStartTime);
-    switch (rec.u8(task::kStatus)) {
-        case kStatusRunning: {
-            g_fpgaProgress[id] = 0;
-            std::time_t now = std::time(nullptr);
-            long long elapsed = secondsSince(start, now);
-            std::printf("\r\n=====current time:%ld  start time:%ld, tmptime:%ld  fpgaUpdataTime:%d======\r\n",
-                        static_cast<long>(now), static_cast<long>(start), static_cast<long>(elapsed), duration);
-            if (duration > elapsed) {
-                std::uint8_t p = static_cast<std::uint8_t>(elapsed * 100 / duration);
-                g_fpgaProgress[id] = std::min<std::uint8_t>(p, kMaxEstimate);
-                return g_fpgaProgress[id];
-            }
-            return rec.u8(task::kStatus) == kStatusFinished ? kDone : kMaxEstimate;
-        }
-        case kStatusFinished:
-            g_fpgaProgress[id] = 0;
-            return kDone;
-        case kStatusWaiting:
-            g_fpgaProgress[id] = 0;
-            return 0;
-        case kStatusFailed:
-        case kStatusAccepted:
-            return g_fpgaProgress[id];
-        default:
-            return 0;
-    }
+    return estimateProgress(id, kFpgaEstimator);
 }
 
 bool isRegularFile(const std::string &dir, const dirent *entry) {
