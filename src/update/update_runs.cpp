@@ -283,7 +283,9 @@ int estimateProgress(int id, const Estimator &e) {
                         static_cast<long>(now), static_cast<long>(start), static_cast<long>(elapsed),
                         e.durationLabel, duration);
             if (e.zeroWithoutStart && start == 0) return 0;
-            if (duration > elapsed) {
+            // A zero duration with a start time ahead of the clock would divide by
+            // zero; it reads as a run past its expected duration.
+            if (duration > 0 && duration > elapsed) {
                 last = std::min<std::uint8_t>(static_cast<std::uint8_t>(elapsed * 100 / duration), kMaxEstimate);
                 return last;
             }

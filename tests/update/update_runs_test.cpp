@@ -260,6 +260,16 @@ TEST_F(UpdateRuns, CpldEstimate_FollowsElapsedTimeUpTo95Then100) {
     for (int bad : {0, 1, 5, 7, 11, 15}) EXPECT_EQ(QuorixGetCpldUpgradeProgress(bad), -1);
 }
 
+TEST_F(UpdateRuns, Estimates_ZeroDurationWithAStartAheadOfTheClockReads95) {
+    EXPECT_EQ(cpldEstimate(3, 0x1D169, 0, -30, 2), 95);
+    putU16(0x1D08E, 0);
+    putU32(taskField(7, kStart), static_cast<std::uint32_t>(std::time(nullptr) + 30));
+    putByte(taskField(7, kStatus), 2);
+    int result = 0;
+    qtest::captureStdout([&] { result = QuorixGetFpgaUpgradeProgress(7); });
+    EXPECT_EQ(result, 95);
+}
+
 TEST_F(UpdateRuns, CpldEstimate_PrintsTheTimesAndHandlesStartZero) {
     putU16(0x149D6, 0x0102);
     putByte(taskField(2, kStatus), 2);
