@@ -1,6 +1,7 @@
 // EEPROM and FRU devices of the simulated board, each backed by a file under
 // "/var/lib/quorix-sim" so that their contents persist like the real parts.
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,6 +29,10 @@ int openDevice(const std::string &name, int size) {
     std::string path = std::string(kDeviceDir) + "/" + name;
     int fd = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     if (fd < 0) return -1;
+    // Threads and processes opening a new device race to blank it: under the
+    // lock one fills it, and a later opener finds it full instead of blanking
+    // bytes that were written meanwhile.
+    flock(fd, LOCK_EX);
     struct stat st {};
     if (fstat(fd, &st) == 0 && st.st_size < size) {
         unsigned char blank[512];
@@ -37,6 +42,7 @@ int openDevice(const std::string &name, int size) {
             if (pwrite(fd, blank, chunk, at) < 0) break;
         }
     }
+    flock(fd, LOCK_UN);
     return fd;
 }
 

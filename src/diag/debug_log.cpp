@@ -6,6 +6,7 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -24,34 +25,49 @@ inline constexpr std::uint8_t kPathSerial = 0;
 inline constexpr std::uint8_t kPathLog = 1;
 inline constexpr std::uint8_t kPathBoth = 2;
 
-// Plain globals without a lock: a thread racing a reload may see a partly
-// filled module area for one call, which only drops or passes one message.
+// Shared by the threads of the process without a lock. A reload reads the
+// files aside and then stores the cache byte by byte as relaxed atomics
+// (plain loads and stores on the board), so a thread racing it sees each byte
+// old or new: unchanged files drop nothing, a change may drop or pass one
+// message. `loaded` is published last, so a first load is seen whole.
 struct DebugCache {
-    std::uint8_t loaded;
-    std::uint8_t threshold;  // 0..3, 0xFF without a LEVEL_ file: nothing passes
-    char modules[kModuleAreaSize];
-    std::uint8_t path;  // 0..2, 0xFF without a PATH_ file: nowhere to write
+    std::atomic<std::uint8_t> loaded;
+    std::atomic<std::uint8_t> threshold;  // 0..3, 0xFF without a LEVEL_ file: nothing passes
+    std::atomic<char> modules[kModuleAreaSize];
+    std::atomic<std::uint8_t> path;  // 0..2, 0xFF without a PATH_ file: nowhere to write
 };
 DebugCache g_cache;
 
 void loadCache() {
-    g_cache.threshold = static_cast<std::uint8_t>(GetDebugEanleLevel());
-    std::memset(g_cache.modules, 0, sizeof g_cache.modules);
-    LoadDebugSource(g_cache.modules);
-    g_cache.path = static_cast<std::uint8_t>(GetDebugEanlePath());
-    g_cache.loaded = 1;
+    char modules[kModuleAreaSize] = {};
+    g_cache.threshold.store(static_cast<std::uint8_t>(GetDebugEanleLevel()), std::memory_order_relaxed);
+    LoadDebugSource(modules);
+    for (std::size_t i = 0; i < kModuleAreaSize; ++i) g_cache.modules[i].store(modules[i], std::memory_order_relaxed);
+    g_cache.path.store(static_cast<std::uint8_t>(GetDebugEanlePath()), std::memory_order_relaxed);
+    g_cache.loaded.store(1, std::memory_order_release);
 }
 
 // The marker is never removed here: whoever created it removes it.
 void refreshCache() {
-    if (g_cache.loaded == 0 || access(kReloadMarker, F_OK) == 0) loadCache();
+    if (g_cache.loaded.load(std::memory_order_acquire) == 0 || access(kReloadMarker, F_OK) == 0) loadCache();
 }
 
-// Only the first 15 characters of the caller's name count. "" matches an
-// unused slot, so it passes while fewer than 16 modules are enabled.
+// Only the first 15 characters of the caller's name count (a bounded string
+// compare). "" matches an unused slot, so it passes while fewer than 16
+// modules are enabled.
+bool slotMatches(const char *module, std::size_t slot) {
+    const std::atomic<char> *name = g_cache.modules + slot * kModuleSlotSize;
+    for (std::size_t i = 0; i < kModuleNameMax; ++i) {
+        const char c = name[i].load(std::memory_order_relaxed);
+        if (c != module[i]) return false;
+        if (c == '\0') return true;
+    }
+    return true;
+}
+
 bool moduleEnabled(const char *module) {
     for (std::size_t i = 0; i < kModuleSlots; ++i) {
-        if (std::strncmp(module, g_cache.modules + i * kModuleSlotSize, kModuleNameMax) == 0) return true;
+        if (slotMatches(module, i)) return true;
     }
     return false;
 }
@@ -70,7 +86,7 @@ __attribute__((noinline)) int emit(unsigned level, const char *format, va_list a
     char message[1024] = {};
     std::vsnprintf(message, sizeof message, format, args);
 
-    const std::uint8_t path = g_cache.path;
+    const std::uint8_t path = g_cache.path.load(std::memory_order_relaxed);
     int result = 0;
     if (path == kPathSerial || path == kPathBoth) {
         result = std::printf("[%s]:<%s>%s\n", DebugLevelDesc[level], timeText, message);
@@ -86,7 +102,7 @@ __attribute__((noinline)) int emit(unsigned level, const char *format, va_list a
 extern "C" QRX_EXPORT int QuorixDebug(unsigned int level, const char *module, const char *format, ...) {
     if (module == nullptr || format == nullptr || level > kLevelCritical) return 0;
     refreshCache();
-    if (g_cache.threshold > level) return 0;
+    if (g_cache.threshold.load(std::memory_order_relaxed) > level) return 0;
     if (!moduleEnabled(module)) return 0;
 
     va_list args;

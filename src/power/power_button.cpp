@@ -4,20 +4,22 @@
 #include "core/export.h"
 #include "core/slot_table.h"
 
+extern "C" {
+QRX_EXPORT pthread_mutex_t PwrBtnmutex = PTHREAD_MUTEX_INITIALIZER;
+}
+
 namespace {
-unsigned char g_pwrBtnMutexInitialised = 0;
+pthread_once_t g_pwrBtnMutexOnce = PTHREAD_ONCE_INIT;
+void initPwrBtnMutex() { pthread_mutex_init(&PwrBtnmutex, nullptr); }
 }  // namespace
 
 extern "C" {
 
-QRX_EXPORT pthread_mutex_t PwrBtnmutex = PTHREAD_MUTEX_INITIALIZER;
-
 QRX_EXPORT int QuorixBMCControlPwrBtnmutexInit(void) {
-    // Checked and set without a lock: daemons call this once at start-up.
-    if (g_pwrBtnMutexInitialised != 1) {
-        pthread_mutex_init(&PwrBtnmutex, nullptr);
-        g_pwrBtnMutexInitialised = 1;
-    }
+    // Each thread of a daemon may call this before its first use of the lock:
+    // only the first call initialises it and the others wait for that, so no
+    // thread re-initialises the lock while another holds it.
+    pthread_once(&g_pwrBtnMutexOnce, initPwrBtnMutex);
     return 0;
 }
 

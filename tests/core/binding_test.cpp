@@ -12,9 +12,9 @@ std::atomic<int> g_dlsymCalls{0};
 
 // Counting wrappers: the executable's definitions come first in symbol lookup,
 // so the library's own dlopen/dlsym calls pass through here. AddressSanitizer
-// resolves its own interceptors through dlsym before main, so the sanitizer
-// build leaves these out.
-#if !defined(__SANITIZE_ADDRESS__)
+// and ThreadSanitizer resolve their own interceptors through dlsym before
+// main, so the sanitizer builds leave these out.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 #define QTEST_COUNTS_DL_CALLS 1
 extern "C" void *dlopen(const char *file, int mode) {
     ++g_dlopenCalls;
