@@ -9,6 +9,7 @@
 #include <cstring>
 #include <memory>
 
+#include "config/json_file.h"
 #include "core/export.h"
 #include "quorix_common_interface.h"
 
@@ -57,7 +58,9 @@ int generateFutureSettings() {
     }
     JsonPtr out(json_object_new_object());
     json_object_object_add(out.get(), "Attributes", json_object_get(attributes));
-    return json_object_to_file(bs::kFutureSettingsPath, out.get()) == 0 ? 0 : -1;
+    // Replaced whole or not at all: a full or read-only "/conf" must not cost
+    // the pending settings already there.
+    return qrx::config::json::writeAtomically(out.get(), bs::kFutureSettingsPath) ? 0 : -1;
 }
 
 }  // namespace
