@@ -7,33 +7,16 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include "fixtures.h"
 #include "quorix_common_interface.h"
 
 namespace {
 
-constexpr const char *kReloadMarker = "/var/quorix_debug_reload";
-
-void touch(const char *path) {
-    int fd = open(path, O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
-    if (fd >= 0) close(fd);
-}
-
-// Threshold Critical, module enabled, console path: only the level filters.
-// The marker is created for one call so an earlier cache is replaced.
-bool prepareCriticalOnly() {
-    mkdir("/conf/quorix_debug", 0755);
-    unlink("/conf/quorix_debug/LEVEL_INFO");
-    touch("/conf/quorix_debug/LEVEL_CRITICAL");
-    touch("/conf/quorix_debug/PATH_SERIAL");
-    touch("/conf/quorix_debug/ENABLE_QRXMONITOR");
-    touch(kReloadMarker);
-    QuorixDebug(0, "QRXMONITOR", "load");
-    unlink(kReloadMarker);
-    return GetDebugEanleLevel() == 3 && access(kReloadMarker, F_OK) != 0;
-}
+using qbench::kReloadMarker;
+using qbench::touch;
 
 void BM_QuorixDebug_FilteredByLevel(benchmark::State &state) {
-    if (!prepareCriticalOnly()) {
+    if (!qbench::prepareDebugCriticalOnly()) {
         state.SkipWithError("cannot prepare /conf/quorix_debug");
         return;
     }
@@ -64,7 +47,7 @@ BENCHMARK(BM_SyslogMaskedOut);
 
 // For scale only: while the marker exists every call re-reads the directory.
 void BM_QuorixDebug_FilteredWhileReloading(benchmark::State &state) {
-    if (!prepareCriticalOnly()) {
+    if (!qbench::prepareDebugCriticalOnly()) {
         state.SkipWithError("cannot prepare /conf/quorix_debug");
         return;
     }

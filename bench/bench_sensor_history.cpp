@@ -6,6 +6,8 @@
 
 #include <vector>
 
+#include "bench_support.h"
+#include "fixtures.h"
 #include "quorix_common_interface.h"
 
 namespace {
@@ -37,5 +39,18 @@ void BM_HistoryAppend(benchmark::State &state) {
     for (auto _ : state) AddHistoryData(dayHistoryLinkHead, record);
 }
 BENCHMARK(BM_HistoryAppend);
+
+// One recorder sample as the monitor takes it every cycle: supplies, the
+// class-3 reading and 40 devices sampled; within the hour only the newest
+// record's time stamp is refreshed.
+void BM_HistoryRecorderSample(benchmark::State &state) {
+    qbench::bindOrExit();
+    if (!qbench::prepareHistoryRecorder()) {
+        state.SkipWithError("the recorder took no sample");
+        return;
+    }
+    for (auto _ : state) benchmark::DoNotOptimize(historyDataRecord());
+}
+BENCHMARK(BM_HistoryRecorderSample);
 
 }  // namespace
