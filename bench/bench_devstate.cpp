@@ -66,13 +66,10 @@ BENCHMARK(BM_QuorixGetCpuPresentStatus);
 // One steady monitor scan: 288 present disks, nothing changes, no event sent.
 void BM_QuorixSetHDDSensor_288Disks(benchmark::State &state) {
     qbench::bindOrExit();
-    fillFrontDisks();
-    if (QuorixGetHDDNumSupport(1) != qrx::disk::kFrontDisks) {
+    if (!qbench::scanFrontDisksIn()) {
         state.SkipWithError("front table not set up for 288 disks");
         return;
     }
-    // The first scans take the disks in and send the presence assertion.
-    for (int scan = 0; scan < 8; ++scan) QuorixSetHDDSensor(1);
     for (auto _ : state) benchmark::DoNotOptimize(QuorixSetHDDSensor(1));
     state.SetItemsProcessed(state.iterations() * qrx::disk::kFrontDisks);
 }

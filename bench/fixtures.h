@@ -56,6 +56,14 @@ inline void fillFrontDisks() {
     }
 }
 
+// A full front table after the scans that take the disks in and send the
+// presence assertion: later scans change nothing. True when all 288 count.
+inline bool scanFrontDisksIn() {
+    fillFrontDisks();
+    for (int scan = 0; scan < 8; ++scan) QuorixSetHDDSensor(1);
+    return QuorixGetHDDNumSupport(1) == qrx::disk::kFrontDisks;
+}
+
 // Supplies, the class-3 reading and 40 devices ready for the history
 // recorder, with sampling switched on; true once it took its first sample.
 inline bool prepareHistoryRecorder() {
@@ -71,7 +79,8 @@ inline bool prepareHistoryRecorder() {
     block.setF32(kClass3ReadingOffset, 57.5f);
     for (int j = 0; j < kDevices; ++j) {
         block.setU8(kDevicePresentBase + kDeviceStride * static_cast<std::size_t>(j), 1);
-        block.setU16(kDeviceReadingBase + kDeviceStride * static_cast<std::size_t>(j), static_cast<std::uint16_t>(20 + j));
+        block.setU16(kDeviceReadingBase + kDeviceStride * static_cast<std::size_t>(j),
+                     static_cast<std::uint16_t>(20 + j));
     }
     return historyDataRecord() == 0 && getHistoryDataNum(kDay) >= 1;
 }

@@ -43,7 +43,8 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     if (size == 0) return 0;
-    qfuzz::TaskCall call = qfuzz::callOverTaskTable(data, size, kResponseSize, "background task handler", QuorixBackgroundTaskOperaInterface);
+    qfuzz::TaskCall call = qfuzz::callOverTaskTable(data, size, kResponseSize, "background task handler",
+                                                    QuorixBackgroundTaskOperaInterface);
     const qfuzz::Bytes &req = call.request;
     const qfuzz::Bytes &resp = call.response;
     const int n = call.result;
@@ -56,9 +57,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (op > 1) {
         if (n != 1 || resp[0] != 0xCC) qfuzz::fail("operation %d answered %d, 0x%X", op, n, resp[0]);
     } else if (op == 1) {
-        const unsigned want = id > qfuzz::upd::kMaxTaskId              ? 0xCC
+        const unsigned want = id > qfuzz::upd::kMaxTaskId                ? 0xCC
                               : status(id) != qfuzz::upd::kStatusWaiting ? 0xD5
-                                                                          : 0x00;
+                                                                         : 0x00;
         if (n != 1 || resp[0] != want) qfuzz::fail("cancel of %d answered %d, 0x%X, not 0x%X", id, n, resp[0], want);
     } else if (id > qfuzz::upd::kMaxTaskId && id != 255) {
         if (n != 1 || resp[0] != 0xCC) qfuzz::fail("query of %d answered %d, 0x%X", id, n, resp[0]);

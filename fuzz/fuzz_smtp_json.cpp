@@ -12,9 +12,9 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    const int result = qfuzz::loadFrom(sm::kConfPath, data, size,
-                                       {{sm::kRecordOffset, sm::kRecordSize + sm::kRecipientsSize}},
-                                       [] { return QuorixGetSmtpTotalConfFromJson(); });
+    const int result =
+        qfuzz::loadFrom(sm::kConfPath, data, size, {{sm::kRecordOffset, sm::kRecordSize + sm::kRecipientsSize}},
+                        [] { return QuorixGetSmtpTotalConfFromJson(); });
     if (result != 0 && result != -1) qfuzz::fail("SMTP loader returned %d", result);
     qfuzz::Bytes rec = qfuzz::exact(sm::kRecordSize + 1);
     if (QuorixGetBMCSmtpCfgInterface(0, rec.data()) != static_cast<int>(rec.size()))
@@ -34,8 +34,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     qfuzz::Bytes clear = qfuzz::exact(sm::kRecordSize);
     QuorixGetSmtpCfgFromMem(clear.data());
     if (result == 0)
-        qfuzz::expectSaveReloadKeeps("SMTP configuration", {sm::kRecordOffset, sm::kRecordSize + sm::kRecipientsSize},
-                                     {}, [] { return QuorixSetSmtpTotalConfToJson(); },
-                                     [] { return QuorixGetSmtpTotalConfFromJson(); });
+        qfuzz::expectSaveReloadKeeps(
+            "SMTP configuration", {sm::kRecordOffset, sm::kRecordSize + sm::kRecipientsSize}, {},
+            [] { return QuorixSetSmtpTotalConfToJson(); }, [] { return QuorixGetSmtpTotalConfFromJson(); });
     return 0;
 }

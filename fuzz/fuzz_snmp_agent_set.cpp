@@ -75,7 +75,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         const unsigned char saveFlag = chunk[0] & 1;
         qfuzz::Bytes req(chunk.begin() + 1, chunk.end());
         s.before();
-        const unsigned cc = QuorixSetBMCSnmpCfgInterface(qfuzz::bytesOf(req), static_cast<int>(req.size()), nullptr, saveFlag);
+        const unsigned cc =
+            QuorixSetBMCSnmpCfgInterface(qfuzz::bytesOf(req), static_cast<int>(req.size()), nullptr, saveFlag);
         s.after("agent set", cc);
         qfuzz::expectCode("agent set", cc, {0x00, 0xC7, 0xC9, 0xCC});
         if (cc == 0) noteSecrets(req.data(), req.size(), s.secrets());

@@ -12,9 +12,9 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    const int result = qfuzz::loadFrom(st::kConfPath, data, size,
-                                       {{st::kDestBlockOffset, st::kDestBlockSize + st::kRecordSize}},
-                                       [] { return QuorixGetSnmpTotalConfFromJson(); });
+    const int result =
+        qfuzz::loadFrom(st::kConfPath, data, size, {{st::kDestBlockOffset, st::kDestBlockSize + st::kRecordSize}},
+                        [] { return QuorixGetSnmpTotalConfFromJson(); });
     if (result != 0 && result != -1) qfuzz::fail("trap loader returned %d", result);
     qfuzz::Bytes rec = qfuzz::exact(st::kRecordSize + 1);
     if (QuorixGetBMCSnmpTrapCfgInterface(0, rec.data()) != static_cast<int>(rec.size()))

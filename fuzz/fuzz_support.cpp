@@ -396,8 +396,7 @@ void Session::after(const char *what, unsigned completionCode) {
             fail("%s refused with 0x%X but changed EEPROM bytes at %zu", what, completionCode, r.offset);
     }
     const std::vector<std::string> commands = takeCommands();
-    if (!commands.empty())
-        fail("%s refused with 0x%X but ran \"%s\"", what, completionCode, commands.front().c_str());
+    if (!commands.empty()) fail("%s refused with 0x%X but ran \"%s\"", what, completionCode, commands.front().c_str());
 }
 
 }  // namespace qfuzz

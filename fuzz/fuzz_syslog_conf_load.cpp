@@ -14,9 +14,9 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const std::size_t areaEnd = sl::kTagTextOffset + sl::kTagTextSize;
-    const int result = qfuzz::loadFrom("/conf/syslog.conf", data, size,
-                                       {{sl::kSyslogEnableOffset, areaEnd - sl::kSyslogEnableOffset}},
-                                       [] { return static_cast<int>(QuorixSyslogConfigInit()); });
+    const int result =
+        qfuzz::loadFrom("/conf/syslog.conf", data, size, {{sl::kSyslogEnableOffset, areaEnd - sl::kSyslogEnableOffset}},
+                        [] { return static_cast<int>(QuorixSyslogConfigInit()); });
     if (result != 0) qfuzz::fail("syslog start-up parse of an existing file returned %d", result);
     qfuzz::checkSyslogGets("syslog parse");
     char tag[sl::kTagTextSize];

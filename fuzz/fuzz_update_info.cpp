@@ -22,7 +22,8 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     if (size == 0) return 0;
-    qfuzz::TaskCall call = qfuzz::callOverTaskTable(data, size, kResponseSize, "update info handler", QuorixGetUpdateInfoInterface);
+    qfuzz::TaskCall call =
+        qfuzz::callOverTaskTable(data, size, kResponseSize, "update info handler", QuorixGetUpdateInfoInterface);
     const qfuzz::Bytes &req = call.request;
     const qfuzz::Bytes &resp = call.response;
     const int n = call.result;

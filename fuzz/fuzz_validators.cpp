@@ -55,10 +55,10 @@ const Named kTextChecks[] = {
 };
 
 const WordToIndex kWordToIndex[] = {
-    ValidateEnableDisable,          ValidateEnableDisableLittleLetter, ValidateAutoManualLittleLetter,
-    ValidateSnmpCfgType,            ValidateSnmpTrapVersion,           ValidateEventLevelStrToIndex,
-    ValidateSyslogTagStrToIndex,    ValidateSyslogEnableStrToIndex,    ValidateSyslogProtocalStrToIndex,
-    ValidateSyslogTypeStrToIndex,   ValidateSyslogLevelStrToIndex,
+    ValidateEnableDisable,        ValidateEnableDisableLittleLetter, ValidateAutoManualLittleLetter,
+    ValidateSnmpCfgType,          ValidateSnmpTrapVersion,           ValidateEventLevelStrToIndex,
+    ValidateSyslogTagStrToIndex,  ValidateSyslogEnableStrToIndex,    ValidateSyslogProtocalStrToIndex,
+    ValidateSyslogTypeStrToIndex, ValidateSyslogLevelStrToIndex,
 };
 
 const IndexToWord kIndexToWord[] = {
@@ -147,7 +147,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
                 const unsigned sizeGiven = param % 24;
                 auto dest = std::make_unique<char[]>(sizeGiven);
                 int severity = 0;
-                if (!raw.empty()) std::memcpy(&severity, raw.data(), std::min<std::size_t>(raw.size(), sizeof severity));
+                if (!raw.empty())
+                    std::memcpy(&severity, raw.data(), std::min<std::size_t>(raw.size(), sizeof severity));
                 const int r = QuorixSyslogLevel2IDLSeverity(severity, dest.get(), sizeGiven);
                 if (r != (sizeGiven == 0 ? -1 : 0)) qfuzz::fail("QuorixSyslogLevel2IDLSeverity answered %d", r);
                 break;

@@ -49,8 +49,8 @@ void expectSaveReloadKeeps(const char *what, Region region, std::initializer_lis
         bool isDropped = false;
         for (std::size_t d : dropped) isDropped = isDropped || d == i;
         if (!isDropped)
-            fail("%s: byte %zu of the configuration changed from 0x%02X to 0x%02X across a save and a reload", what,
-                 i, first[i], block()[region.offset + i]);
+            fail("%s: byte %zu of the configuration changed from 0x%02X to 0x%02X across a save and a reload", what, i,
+                 first[i], block()[region.offset + i]);
     }
 }
 

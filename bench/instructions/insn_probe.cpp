@@ -57,7 +57,19 @@ struct Scenario {
     void (*call)();
 };
 
-bool none() { return true; }
+bool none() {
+    return true;
+}
+
+bool suppliesFilled() {
+    qbench::fillSupplies();
+    return true;
+}
+
+bool frontDisksFilled() {
+    qbench::fillFrontDisks();
+    return true;
+}
 
 const Scenario kScenarios[] = {
     {"forwarder", forwarderSetup, [] { QuorixReadMainBoardEEprom(g_sequence++, g_buffer, 16); }},
@@ -65,20 +77,10 @@ const Scenario kScenarios[] = {
      [] { reinterpret_cast<EepromRead>(intf_handle[13])(g_sequence++, g_buffer, 16); }},
     {"debug_filtered", qbench::prepareDebugCriticalOnly,
      [] { QuorixDebug(0, "QRXMONITOR", "fan %d at %d rpm", g_sequence++, 4200); }},
-    {"psu_info", [] { qbench::fillSupplies(); return true; },
-     [] { ReadQuorixPSUInfo(g_sequence++ & 7, g_buffer); }},
-    {"hdd_serial", [] { qbench::fillFrontDisks(); return true; },
-     [] { QuorixGetHDDSN(g_sequence++ % 78, g_buffer); }},
-    {"max_nvme_temp_288", [] { qbench::fillFrontDisks(); return true; },
-     [] { GetMaxFrontHDDNVMETemp(0, qrx::disk::kFrontDisks - 1); }},
-    {"hdd_sensor_288",
-     [] {
-         qbench::fillFrontDisks();
-         // The first scans take the disks in and send the presence assertion.
-         for (int scan = 0; scan < 8; ++scan) QuorixSetHDDSensor(1);
-         return QuorixGetHDDNumSupport(1) == qrx::disk::kFrontDisks;
-     },
-     [] { QuorixSetHDDSensor(1); }},
+    {"psu_info", suppliesFilled, [] { ReadQuorixPSUInfo(g_sequence++ & 7, g_buffer); }},
+    {"hdd_serial", frontDisksFilled, [] { QuorixGetHDDSN(g_sequence++ % 78, g_buffer); }},
+    {"max_nvme_temp_288", frontDisksFilled, [] { GetMaxFrontHDDNVMETemp(0, qrx::disk::kFrontDisks - 1); }},
+    {"hdd_sensor_288", qbench::scanFrontDisksIn, [] { QuorixSetHDDSensor(1); }},
     {"history_sample", qbench::prepareHistoryRecorder, [] { historyDataRecord(); }},
     {"unchanged_syslog", UnchangedSyslog::setup, UnchangedSyslog::call},
     {"unchanged_snmp_trap", UnchangedTrap::setup, UnchangedTrap::call},

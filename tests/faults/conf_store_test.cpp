@@ -3,11 +3,9 @@
 // code, and the files written before stay whole and loadable.
 //
 // Each fixture runs in a sandbox of its own (see CMakeLists.txt).
-#include <dirent.h>
 #include <fcntl.h>
 #include <linux/capability.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -66,17 +64,8 @@ const JsonService kServices[] = {
      "Get the total Snmp configure struct from Json failed."},
 };
 
-unsigned char *block() { return static_cast<unsigned char *>(intf_quorix_mem); }
-
-std::vector<std::string> entries(const std::string &dir) {
-    std::vector<std::string> names;
-    if (DIR *d = opendir(dir.c_str())) {
-        while (dirent *e = readdir(d))
-            if (e->d_name[0] != '.') names.emplace_back(e->d_name);
-        closedir(d);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
+unsigned char *block() {
+    return static_cast<unsigned char *>(intf_quorix_mem);
 }
 
 // Debug-log lines of the configuration modules on standard output.
@@ -128,8 +117,8 @@ TEST_F(ReadOnlyConf, JsonSaveAnswers0xFFKeepsTheFileAndItReloads) {
         ASSERT_EQ(s.load(), 0);
         EXPECT_EQ(block()[s.field], s.factoryValue);
     }
-    EXPECT_EQ(entries("/conf"), (std::vector<std::string>{"SmtpCfg.json", "SnmpAgentCfg.json", "SnmpTrapCfg.json",
-                                                           "quorix_debug"}));
+    EXPECT_EQ(qtest::directoryEntries("/conf"),
+              (std::vector<std::string>{"SmtpCfg.json", "SnmpAgentCfg.json", "SnmpTrapCfg.json", "quorix_debug"}));
 }
 
 TEST_F(ReadOnlyConf, SnmpAgentForcedSaveOfAnUnchangedValueFailsToo) {
@@ -171,29 +160,13 @@ TEST_F(ReadOnlyConf, ConfFlagOneFailsBeforeTheEepromAndPendingSettingsStay) {
     EXPECT_NE(out.find("\r\n===Generate Future Json File fail !!!======\r\n"), std::string::npos) << out;
     EXPECT_EQ(qtest::eeprom(kConfFlagOffset, 1), Bytes{0});
     EXPECT_EQ(qtest::readFile(kFuture), future);
-    EXPECT_EQ(entries(kBiosDir), (std::vector<std::string>{"bios_current_settings.json", "bios_future_settings.json"}));
+    EXPECT_EQ(qtest::directoryEntries(kBiosDir),
+              (std::vector<std::string>{"bios_current_settings.json", "bios_future_settings.json"}));
 }
 
 // ---------------------------------------------------------------------------
 // "/conf" a small tmpfs filled up by the test.
-class FullConf : public qtest::BoundTest {
-protected:
-    void fill() {
-        struct statvfs fs {};
-        ASSERT_EQ(statvfs("/conf", &fs), 0);
-        ASSERT_LE(static_cast<unsigned long long>(fs.f_blocks) * fs.f_frsize, 1ull << 20) << "run with --small-conf";
-        int fd = open("/conf/filler", O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        ASSERT_GE(fd, 0);
-        std::vector<char> chunk(512, 'x');
-        while (write(fd, chunk.data(), chunk.size()) > 0) {
-        }
-        close(fd);
-    }
-    void TearDown() override {
-        unlink("/conf/filler");
-        BoundTest::TearDown();
-    }
-};
+using FullConf = qtest::FullConfTest;
 
 TEST_F(FullConf, FutureBiosSettingsAreNotLostWhenTheMergeCannotBeWritten) {
     // The merge is larger than the pending file it replaces, so even the
@@ -204,10 +177,11 @@ TEST_F(FullConf, FutureBiosSettingsAreNotLostWhenTheMergeCannotBeWritten) {
     const std::string future = R"({"AttributeRegistry":"R1","Attributes":{"QuietBoot":0,"NewOpt":"X"}})";
     qtest::writeFile(kCurrent, current);
     qtest::writeFile(kFuture, future);
-    fill();
+    fillConf();
     EXPECT_EQ(GenerateFutureSetJson(), -1);
     EXPECT_EQ(qtest::readFile(kFuture), future);
-    EXPECT_EQ(entries(kBiosDir), (std::vector<std::string>{"bios_current_settings.json", "bios_future_settings.json"}));
+    EXPECT_EQ(qtest::directoryEntries(kBiosDir),
+              (std::vector<std::string>{"bios_current_settings.json", "bios_future_settings.json"}));
     // With room again the same merge goes through.
     unlink("/conf/filler");
     ASSERT_EQ(GenerateFutureSetJson(), 0);
@@ -238,7 +212,8 @@ protected:
         ASSERT_EQ(syscall(SYS_capset, &header_, reduced), 0);
         dropped_ = true;
         logToConsole("/conf/");
-        for (const JsonService &s : kServices) factory_.push_back(qtest::readFile(std::string("/etc/defconfig/") + s.file));
+        for (const JsonService &s : kServices)
+            factory_.push_back(qtest::readFile(std::string("/etc/defconfig/") + s.file));
     }
     void TearDown() override {
         if (dropped_) syscall(SYS_capset, &header_, saved_);
@@ -309,7 +284,8 @@ TEST_F(UnreadableConf, BiosFilesThatCannotBeReadCountAsUnparsable) {
     EXPECT_EQ(GenerateFutureSetJson(), -1);
     ASSERT_EQ(chmod(kFuture.c_str(), 0644), 0);
     EXPECT_EQ(qtest::readFile(kFuture), future);
-    EXPECT_EQ(entries(kBiosDir), (std::vector<std::string>{"bios_current_settings.json", "bios_future_settings.json"}));
+    EXPECT_EQ(qtest::directoryEntries(kBiosDir),
+              (std::vector<std::string>{"bios_current_settings.json", "bios_future_settings.json"}));
 }
 
 }  // namespace

@@ -1,13 +1,16 @@
 #include "quorix_test.h"
 
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/statvfs.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -67,7 +70,9 @@ void writeFile(const std::string &path, const std::string &contents) {
     out << contents;
 }
 
-bool fileExists(const std::string &path) { return access(path.c_str(), F_OK) == 0; }
+bool fileExists(const std::string &path) {
+    return access(path.c_str(), F_OK) == 0;
+}
 
 std::vector<unsigned char> blockBytes(std::size_t offset, std::size_t length) {
     auto *base = static_cast<unsigned char *>(intf_quorix_mem);
@@ -224,6 +229,37 @@ void BoundTest::SetUp() {
     clearDirectory("/tmp");
 }
 
-void BoundTest::TearDown() { Sim::get().restoreTable(); }
+void BoundTest::TearDown() {
+    Sim::get().restoreTable();
+}
+
+std::vector<std::string> directoryEntries(const std::string &dir) {
+    std::vector<std::string> names;
+    if (DIR *d = opendir(dir.c_str())) {
+        while (dirent *e = readdir(d))
+            if (std::strcmp(e->d_name, ".") != 0 && std::strcmp(e->d_name, "..") != 0) names.emplace_back(e->d_name);
+        closedir(d);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+void FullConfTest::fillConf() {
+    // Only ever fill the small file system the test is registered with.
+    struct statvfs fs {};
+    ASSERT_EQ(statvfs("/conf", &fs), 0);
+    ASSERT_LE(static_cast<unsigned long long>(fs.f_blocks) * fs.f_frsize, 1ull << 20) << "run with --small-conf";
+    int fd = open("/conf/filler", O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    ASSERT_GE(fd, 0);
+    std::vector<char> chunk(512, 'x');
+    while (write(fd, chunk.data(), chunk.size()) > 0) {
+    }
+    close(fd);
+}
+
+void FullConfTest::TearDown() {
+    unlink("/conf/filler");
+    BoundTest::TearDown();
+}
 
 }  // namespace qtest

@@ -32,6 +32,8 @@ void clearDirectory(const std::string &path);
 std::string readFile(const std::string &path);
 void writeFile(const std::string &path, const std::string &contents);
 bool fileExists(const std::string &path);
+// Names in a directory, sorted, without the dot entries.
+std::vector<std::string> directoryEntries(const std::string &dir);
 std::vector<unsigned char> blockBytes(std::size_t offset, std::size_t length);
 
 template <typename Fn>
@@ -49,10 +51,10 @@ std::string programCommand(const std::string &path, const std::string &preload =
 
 // Result of running a function in a forked child.
 struct ChildResult {
-    bool exited;       // true: ended through exit; false: killed by a signal
-    int status;        // exit status, or the signal number
-    std::string out;   // what it printed on standard output
-    std::string err;   // what it printed on standard error
+    bool exited;      // true: ended through exit; false: killed by a signal
+    int status;       // exit status, or the signal number
+    std::string out;  // what it printed on standard output
+    std::string err;  // what it printed on standard error
 };
 ChildResult runInChild(const std::function<void()> &fn);
 
@@ -77,7 +79,7 @@ std::vector<std::string> splitLines(const std::string &text);
 
 // Runs a shell command line (standard error merged into the output).
 struct CommandRun {
-    int status;       // exit status, -1 when it did not exit normally
+    int status;  // exit status, -1 when it did not exit normally
     std::string out;
 };
 CommandRun runCommand(const std::string &commandLine);
@@ -98,6 +100,15 @@ std::string inChild(const std::function<void()> &fn);
 class BoundTest : public ::testing::Test {
 protected:
     void SetUp() override;
+    void TearDown() override;
+};
+
+// Fixture for a sandbox whose "/conf" is a small tmpfs (--small-conf):
+// fillConf() writes "/conf/filler" until the file system refuses more; it is
+// removed after the test.
+class FullConfTest : public BoundTest {
+protected:
+    void fillConf();
     void TearDown() override;
 };
 
