@@ -37,9 +37,9 @@ int main() {
     char setting[] = "debug3_77";
     SetDebugInformation(setting);
     FanRecord done = record(2, kBusyDoneRound);
-    write_quorix_fan_info(kPeerRecord, done.data());
+    write_quorix_fan_info(kPeerDoneRecord, done.data());
 
-    if (!waitForRecord(kTestRecord, record(1, kBusyDoneRound), kTimeoutMs)) return fail("test never finished", 0);
+    if (!waitForRecord(kTestDoneRecord, record(1, kBusyDoneRound), kTimeoutMs)) return fail("test never finished", 0);
     for (int i = 0; i < kOwnedCount; ++i) {
         if (!waitForRecord(kFirstTestOwned + i, record(1, (kBusyWrites - 1) * kOwnedCount + i), kTimeoutMs))
             return fail("test's last busy record missing", i);

@@ -46,9 +46,9 @@ TEST_F(SharedBlockPeer, TurnsAndSeparateWrites_BothProcessesSeeEachOthersValues)
         }
         ASSERT_EQ(write_device_scan_enable(4, 2), 0);
         FanRecord done = record(1, kBusyDoneRound);
-        ASSERT_EQ(write_quorix_fan_info(kTestRecord, done.data()), 0);
+        ASSERT_EQ(write_quorix_fan_info(kTestDoneRecord, done.data()), 0);
 
-        EXPECT_TRUE(waitForRecord(kPeerRecord, record(2, kBusyDoneRound), kTimeoutMs));
+        EXPECT_TRUE(waitForRecord(kPeerDoneRecord, record(2, kBusyDoneRound), kTimeoutMs));
         for (int i = 0; i < kOwnedCount; ++i) {
             EXPECT_TRUE(waitForRecord(kFirstPeerOwned + i, record(2, (kBusyWrites - 1) * kOwnedCount + i), kTimeoutMs))
                 << "peer record " << kFirstPeerOwned + i;
@@ -58,8 +58,7 @@ TEST_F(SharedBlockPeer, TurnsAndSeparateWrites_BothProcessesSeeEachOthersValues)
         // The peer's debug-flag byte, through the library's report.
         std::string report = qtest::captureStdout([] { ShowAllDebugInfo(); });
         EXPECT_NE(report.find("====Debuginfo[3] (debugd):0x4d ====\n"), std::string::npos) << report;
-        EXPECT_EQ(qtest::blockBytes(0x621F7C, 10),
-                  (std::vector<unsigned char>{0, 0, 0, 77, 0, 0, 0, 0, 0, 0}));
+        EXPECT_EQ(qtest::blockBytes(0x621F7C, 10), (std::vector<unsigned char>{0, 0, 0, 77, 0, 0, 0, 0, 0, 0}));
     }
 
     std::string out;

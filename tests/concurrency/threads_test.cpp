@@ -82,7 +82,8 @@ TEST_F(Threads, EepromWritesToSeparateOffsets_AllLand) {
         std::vector<unsigned char> expected(kStretch, 0xFF);
         // A thread's writes overlap by 4 bytes; its later write wins.
         for (int w = 0; w < kWrites; ++w)
-            for (int b = 0; b < 8; ++b) expected[static_cast<std::size_t>(w * 4 + b)] = static_cast<unsigned char>(t * 16 + w * 3 + b);
+            for (int b = 0; b < 8; ++b)
+                expected[static_cast<std::size_t>(w * 4 + b)] = static_cast<unsigned char>(t * 16 + w * 3 + b);
         std::vector<unsigned char> stretch(image.begin() + t * kStretch, image.begin() + (t + 1) * kStretch);
         EXPECT_EQ(stretch, expected) << "thread " << t;
     }
