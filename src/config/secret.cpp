@@ -60,6 +60,14 @@ int protectInPlace(unsigned char *buf, int length) {
     return 0;
 }
 
+int protectStoredText(unsigned char *field, int length) {
+    if (field == nullptr || length <= 0) return -1;
+    const std::size_t size = static_cast<std::size_t>(length);
+    const std::size_t text = strnlen(reinterpret_cast<const char *>(field), size);
+    std::memset(field + text, 0, size - text);
+    return protectInPlace(field, length);
+}
+
 int unprotectInPlace(unsigned char *buf, int length) {
     Scratch<kKeySize> key;
     Scratch<kResultSize> result;

@@ -19,6 +19,11 @@ bool encryptionOn();
 // In place, same length: 0 on success (also when encryption is off), -1 on failure.
 int protectInPlace(unsigned char *buf, int length);
 int unprotectInPlace(unsigned char *buf, int length);
+// protectInPlace for a stored field: the bytes behind the text's first zero
+// are cleared first. An empty text has no protected form, so whatever a
+// request carried behind its terminator would otherwise be stored, and
+// returned by a get, in clear.
+int protectStoredText(unsigned char *field, int length);
 // Blowfish then base64 into out (zeroed by the caller, at least 2 x length bytes).
 int protectToBase64(const char *plain, char *out, const char *key, int length);
 // Base64 then Blowfish into out (size bytes, zero-filled behind the text).

@@ -111,7 +111,7 @@ unsigned setRecordParam(const unsigned char *req, std::size_t n) {
             if (std::memcmp(clear, data, copy) == 0) return kCcOk;
             rec.fill(kPassword, 0, kPasswordSize);
             rec.copyIn(kPassword, data, copy);
-            protectInPlace(rec.data() + kPassword, static_cast<int>(kPasswordSize));
+            protectStoredText(rec.data() + kPassword, static_cast<int>(kPasswordSize));
             rec.setU8(kPassword + kPasswordSize - 1, 0);
             return saved();
         }
@@ -164,7 +164,7 @@ unsigned setRecordParam(const unsigned char *req, std::size_t n) {
         std::memcpy(wanted, r + kPassword, strnlen(reinterpret_cast<const char *>(r + kPassword), 60));
         if (std::memcmp(clear, wanted, kPasswordSize) != 0) {
             rec.copyIn(kPassword, wanted, kPasswordSize);
-            protectInPlace(rec.data() + kPassword, static_cast<int>(kPasswordSize));
+            protectStoredText(rec.data() + kPassword, static_cast<int>(kPasswordSize));
             rec.setU8(kPassword + kPasswordSize - 1, 0);
         }
     }

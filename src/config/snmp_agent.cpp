@@ -58,7 +58,7 @@ bool storeCommunity(std::size_t offset, const unsigned char *text, std::size_t c
     if (std::memcmp(work, wanted.bytes, kTextMax) == 0) return false;
     std::memset(work, 0, sizeof work);
     std::memcpy(work, wanted.bytes, copy < kTextMax ? copy : kTextMax);
-    protectInPlace(work, static_cast<int>(kTextMax));
+    protectStoredText(work, static_cast<int>(kTextMax));
     rec.fill(offset, 0, kCommunitySize);
     // The stored form ends at its first zero byte, as the agent reads it.
     rec.copyIn(offset, work, strnlen(reinterpret_cast<const char *>(work), kTextMax));
@@ -75,7 +75,7 @@ bool storePassPhrase(std::size_t offset, const unsigned char *text, std::size_t 
     if (std::memcmp(work, wanted.bytes, kPassMax) == 0) return false;
     rec.fill(offset, 0, kPassSize);
     rec.copyIn(offset, wanted.bytes, copy < kPassMax ? copy : kPassMax);
-    protectInPlace(rec.data() + offset, static_cast<int>(kPassSize));
+    protectStoredText(rec.data() + offset, static_cast<int>(kPassSize));
     return true;
 }
 
@@ -100,7 +100,7 @@ unsigned setWhole(const unsigned char *req, std::size_t n) {
         for (std::size_t off : {kReadOnlyCommunity, kReadWriteCommunity}) {
             rec.fill(off, 0, kCommunitySize);
             rec.copyIn(off, r + off, strnlen(reinterpret_cast<const char *>(r + off), kTextMax));
-            protectInPlace(rec.data() + off, static_cast<int>(kTextMax));
+            protectStoredText(rec.data() + off, static_cast<int>(kTextMax));
             rec.setU8(off + kCommunitySize - 1, 0);
         }
     }
@@ -112,7 +112,7 @@ unsigned setWhole(const unsigned char *req, std::size_t n) {
         for (std::size_t off : {kAuthPassword, kPrivPassword}) {
             rec.fill(off, 0, kPassSize);
             rec.copyIn(off, r + off, strnlen(reinterpret_cast<const char *>(r + off), kPassMax));
-            protectInPlace(rec.data() + off, static_cast<int>(kPassSize));
+            protectStoredText(rec.data() + off, static_cast<int>(kPassSize));
         }
     }
     // The set-over-v1/v2c byte (request byte 37) is never taken from a whole record.

@@ -102,7 +102,7 @@ void storeSecret(std::size_t offset, std::size_t size, std::size_t compared, con
     if (!differs(t.bytes, clear, t.length + 1)) return;
     std::memset(field, 0, size);
     std::memcpy(field, t.bytes, t.length < size ? t.length : size - 1);
-    protectInPlace(field, static_cast<int>(size));
+    protectStoredText(field, static_cast<int>(size));
     field[size - 1] = 0;
     changed = 1;
 }
@@ -387,7 +387,7 @@ unsigned validateAll(unsigned char *req) {
         // Always rewritten: the stored form is compared still protected, and the result is the same.
         rec.fill(kPrivPassword, 0, kPassSize);
         rec.copyIn(kPrivPassword, req + kPrivPassword, privLen);
-        protectInPlace(rec.data() + kPrivPassword, static_cast<int>(kPassSize));
+        protectStoredText(rec.data() + kPrivPassword, static_cast<int>(kPassSize));
         rec.setU8(kPrivPassword + kPassSize - 1, 0);
     } else {
         Field community(req, kCommunity, kCommunitySize - 1);

@@ -107,6 +107,14 @@ TEST_F(Smtp, Password_ProtectedAndNeverInTheOemGet) {
     EXPECT_EQ(QuorixGetSmtpCfgFromMem(nullptr), -1);
 }
 
+TEST_F(Smtp, Password_EmptyKeepsNothingBehindItsTerminator) {
+    EXPECT_EQ(set(req({0, 8}, std::string("\0S3cret!pw", 10))), 0u);
+    EXPECT_EQ(rec(121, 61), Bytes(61, 0));
+    unsigned char clear[268] = {};
+    ASSERT_EQ(QuorixGetSmtpCfgFromMem(clear), 0);
+    EXPECT_EQ(Bytes(clear + 121, clear + 182), Bytes(61, 0));
+}
+
 TEST_F(Smtp, Recipients_Parameters) {
     std::string a64 = std::string(52, 'a') + "@example.com";
     ASSERT_EQ(a64.size(), 64u);

@@ -75,6 +75,19 @@ TEST_F(SnmpAgent, UserNameAndPassPhrases) {
     EXPECT_EQ(set(req({9}, "pass phrase")), 0xC9u);
 }
 
+// An empty text has no protected form: what a request carries behind the
+// terminator must not be stored (and returned by the get) in clear.
+TEST_F(SnmpAgent, EmptyPassPhrase_KeepsNothingBehindItsTerminator) {
+    ASSERT_EQ(set(req({9}, "authphrase")), 0u);
+    EXPECT_EQ(set(req({10}, std::string("\0Xauthphrase", 11))), 0u);
+    EXPECT_EQ(rec(81, 24), Bytes(24, 0));
+    EXPECT_EQ(set(req({10}, std::string("priv\0phrase", 11))), 0u);
+    EXPECT_EQ(rec(81, 24), protectedForm("priv", 24, false));
+    unsigned char resp[106] = {};
+    ASSERT_EQ(QuorixGetBMCSnmpCfgInterface(resp), 106);
+    EXPECT_EQ(Bytes(resp + 82, resp + 106), protectedForm("priv", 24, false));
+}
+
 TEST_F(SnmpAgent, UnchangedWritesNothingUnlessSaveFlag) {
     ASSERT_EQ(set(req({8}, "snmpuser")), 0u);
     ASSERT_TRUE(qtest::fileExists(kFile));
