@@ -14,6 +14,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "core/shared_block.h"
 #include "quorix_common_interface.h"
 #include "quorix_platform.h"
 
@@ -91,7 +92,7 @@ unsigned char *block() {
 }
 
 std::size_t blockSize() {
-    return 0x640000;
+    return qrx::kSharedBlockSize;
 }
 
 std::vector<Bytes> splitRequests(const std::uint8_t *data, std::size_t size, std::size_t limit) {
