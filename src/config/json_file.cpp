@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
@@ -66,7 +67,9 @@ int intMember(json_object *obj, const char *key) {
     json_object *value = nullptr;
     // Only integers count: a number written as text or a float loads as 0.
     if (!json_object_object_get_ex(obj, key, &value) || !json_object_is_type(value, json_type_int)) return 0;
-    return json_object_get_int(value);
+    // The low 32 bits, not json-c's saturated int: a 32-bit field saved as an
+    // unsigned number (a port of 0xFFFFFFC2 as 4294967234) loads back unchanged.
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(json_object_get_int64(value)));
 }
 
 void copyStringMember(json_object *obj, const char *key, unsigned char *dst, std::size_t bound) {

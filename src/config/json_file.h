@@ -24,7 +24,7 @@ std::string sourceFor(const char *name);
 Ptr parseFile(const std::string &path, int tries);
 // The member key of obj, looked up tries times; null when absent.
 json_object *member(json_object *obj, const char *key, int tries);
-// An integer member (0 when absent or not an integer); callers keep the bits they need.
+// The low 32 bits of an integer member (0 when absent or not an integer); callers keep the bits they need.
 int intMember(json_object *obj, const char *key);
 // Copies at most bound characters of a string member into dst (dst zeroed by the caller).
 void copyStringMember(json_object *obj, const char *key, unsigned char *dst, std::size_t bound);

@@ -474,6 +474,22 @@ TEST_F(SnmpTrapLoader, ConfWinsOverDefaultsAndStringsAreCutTo16) {
     EXPECT_EQ(qtest::blockBytes(kDest + 52, 156), Bytes(156, 0));
 }
 
+TEST_F(SnmpTrapLoader, PortKeepsItsLow32BitsAcrossSaveAndReload) {
+    // A file from elsewhere may hold a negative or an oversized port; what the
+    // loader stores must be what the saver writes and the next load reads.
+    qtest::writeFile(kFile, R"({"SnmpTrapCfg":{},"SnmpTrapDestCfg":[{"port":-62},{"port":4294967234},
+        {"port":4294967296},{"port":99999999999999999999}]})");
+    load(0);
+    const Bytes ports[] = {{0xC2, 0xFF, 0xFF, 0xFF}, {0xC2, 0xFF, 0xFF, 0xFF}, {0, 0, 0, 0}, {0xFF, 0xFF, 0xFF, 0xFF}};
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(qtest::blockBytes(kDest + 52 * i + 48, 4), ports[i]) << i;
+    const Bytes loaded = qtest::blockBytes(kDest, 208 + 179);
+    ASSERT_EQ(QuorixSetSnmpTotalConfToJson(static_cast<unsigned char *>(intf_quorix_mem) + kDest + 208,
+                                           static_cast<unsigned char *>(intf_quorix_mem) + kDest, kFile),
+              0);
+    load(0);
+    EXPECT_EQ(qtest::blockBytes(kDest, 208 + 179), loaded);
+}
+
 TEST_F(SnmpTrapLoader, Failures) {
     logIpmiToConsole();
     unlink("/etc/defconfig/SnmpTrapCfg.json");
