@@ -29,10 +29,17 @@ void noteSecrets(const qfuzz::Bytes &req, qfuzz::Secrets &secrets) {
             secrets.add(data, n < kTextMax ? n : kTextMax);
             break;
         case 255:
-            if (req.size() != st::kRecordSize + 2) break;
-            secrets.add(data + st::kCommunity, kTextMax);
-            secrets.add(data + st::kAuthPassword, st::kPassSize);
-            secrets.add(data + st::kPrivPassword, st::kPassSize);
+            // A whole record stores the secrets of its version's group only:
+            // version 0 none, versions 1 and 2 the community, version 3 the
+            // pass phrases. Texts it does not store may well be in the
+            // record already, in clear (the factory community).
+            if (req.size() != st::kRecordSize + 2 || data[st::kVersion] == 0) break;
+            if (data[st::kVersion] == 3) {
+                secrets.add(data + st::kAuthPassword, st::kPassSize);
+                secrets.add(data + st::kPrivPassword, st::kPassSize);
+            } else {
+                secrets.add(data + st::kCommunity, kTextMax);
+            }
             break;
         default:
             break;
