@@ -85,7 +85,11 @@ extern "C" {
 
 QRX_EXPORT int WriteHwHDDInfo(const unsigned char *image, int cpld_type) {
     Table table;
-    if (image == nullptr || !tableOf(cpld_type, table)) return -1;
+    if (image == nullptr) return -1;
+    if (!tableOf(cpld_type, table)) {
+        std::printf("WriteHwHDDInfo,error CpldType:%d!!\n", cpld_type);
+        return -1;
+    }
     block().copyIn(table.offset, image, table.size);
     return 0;
 }

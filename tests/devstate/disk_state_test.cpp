@@ -54,7 +54,8 @@ TEST_F(DiskState, TableCopies_MoveWholeTablesByType) {
 TEST_F(DiskState, TableCopies_RefuseNullAndOtherTypes) {
     auto image = pattern(kFrontSize, 5);
     for (int type : {0, 3, -1}) {
-        EXPECT_EQ(WriteHwHDDInfo(image.data(), type), -1);
+        std::string out = qtest::captureStdout([&] { EXPECT_EQ(WriteHwHDDInfo(image.data(), type), -1); });
+        EXPECT_EQ(out, "WriteHwHDDInfo,error CpldType:" + std::to_string(type) + "!!\n");
         EXPECT_EQ(QuorixGetHDDInfoFromShareMem(image.data(), type), -1);
     }
     EXPECT_EQ(WriteHwHDDInfo(nullptr, 1), -1);
