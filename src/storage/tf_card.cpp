@@ -11,6 +11,7 @@
 #include <string>
 
 #include "core/export.h"
+#include "core/shell_command.h"
 #include "quorix_common_interface.h"
 #include "quorix_platform.h"
 
@@ -19,6 +20,8 @@ namespace {
 constexpr const char *kDevice = "/dev/mmcblk0p1";
 constexpr const char *kMountPoint = "/mnt/sdmmc0p1";
 constexpr const char *kNoDevice = "TFCARD_DEVICE:check TF card fail, no such device.";
+constexpr const char *kRefusedPath =
+    "TF card mount refused: device and mount point must be letters, digits and /._- only\n";
 
 // Directories are created with the decimal number 777 as the mode (octal
 // 1411); the card's firmware tools expect exactly these permissions.
@@ -59,8 +62,8 @@ std::string partBefore(const char *name, char stop) {
 }
 
 // Runs a command through a read pipe; false when it could not be started.
-bool runCommand(const std::string &command) {
-    FILE *pipe = popen(command.c_str(), "r");
+bool runCommand(const qrx::shell::Command &command) {
+    FILE *pipe = popen(command.text, "r");
     if (pipe == nullptr) return false;
     char sink[256];
     while (std::fgets(sink, sizeof sink, pipe) != nullptr) {
@@ -137,20 +140,27 @@ QRX_EXPORT int common_init_tf_card(const char *device) {
 
 QRX_EXPORT int common_mount_tf_card(const char *device, const char *mount_point) {
     if (device == nullptr || mount_point == nullptr) return -1;
-    char command[512];
-    std::snprintf(command, sizeof command, "umount %s", mount_point);
-    if (!runCommand(command)) std::printf("execute %s failed\n", command);
-    std::snprintf(command, sizeof command, "mount %s   %s", device, mount_point);
-    if (!runCommand(command)) std::printf("execute %s failed\n", command);
+    qrx::shell::Command umount;
+    qrx::shell::Command mount;
+    if (!qrx::shell::build(umount, "umount %s", mount_point) ||
+        !qrx::shell::build(mount, "mount %s   %s", device, mount_point)) {
+        QuorixDebug(2, "QRXMONITOR", "%s", kRefusedPath);
+        return -1;
+    }
+    if (!runCommand(umount)) std::printf("execute %s failed\n", umount.text);
+    if (!runCommand(mount)) std::printf("execute %s failed\n", mount.text);
     return 0;
 }
 
 QRX_EXPORT int common_umount_tf_card(const char *mount_point) {
     if (mount_point == nullptr) return -1;
-    char command[512];
-    std::snprintf(command, sizeof command, "umount %s", mount_point);
-    if (!runCommand(command)) {
-        std::printf("execute %s  failed\n", command);
+    qrx::shell::Command umount;
+    if (!qrx::shell::build(umount, "umount %s", mount_point)) {
+        QuorixDebug(2, "QRXMONITOR", "%s", kRefusedPath);
+        return -1;
+    }
+    if (!runCommand(umount)) {
+        std::printf("execute %s  failed\n", umount.text);
         return -1;
     }
     return 0;

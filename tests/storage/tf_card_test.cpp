@@ -81,6 +81,30 @@ TEST_F(TfCard, Mount_RunsUmountThenMountEvenWhenTheyFail) {
     EXPECT_EQ(common_umount_tf_card(nullptr), -1);
 }
 
+// A caller's device or mount point reaches the shell only as a plain path word.
+TEST_F(TfCard, Mount_RefusesPathsThatAreNotPlainWords_AndRunsNothing) {
+    const std::string longPath = "/mnt/" + std::string(500, 'a');
+    const char *refused[] = {"x; touch /var/owned", "x$(touch /var/owned)", "x`touch /var/owned`",
+                             "x|touch /var/owned", "x && touch /var/owned", "x\ntouch /var/owned",
+                             "-oremount", "", longPath.c_str()};
+    const std::string line = ">TF card mount refused: device and mount point must be letters, digits and /._- only\n";
+    for (const char *path : refused) {
+        SCOPED_TRACE(path);
+        std::string out = qtest::captureStdout([&] {
+            EXPECT_EQ(common_mount_tf_card(path, "/mnt/sdmmc0p1"), -1);
+            EXPECT_EQ(common_mount_tf_card("/dev/mmcblk0p1", path), -1);
+            EXPECT_EQ(common_umount_tf_card(path), -1);
+        });
+        std::size_t at = out.find(line);
+        ASSERT_NE(at, std::string::npos) << out;
+        EXPECT_NE(out.find(line, at + 1), std::string::npos) << "one line per refusal";
+        EXPECT_FALSE(qtest::fileExists("/var/owned"));
+        EXPECT_FALSE(qtest::fileExists(kMountLog)) << "no command ran";
+    }
+    EXPECT_EQ(common_mount_tf_card("/dev/mmcblk0p1-2", "/mnt/sd_mmc.0"), 0);
+    EXPECT_EQ(qtest::readFile(kMountLog), "umount /mnt/sd_mmc.0\nmount /dev/mmcblk0p1-2 /mnt/sd_mmc.0\n");
+}
+
 TEST_F(TfCard, PresenceMessages_PerOperation) {
     removeCard();
     std::string out =
