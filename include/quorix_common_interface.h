@@ -467,12 +467,16 @@ int QuorixGetGPUBoxDevInfo(void);
 int QuorixRetryGetFanPresent(int fan_index, unsigned char *present);
 /* Raises the chassis diagnostic interrupt (slot 39 with 18, 1); 0 on success, -1 otherwise. */
 int QuorixDiagInterruptChassis(void);
+/* Sets a BIOS-BMC item: request = {item, value} (length 2) goes to slot 39; response[0] = 0x00, 0xFF when the
+ * slot fails, 0xC7 for another length. Returns 1 (the response length), -1 on a NULL pointer. */
+int QuorixSetBIOSBMCInterface(const unsigned char *request, int length, unsigned char *response);
 /* Flips the BIOS boot flash selector (slots 172, 173); returns slot 173's result. */
 int QuorixBiosSwitchNode(void);
 /* Flips the SCP boot flash selector (slots 172, 173); returns slot 173's result. */
 int QuorixScpSwitchNode(void);
-/* Refreshes the FPGA version through slot 170; only FPGA type 0 is known, others give -1. */
-int QuorixUpdateFpgaVersion(int fpga_type, int reserved, unsigned char *version);
+/* Refreshes the FPGA version through slot 170 with (0, 0, version): index is replaced by the type; only FPGA
+ * type 0 is known, others give -1. */
+int QuorixUpdateFpgaVersion(int fpga_type, int index, unsigned char *version);
 /* Runs an RTC device command (slot 215) with the RTC lock held around it; returns the slot's result. */
 int RTC_DeviceControl(int command, void *data);
 /* Reads fan information through slot 1; -1 if info is NULL or index above the fan count in the block. */
@@ -582,6 +586,9 @@ int QuorixGetFrontBpNum(void);
 int QuorixGetRearBpNum(void);
 /* OCP card count, at most 2. */
 int QuorixGetOcpCardNum(void);
+/* Reads each OCP slot's presence through slot 115 (>0 card, 0 none) into block 0x200440 + slot and sets the
+ * OCP count; returns the cards present, or -1 when a read failed (that slot keeps its last state). */
+int QuorixSyncOCPDeviceInfo(void);
 /* System restart cause byte. */
 int QuorixGetSysRstartCause(void);
 /* Memory power, watts, truncated. */
@@ -635,6 +642,9 @@ int quorix_read_fru(int device, int offset, int length, unsigned char *buffer);
 int quorix_write_fru(int device, int offset, int length, unsigned char *buffer);
 /* Writes asset data to the EEPROM; at offset 29120 a success also sets the force-BIOS-info-to-CPLD flag. */
 int QuorixWriteAssetInfo2EEpromInterface(int offset, unsigned char *buffer, int length);
+/* Erases length bytes of the 24256 EEPROM at offset to 0xFF through slot 16, page by page (64 bytes); 0, or
+ * -1 for a range outside 0..32767 or a failed page (logged). Clearing offset 29120 sets the force flag. */
+int QuorixClearEEPROMInfo(int offset, int length);
 /* ME access status byte (0 or 1). */
 int read_me_access_status(void);
 /* Sets the ME access status; 0, or -1 if value > 1 (nothing written). */
@@ -660,8 +670,17 @@ int QuorixGetFanNumber(void);
 int read_quorix_fan_info(int index, unsigned char *info);
 /* Stores fan record index (0..15) from info, raising the count to index + 1 if needed; 0, or -1. */
 int write_quorix_fan_info(int index, const unsigned char *info);
+/* Sets fan index (below the fan count) to duty_percent (0..100) through slot 7 and, when the slot returns 0,
+ * stores the duty in the fan record; the slot's result, or -1 (no call) for a bad index or duty. */
+int quorixSetFanSpeedInterface(int fan_index, int duty_percent);
 /* Prints every fan record and the platform's summary health; returns that health value. */
 int show_fan_info(void);
+
+/* -- PCIe GPUs and accelerators (block 0x200400 GPUs, 0x200420 accelerators: 16 x {present, link up}) -- */
+/* Queries every GPU whose present and link-up flags are both 1 through slot 146 (the index); returns 0. */
+int QuorixGetPcieGPUThread(void);
+/* Queries every accelerator whose present and link-up flags are both 1 through slot 228 (the index); returns 0. */
+int QuorixGetPcieAcceleratorsThread(void);
 /* ---- devstate end ---- */
 
 /* ==== Crash and signal handling ========================================== */
@@ -1196,6 +1215,10 @@ float GetAveValue(const float *values, int count, float *out);
 float QuorixGetTempSensorReading(int sensor_type, int sensor_index);
 /* Power reading of a sensor through slot 25, truncated toward zero (watts); 0 when unbound or no slot. */
 float QuorixGetPowerSensorReading(int sensor_type, int sensor_index);
+/* Moves a discrete sensor from previous_offset (-1: none asserted) to event_offset (0..14) through slot 49:
+ * deasserts the old event, then asserts the new; 0 when unchanged, the first failing slot result, or -1
+ * (no call) for an offset out of range. */
+int QuorixSetSensorReading(int device_type, int index, int previous_offset, int event_offset);
 /* ---- sensor end ---- */
 
 /* ==== Fan control curves ================================================= */

@@ -1,6 +1,7 @@
 // Operations that do more than one call around the table.
 #include <cstdio>
 
+#include "core/completion_codes.h"
 #include "core/export.h"
 #include "core/shared_block.h"
 #include "core/slot_table.h"
@@ -14,6 +15,7 @@ constexpr int kDiagInterruptAssert = 1;
 constexpr int kBootSelectorBios = 0;
 constexpr int kBootSelectorScp = 1;
 constexpr int kFpgaTypeMainBoard = 0;
+constexpr int kBiosBmcRequestLength = 2;  // item, value
 
 int g_gpuBoxCallCount = 0;
 
@@ -61,16 +63,28 @@ QRX_EXPORT int QuorixDiagInterruptChassis(void) {
     return qrx::slotFn<39>()(kDiagInterruptChassisCode, kDiagInterruptAssert) == 0 ? 0 : -1;
 }
 
+QRX_EXPORT int QuorixSetBIOSBMCInterface(const unsigned char *request, int length, unsigned char *response) {
+    if (request == nullptr || response == nullptr) return -1;
+    if (length != kBiosBmcRequestLength) {
+        response[0] = qrx::cc::kCcReqDataLenInvalid;
+        return 1;
+    }
+    int result = qrx::slotFn<39>()(request[0], request[1]);
+    response[0] = result == 0 ? qrx::cc::kCcOk : qrx::cc::kCcUnspecified;
+    return 1;
+}
+
 QRX_EXPORT int QuorixBiosSwitchNode(void) { return switchBootFlash(kBootSelectorBios); }
 
 QRX_EXPORT int QuorixScpSwitchNode(void) { return switchBootFlash(kBootSelectorScp); }
 
-QRX_EXPORT int QuorixUpdateFpgaVersion(int fpga_type, int reserved, unsigned char *version) {
+QRX_EXPORT int QuorixUpdateFpgaVersion(int fpga_type, int index, unsigned char *version) {
+    (void)index;  // replaced by the kind, as the platform expects (like the CPLD version)
     if (fpga_type != kFpgaTypeMainBoard) {
         std::printf("\r\n====Error fpga type:%d   =====\r\n", fpga_type);
         return -1;
     }
-    return qrx::slotFn<170>()(fpga_type, reserved, version);
+    return qrx::slotFn<170>()(kFpgaTypeMainBoard, kFpgaTypeMainBoard, version);
 }
 
 QRX_EXPORT int RTC_DeviceControl(int command, void *data) {

@@ -7,6 +7,8 @@
 //   79855            u32   ME firmware build word: digits in bits 8..11, 12..15, 20..23
 //   79921            f32   memory power, watts
 //   143132           u8    OCP card count (clamped to 2)
+//   0x200440 + i     u8    OCP slot i present (1 = a card, 0 = none), i = 0..1, as last synced
+//                          from the platform (kept behind the fan region, which nothing else uses)
 //   6419669          u8    configured-CPU bitmap
 //   6419986          u8    system restart cause
 //
@@ -36,6 +38,8 @@ inline constexpr std::size_t kMemoryPowerOffset = 79921;
 
 inline constexpr std::size_t kOcpCountOffset = 143132;
 inline constexpr int kMaxOcpCards = 2;
+inline constexpr std::size_t kOcpPresentOffset = 0x200440;
+static_assert(insideSharedBlock(kOcpPresentOffset, kMaxOcpCards), "OCP presence inside the block");
 inline constexpr std::size_t kConfiguredCpuBitmapOffset = 6419669;
 inline constexpr std::size_t kRestartCauseOffset = 6419986;
 

@@ -150,6 +150,21 @@ QRX_EXPORT int QuorixGetRearBpNum(void) {
 
 QRX_EXPORT int QuorixGetOcpCardNum(void) { return clampedByte(kOcpCountOffset, kMaxOcpCards); }
 
+// A slot whose presence cannot be read keeps what was last synced, and the
+// count is taken from the stored bytes, so one failing read never drops a card.
+QRX_EXPORT int QuorixSyncOCPDeviceInfo(void) {
+    bool allRead = true;
+    int present = 0;
+    for (int i = 0; i < kMaxOcpCards; ++i) {
+        int result = qrx::slotFn<115>()(i);
+        if (result < 0) allRead = false;
+        else block().setU8(kOcpPresentOffset + i, result > 0 ? 1 : 0);
+        present += block().u8(kOcpPresentOffset + i) == 1 ? 1 : 0;
+    }
+    block().setU8(kOcpCountOffset, static_cast<unsigned char>(present));
+    return allRead ? present : -1;
+}
+
 QRX_EXPORT int QuorixGetSysRstartCause(void) { return block().u8(kRestartCauseOffset); }
 
 QRX_EXPORT int GetMemoryPower(void) { return qrx::truncatedInt(block().f32(kMemoryPowerOffset)); }

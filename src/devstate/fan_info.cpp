@@ -43,6 +43,15 @@ QRX_EXPORT int write_quorix_fan_info(int index, const unsigned char *info) {
     return 0;
 }
 
+// The duty reaches the record only once the controller took it, so the block
+// never shows a speed the fans were not asked for.
+QRX_EXPORT int quorixSetFanSpeedInterface(int fan_index, int duty_percent) {
+    if (fan_index < 0 || fan_index >= clampedCount() || duty_percent < 0 || duty_percent > kMaxDuty) return -1;
+    int result = qrx::slotFn<7>()(fan_index, duty_percent);
+    if (result == 0) block().setU8(recordOffset(fan_index) + kDuty, static_cast<unsigned char>(duty_percent));
+    return result;
+}
+
 QRX_EXPORT int show_fan_info(void) {
     int n = clampedCount();
     std::printf("show_fan_info:fan num %d;\n", n);

@@ -33,6 +33,7 @@ inline constexpr std::size_t kHealth = 1;
 inline constexpr std::size_t kFrontSpeed = 2;
 inline constexpr std::size_t kRearSpeed = 4;
 inline constexpr std::size_t kDuty = 6;
+inline constexpr int kMaxDuty = 100;
 inline constexpr std::size_t kRotorModel = 7;
 inline constexpr std::size_t kMaxSpeed = 8;
 inline constexpr std::size_t kName = 10;

@@ -1,10 +1,12 @@
 // FRU access with its length checks and protected devices, the asset write
 // side effect, scan enables, ME access and the presence checks.
 #include <cstdio>
+#include <cstring>
 
 #include "core/export.h"
 #include "core/slot_table.h"
 #include "devstate/flags_layout.h"
+#include "quorix_common_interface.h"
 
 namespace {
 
@@ -13,6 +15,11 @@ using namespace qrx::flags;
 constexpr int kFirstProtectedFru = 30;  // devices 30..33 are never written from here
 constexpr int kLastProtectedFru = 33;
 constexpr int kAssetInfoEepromOffset = 29120;
+// The 24256 part: 32 KiB written in 64-byte pages; a write must not cross a
+// page, and an erased byte reads 0xFF.
+constexpr int kEeprom24256Size = 32 * 1024;
+constexpr int kEeprom24256Page = 64;
+constexpr unsigned char kErasedByte = 0xFF;
 
 qrx::ByteView block() { return qrx::sharedBlock(); }
 
@@ -62,6 +69,25 @@ QRX_EXPORT int QuorixWriteAssetInfo2EEpromInterface(int offset, unsigned char *b
         block().setU8(kForceBiosInfoToCpldOffset, 1);
     }
     return result;
+}
+
+QRX_EXPORT int QuorixClearEEPROMInfo(int offset, int length) {
+    if (offset < 0 || length <= 0 || length > kEeprom24256Size - offset) return -1;
+    unsigned char erased[kEeprom24256Page];
+    std::memset(erased, kErasedByte, sizeof erased);
+    const int end = offset + length;
+    for (int at = offset; at < end;) {
+        const int pageLeft = kEeprom24256Page - at % kEeprom24256Page;
+        const int chunk = end - at < pageLeft ? end - at : pageLeft;
+        if (qrx::slotFn<16>()(at, erased, chunk) != 0) {
+            QuorixDebug(2, "QRXMONITOR", "QuorixClearEEPROMInfo: write of %d bytes at %d failed\n", chunk, at);
+            return -1;
+        }
+        at += chunk;
+    }
+    // Cleared asset data leaves the CPLD's copy of the BIOS information stale.
+    if (offset <= kAssetInfoEepromOffset && kAssetInfoEepromOffset < end) block().setU8(kForceBiosInfoToCpldOffset, 1);
+    return 0;
 }
 
 QRX_EXPORT int read_me_access_status(void) { return block().u8(kMeAccessOffset); }

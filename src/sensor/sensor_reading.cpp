@@ -1,4 +1,5 @@
-// Temperature and power readings through the feature handle table.
+// Temperature and power readings, and discrete sensor states, through the
+// feature handle table.
 #include <climits>
 #include <cmath>
 
@@ -29,6 +30,26 @@ float readWhole(int sensorType, int sensorIndex) {
     return truncateReading(fn(sensorType, sensorIndex, &scratch));
 }
 
+// A discrete sensor shows one state at a time: its event offset (0..14).
+inline constexpr int kEventOffsets = 15;
+inline constexpr int kNoEvent = -1;
+inline constexpr int kDeassert = 0;
+inline constexpr int kAssert = 1;
+
+// Moves a discrete sensor from one state to another: the old event is
+// deasserted before the new one is asserted, so the event log never shows two
+// states at once. A failed deassert leaves the old state standing.
+int setDiscreteState(int deviceType, int index, int previous, int next) {
+    if (next < 0 || next >= kEventOffsets || previous < kNoEvent || previous >= kEventOffsets) return -1;
+    if (previous == next) return 0;
+    auto control = slotFn<49>();
+    if (previous != kNoEvent) {
+        int result = control(deviceType, index, previous, kDeassert);
+        if (result != 0) return result;
+    }
+    return control(deviceType, index, next, kAssert);
+}
+
 }  // namespace qrx::sensor
 
 extern "C" {
@@ -39,6 +60,10 @@ QRX_EXPORT float QuorixGetTempSensorReading(int sensor_type, int sensor_index) {
 
 QRX_EXPORT float QuorixGetPowerSensorReading(int sensor_type, int sensor_index) {
     return qrx::sensor::readWhole<25>(sensor_type, sensor_index);
+}
+
+QRX_EXPORT int QuorixSetSensorReading(int device_type, int index, int previous_offset, int event_offset) {
+    return qrx::sensor::setDiscreteState(device_type, index, previous_offset, event_offset);
 }
 
 }  // extern "C"

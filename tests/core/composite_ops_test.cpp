@@ -145,6 +145,34 @@ TEST_F(ComposedOps, ChassisDiagnosticInterruptMapsTheResult) {
     EXPECT_EQ(g_calls, (Calls{"39(18,1)", "39(18,1)"}));
 }
 
+TEST_F(ComposedOps, SetBiosBmcItem_PassesTheTwoRequestBytesAndReportsACompletionCode) {
+    qtest::replaceSlot(39, diagInterrupt);
+    const struct {
+        std::vector<unsigned char> request;
+        int slotResult;
+        unsigned char code;
+        Calls calls;
+    } cases[] = {
+        {{0x12, 0x34}, 0, 0x00, {"39(18,52)"}},
+        {{0xFE, 0x01}, -1, 0xFF, {"39(254,1)"}},
+        {{0x12}, 0, 0xC7, {}},
+        {{0x12, 0x34, 0x56}, 0, 0xC7, {}},
+    };
+    for (const auto &c : cases) {
+        g_calls.clear();
+        g_result161 = c.slotResult;
+        unsigned char response[2] = {0xEE, 0xEE};
+        EXPECT_EQ(QuorixSetBIOSBMCInterface(c.request.data(), static_cast<int>(c.request.size()), response), 1);
+        EXPECT_EQ(response[0], c.code);
+        EXPECT_EQ(response[1], 0xEE) << "one response byte";
+        EXPECT_EQ(g_calls, c.calls);
+    }
+    unsigned char request[2] = {1, 2}, response[1] = {0xEE};
+    EXPECT_EQ(QuorixSetBIOSBMCInterface(nullptr, 2, response), -1);
+    EXPECT_EQ(QuorixSetBIOSBMCInterface(request, 2, nullptr), -1);
+    EXPECT_EQ(response[0], 0xEE);
+}
+
 TEST_F(ComposedOps, SwitchNodeSelectsTheOtherFlash) {
     qtest::replaceSlot(172, getBootSelector);
     qtest::replaceSlot(173, setBootSelector);
@@ -161,7 +189,7 @@ TEST_F(ComposedOps, FpgaVersionKnowsOnlyTypeZero) {
     EXPECT_EQ(out, "\r\n====Error fpga type:1   =====\r\n");
     EXPECT_TRUE(g_calls.empty());
     EXPECT_EQ(QuorixUpdateFpgaVersion(0, 6, nullptr), 0x170);
-    EXPECT_EQ(g_calls, (Calls{"170(0,6)"}));
+    EXPECT_EQ(g_calls, (Calls{"170(0,0)"})) << "the second argument is replaced by the kind";
 }
 
 TEST_F(ComposedOps, RtcCommandRunsUnderTheRtcLock) {

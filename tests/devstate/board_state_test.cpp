@@ -211,4 +211,54 @@ TEST_F(BoardState, CpldReport_ShowsTheCpldFieldsOfTheBlock) {
     EXPECT_EQ(qtest::captureStdout([] { ShowAllCPLDInfo(); }), expected);
 }
 
+int g_ocpResults[2] = {0, 0};
+int ocpPresent(int slot) { return g_ocpResults[slot]; }
+
+TEST_F(BoardState, SyncOcp_StoresEachSlotAndTheCount_KeepingASlotThatFailedToRead) {
+    qtest::replaceSlot(115, ocpPresent);
+    const struct {
+        int slot0, slot1, result;
+        unsigned char present0, present1;
+    } cases[] = {
+        {1, 0, 1, 1, 0}, {0, 3, 1, 0, 1}, {2, 1, 2, 1, 1},
+        {-1, 0, -1, 1, 0},  // slot 0 unreadable: its card stays counted
+        {0, 0, 0, 0, 0},  {0, -4, -1, 0, 0},
+    };
+    for (const auto &c : cases) {
+        g_ocpResults[0] = c.slot0;
+        g_ocpResults[1] = c.slot1;
+        EXPECT_EQ(QuorixSyncOCPDeviceInfo(), c.result) << c.slot0 << "," << c.slot1;
+        EXPECT_EQ(qtest::blockBytes(0x200440, 2), (std::vector<unsigned char>{c.present0, c.present1}));
+        EXPECT_EQ(QuorixGetOcpCardNum(), c.present0 + c.present1);
+    }
+}
+
+std::vector<int> g_polled;
+int pollDevice(int index) {
+    g_polled.push_back(index);
+    return -1;  // the pass ignores what a query returns
+}
+
+// Only a device that is present and whose link is up costs a platform call.
+TEST_F(BoardState, PciePolls_QueryEveryDeviceWithBothReadinessFlags) {
+    const struct {
+        int (*poll)();
+        int slot;
+        std::size_t flags;
+    } passes[] = {{QuorixGetPcieGPUThread, 146, 0x200400}, {QuorixGetPcieAcceleratorsThread, 228, 0x200420}};
+    for (const auto &pass : passes) {
+        qtest::Sim::get().reset();
+        qtest::replaceSlot(pass.slot, pollDevice);
+        const unsigned char flags[][2] = {{1, 1}, {1, 0}, {0, 1}, {1, 1}, {2, 1}, {1, 2}};
+        for (std::size_t i = 0; i < 6; ++i) dtest::block().copyIn(pass.flags + 2 * i, flags[i], 2);
+        dtest::block().setU8(pass.flags + 2 * 15, 1);
+        dtest::block().setU8(pass.flags + 2 * 15 + 1, 1);
+        dtest::block().setU8(pass.flags + 2 * 16, 1);  // past the 16 devices
+        dtest::block().setU8(pass.flags + 2 * 16 + 1, 1);
+        g_polled.clear();
+        EXPECT_EQ(pass.poll(), 0);
+        EXPECT_EQ(g_polled, (std::vector<int>{0, 3, 15})) << pass.slot;
+    }
+}
+
 }  // namespace

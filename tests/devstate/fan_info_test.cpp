@@ -83,4 +83,35 @@ TEST_F(FanInfo, Show_PrintsEveryFanAndTheSummaryHealth) {
     EXPECT_EQ(result, 2);
 }
 
+std::vector<int> g_speedCalls;
+int g_speedResult = 0;
+int setFanSpeed(int fan, int duty) {
+    g_speedCalls.insert(g_speedCalls.end(), {fan, duty});
+    return g_speedResult;
+}
+
+TEST_F(FanInfo, SetSpeed_RecordsTheDutyOnlyWhenTheControllerTookIt) {
+    qtest::replaceSlot(7, setFanSpeed);
+    g_speedCalls.clear();
+    block().setU8(kFanCount, 3);
+    const struct {
+        int fan, duty, slotResult, result, storedDuty;
+    } cases[] = {
+        {2, 100, 0, 0, 100}, {0, 0, 0, 0, 0}, {1, 37, -5, -5, 0},  // a refused speed leaves the record
+        {3, 50, 0, -1, 0},   {-1, 50, 0, -1, 0},                    // outside the fan count: no call
+        {1, 101, 0, -1, 0},  {1, -1, 0, -1, 0},                     // duty outside 0..100: no call
+    };
+    std::vector<int> expectedCalls;
+    for (const auto &c : cases) {
+        g_speedResult = c.slotResult;
+        block().setU8(kFanRecords + 32 * 1 + 6, 0);
+        EXPECT_EQ(quorixSetFanSpeedInterface(c.fan, c.duty), c.result) << c.fan << " " << c.duty;
+        if (c.result != -1 || c.slotResult != 0) expectedCalls.insert(expectedCalls.end(), {c.fan, c.duty});
+        if (c.fan >= 0 && c.fan < 3) {
+            EXPECT_EQ(block().u8(kFanRecords + 32 * c.fan + 6), c.storedDuty) << c.fan;
+        }
+    }
+    EXPECT_EQ(g_speedCalls, expectedCalls);
+}
+
 }  // namespace

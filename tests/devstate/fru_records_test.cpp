@@ -1,5 +1,6 @@
 // FRU access rules, the asset write side effect, scan enables, ME access and
 // the backplane and fan-plane presence checks.
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -175,6 +176,50 @@ TEST_F(FruRecords, FanPlanePresence_ChecksBothRecords) {
         EXPECT_EQ(checkFanPlanePresent(), c.result)
             << int(c.presence0) << "," << int(c.marker0) << "," << int(c.presence1) << "," << int(c.marker1);
     }
+}
+
+std::vector<std::string> g_eepromWrites;
+int g_eepromFailAt = -1;
+int write24256(int offset, unsigned char *buffer, int length) {
+    bool erased = std::all_of(buffer, buffer + length, [](unsigned char b) { return b == 0xFF; });
+    g_eepromWrites.push_back(std::to_string(offset) + "+" + std::to_string(length) + (erased ? "" : "!"));
+    return offset == g_eepromFailAt ? -1 : 0;
+}
+
+TEST_F(FruRecords, ClearEeprom_ErasesPageByPageWithoutCrossingAPage) {
+    qtest::replaceSlot(16, write24256);
+    const struct {
+        int offset, length, result;
+        std::vector<std::string> writes;
+    } cases[] = {
+        {0, 64, 0, {"0+64"}},
+        {60, 70, 0, {"60+4", "64+64", "128+2"}},
+        {32760, 8, 0, {"32760+8"}},
+        {32760, 9, -1, {}},  // past the 32 KiB part
+        {-1, 4, -1, {}},
+        {10, 0, -1, {}},
+        {0, 0x7FFFFFFF, -1, {}},
+    };
+    for (const auto &c : cases) {
+        g_eepromWrites.clear();
+        EXPECT_EQ(QuorixClearEEPROMInfo(c.offset, c.length), c.result) << c.offset << "+" << c.length;
+        EXPECT_EQ(g_eepromWrites, c.writes) << c.offset << "+" << c.length;
+    }
+    EXPECT_EQ(dtest::block().u8(138227), 0) << "asset offset not cleared";
+}
+
+TEST_F(FruRecords, ClearEeprom_StopsAtAFailedPageAndFlagsClearedAssetData) {
+    qtest::replaceSlot(16, write24256);
+    dtest::logToConsole();
+    g_eepromWrites.clear();
+    g_eepromFailAt = 64;
+    std::string out = qtest::captureStdout([] { EXPECT_EQ(QuorixClearEEPROMInfo(0, 200), -1); });
+    g_eepromFailAt = -1;
+    EXPECT_EQ(g_eepromWrites, (std::vector<std::string>{"0+64", "64+64"}));
+    EXPECT_NE(out.find("QuorixClearEEPROMInfo: write of 64 bytes at 64 failed\n"), std::string::npos) << out;
+    EXPECT_EQ(dtest::block().u8(138227), 0);
+    EXPECT_EQ(QuorixClearEEPROMInfo(29100, 21), 0);
+    EXPECT_EQ(dtest::block().u8(138227), 1) << "the CPLD's BIOS information must be written again";
 }
 
 }  // namespace

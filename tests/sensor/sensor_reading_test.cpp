@@ -77,4 +77,35 @@ TEST_F(Readings, SensorReadingRefusesANullOutputAndForwardsOtherwise) {
     EXPECT_EQ(reading, 12.5f);
 }
 
+std::vector<std::vector<int>> g_eventCalls;
+int g_eventResults[2] = {0, 0};
+int eventControl(int type, int index, int offset, int assert) {
+    g_eventCalls.push_back({type, index, offset, assert});
+    return g_eventResults[g_eventCalls.size() == 1 ? 0 : 1];
+}
+
+TEST_F(Readings, DiscreteState_DeassertsTheOldEventBeforeAssertingTheNew) {
+    qtest::replaceSlot(49, eventControl);
+    using Calls = std::vector<std::vector<int>>;
+    const struct {
+        int previous, next, firstResult, secondResult, result;  // slot results in call order
+        Calls calls;
+    } cases[] = {
+        {2, 5, 0, 0, 0, {{7, 3, 2, 0}, {7, 3, 5, 1}}},
+        {-1, 14, 0, 0, 0, {{7, 3, 14, 1}}},             // nothing asserted before
+        {2, 5, 0x33, 0, 0x33, {{7, 3, 2, 0}}},          // a failed deassert keeps the old state
+        {0, 1, 0, 0x44, 0x44, {{7, 3, 0, 0}, {7, 3, 1, 1}}},
+        {-1, 3, 0x55, 0, 0x55, {{7, 3, 3, 1}}},
+        {4, 4, 0, 0, 0, {}},                            // unchanged: no call
+        {2, 15, 0, 0, -1, {}}, {2, -1, 0, 0, -1, {}}, {15, 1, 0, 0, -1, {}}, {-2, 1, 0, 0, -1, {}},
+    };
+    for (const auto &c : cases) {
+        g_eventCalls.clear();
+        g_eventResults[0] = c.firstResult;
+        g_eventResults[1] = c.secondResult;
+        EXPECT_EQ(QuorixSetSensorReading(7, 3, c.previous, c.next), c.result) << c.previous << "->" << c.next;
+        EXPECT_EQ(g_eventCalls, c.calls) << c.previous << "->" << c.next;
+    }
+}
+
 }  // namespace

@@ -1,0 +1,32 @@
+// Readiness of the PCIe GPUs and accelerators in the shared device-state block.
+//
+// The monitor sets both flags of a device; the polling threads query only a
+// device that is in its slot and whose link is up, so an empty or dead slot
+// never costs a platform call. Kept behind the fan region, which nothing
+// else uses.
+//
+//   0x200400 + 2 x i  GPU i, i = 0..15:          +0 u8 present (1 = yes), +1 u8 link up (1 = yes)
+//   0x200420 + 2 x i  accelerator i, i = 0..15:  the same two flags
+#pragma once
+
+#include <cstddef>
+
+#include "core/shared_block.h"
+
+namespace qrx::pcie {
+
+inline constexpr std::size_t kGpuReadinessOffset = 0x200400;
+inline constexpr std::size_t kAcceleratorReadinessOffset = 0x200420;
+inline constexpr int kMaxDevices = 16;
+inline constexpr std::size_t kReadinessSize = 2;
+inline constexpr std::size_t kPresent = 0;
+inline constexpr std::size_t kLinkUp = 1;
+static_assert(kGpuReadinessOffset + kMaxDevices * kReadinessSize <= kAcceleratorReadinessOffset, "GPU flags");
+static_assert(insideSharedBlock(kAcceleratorReadinessOffset, kMaxDevices * kReadinessSize), "accelerator flags");
+
+inline bool ready(std::size_t table, int index) {
+    ByteView device = sharedBlock().at(table + kReadinessSize * static_cast<std::size_t>(index));
+    return device.u8(kPresent) == 1 && device.u8(kLinkUp) == 1;
+}
+
+}  // namespace qrx::pcie
