@@ -8,13 +8,9 @@
 
 #include <cstdint>
 
-namespace qrx {
+#include "core/float_bits.h"
 
-inline std::uint32_t toUnsignedSaturated(double value) {
-    if (!(value >= 0.0)) return 0;
-    if (value >= 4294967296.0) return 0xFFFFFFFFu;
-    return static_cast<std::uint32_t>(value);
-}
+namespace qrx {
 
 // Toward zero, saturated at the int range.
 inline int truncatedInt(double value) {
@@ -24,15 +20,15 @@ inline int truncatedInt(double value) {
     return static_cast<int>(value);
 }
 
-// Widened to double, plus 0.5, truncated, low 16 bits.
+// Widened to double, plus 0.5, truncated, low 16 bits: floor(value + 0.5),
+// which the float's bits give without a soft-float call.
 inline std::uint16_t rounded16(float value) {
-    return static_cast<std::uint16_t>(toUnsignedSaturated(static_cast<double>(value) + 0.5));
+    return static_cast<std::uint16_t>(floatbits::roundedHalfUpSaturated(value));
 }
 
 // Multiplied by 100 in single precision, truncated, low 16 bits.
 inline std::uint16_t hundredthsTruncated16(float value) {
-    float scaled = value * 100.0f;
-    return static_cast<std::uint16_t>(toUnsignedSaturated(static_cast<double>(scaled)));
+    return static_cast<std::uint16_t>(floatbits::truncatedSaturated(value * 100.0f));
 }
 
 }  // namespace qrx

@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include "core/export.h"
+#include "core/float_bits.h"
 #include "core/shared_block.h"
 #include "history/history_layout.h"
 #include "history/history_store.h"
@@ -15,19 +16,6 @@ namespace qrx::history {
 namespace {
 
 bool g_periodsStarted = false;
-
-// Float to unsigned toward zero as the board converts it: NaN and negative
-// values give 0, values beyond the range saturate.
-std::uint32_t truncateUnsigned(float value) {
-    if (!(value > 0.0f)) return 0;
-    if (value >= 4294967296.0f) return UINT32_MAX;
-    return static_cast<std::uint32_t>(value);
-}
-
-// Rounds half up: the truncated value, plus one when the fraction is >= 0.5.
-std::uint32_t roundHalfUp(float value, std::uint32_t truncated) {
-    return value - static_cast<float>(truncated) >= 0.5f ? truncated + 1 : truncated;
-}
 
 void addSample(QuorixHistoryBlock *h, int channel, std::uint32_t value) {
     sampleSum(h, channel) += value;
@@ -47,9 +35,8 @@ bool sampling(unsigned scan) {
 void sampleClass3(QuorixHistoryBlock *day) {
     if (sampling(kClass3Scan)) {
         const float reading = sharedBlock().f32(kClass3ReadingOffset);
-        const std::uint32_t whole = truncateUnsigned(reading);
-        if (whole != kClass3Absent) {
-            addSample(day, kClass3Channel, roundHalfUp(reading, whole));
+        if (floatbits::truncatedSaturated(reading) != kClass3Absent) {
+            addSample(day, kClass3Channel, floatbits::roundedHalfUpWrapped(reading));
             return;
         }
     }
@@ -67,7 +54,7 @@ bool sampleSupplies(QuorixHistoryBlock *day) {
     for (int i = 0; i < kSupplies; ++i) {
         if (block.u8(kSupplyPresentBase + kSupplyStride * i) != 1) continue;
         const float reading = block.f32(kSupplyReadingBase + kSupplyStride * i);
-        addSample(day, kFirstSupplyChannel + i, roundHalfUp(reading, truncateUnsigned(reading)));
+        addSample(day, kFirstSupplyChannel + i, floatbits::roundedHalfUpWrapped(reading));
     }
     addSample(day, kTotalChannel, block.u16(kTotalPowerOffset));
     return true;
@@ -81,9 +68,8 @@ void sampleDevices(QuorixHistoryBlock *day) {
     const ByteView block = sharedBlock();
     for (int j = 0; j < kDevices; ++j) {
         if (block.u8(kDevicePresentBase + kDeviceStride * j) != 1) continue;
-        // A whole number already; the float round trip keeps it.
-        const auto reading = static_cast<float>(block.u16(kDeviceReadingBase + kDeviceStride * j));
-        addSample(day, kFirstDeviceChannel + j, roundHalfUp(reading, truncateUnsigned(reading)));
+        // A whole number already: rounding it as a float would give it back.
+        addSample(day, kFirstDeviceChannel + j, block.u16(kDeviceReadingBase + kDeviceStride * j));
     }
 }
 

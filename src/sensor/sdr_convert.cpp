@@ -1,10 +1,11 @@
 // IPMI sensor-data-record arithmetic: the linear conversion of a raw reading
 // and the averaging helper.
 //
-// The board has no FPU; this code is plain float/double arithmetic that the
-// armel toolchain turns into soft-float calls, so it walks its input once and
-// calls pow() only twice per conversion.
-#include <cmath>
+// The board has no FPU: every double operation is a soft-float call, and a
+// pow() costs thousands of instructions there. Both exponents are whole
+// numbers in -8..15, so the powers of ten come from a table of exact double
+// constants: each literal is the double nearest its power, which is what
+// pow(10.0, k) returns for these k, so results stay bit for bit the same.
 #include <cstdint>
 #include <limits>
 
@@ -26,14 +27,23 @@ static_assert(resultExponent(0) == 0 && resultExponent(1) == 7 && resultExponent
                   resultExponent(15) == -1,
               "exponent mapping");
 
+inline constexpr int kLowestPower = -8;
+inline constexpr double kPowersOfTen[] = {
+    1e-8, 1e-7, 1e-6, 1e-5, 1e-4, 1e-3, 1e-2, 1e-1, 1e0,  1e1,  1e2,  1e3,
+    1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+};
+static_assert(sizeof kPowersOfTen / sizeof kPowersOfTen[0] == 15 - kLowestPower + 1, "K1 up to 15, R down to -8");
+
+constexpr double powerOfTen(int k) { return kPowersOfTen[k - kLowestPower]; }
+
 double convert(int raw, int m, int b, unsigned exponents) {
     // K1 is taken unsigned (0..15), without sign extension.
     const unsigned k1 = exponents & 0x0Fu;
     const int r = resultExponent((exponents >> 4) & 0x0Fu);
     // x*M is a 32-bit product that wraps like the board's multiply.
     const auto product = static_cast<std::int32_t>(static_cast<std::uint32_t>(raw) * static_cast<std::uint32_t>(m));
-    return (static_cast<double>(product) + static_cast<double>(b) * std::pow(10.0, static_cast<double>(k1))) *
-           std::pow(10.0, static_cast<double>(r));
+    return (static_cast<double>(product) + static_cast<double>(b) * powerOfTen(static_cast<int>(k1))) *
+           powerOfTen(r);
 }
 
 float average(const float *values, int count) {

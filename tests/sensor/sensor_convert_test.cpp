@@ -1,8 +1,10 @@
 // SDR conversion, the result-exponent mapping and the averaging helper.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #include "quorix_common_interface.h"
 
@@ -46,13 +48,27 @@ TEST(SdrConvert, TableOfCases) {
     }
 }
 
-TEST(SdrConvert, AgreesWithTheFormulaForEveryExponentByte) {
-    const int raw = 0x56, m = -0x12, b = 0x34;
-    for (int e = 0; e < 256; ++e) {
-        const double expected =
-            (static_cast<double>(raw * m) + b * std::pow(10.0, e & 0x0F)) * std::pow(10.0, kMirroredExponent[e >> 4]);
-        EXPECT_DOUBLE_EQ(SdrConvertSensorReading(raw, m, b, static_cast<unsigned char>(e)), expected) << e;
-    }
+// The library takes its powers of ten from a table; the formula written out
+// with pow() must give the very same bits for every exponent byte.
+TEST(SdrConvert, BitIdenticalToPowForEveryExponentByteOverAGrid) {
+    const int raws[] = {0, 1, -1, 0x56, -0x1234, 255, INT_MAX, INT_MIN};
+    const int ms[] = {1, -0x12, 0x3FF, -512, 0x10001};
+    const int bs[] = {0, 0x34, -0x1FF, 511, -1};
+    int mismatches = 0;
+    for (int e = 0; e < 256; ++e)
+        for (int raw : raws)
+            for (int m : ms)
+                for (int b : bs) {
+                    const auto product =
+                        static_cast<std::int32_t>(static_cast<std::uint32_t>(raw) * static_cast<std::uint32_t>(m));
+                    const double expected = (static_cast<double>(product) + b * std::pow(10.0, e & 0x0F)) *
+                                            std::pow(10.0, kMirroredExponent[e >> 4]);
+                    const double got = SdrConvertSensorReading(raw, m, b, static_cast<unsigned char>(e));
+                    if (std::memcmp(&got, &expected, sizeof got) != 0 && ++mismatches <= 5)
+                        ADD_FAILURE() << "e=0x" << std::hex << e << std::dec << " raw=" << raw << " m=" << m
+                                      << " b=" << b << ": " << got << " != " << expected;
+                }
+    EXPECT_EQ(mismatches, 0);
 }
 
 TEST(Average, DropsOneSmallestAndOneLargestAboveTwoValues) {
