@@ -35,8 +35,11 @@ void wrapped(const std::string &first, std::size_t indent, const std::string &te
     bool empty = first.find_first_not_of(' ') == std::string::npos;  // nothing but the indent yet
     std::size_t at = 0;
     while (at < text.size()) {
-        std::size_t end = text.find(' ', at);
-        if (end == std::string::npos) end = text.size();
+        // A bracketed option ("[--level W]") is kept on one line.
+        std::size_t end = at;
+        int depth = 0;
+        for (; end < text.size() && (text[end] != ' ' || depth > 0); ++end)
+            depth += text[end] == '[' ? 1 : text[end] == ']' ? -1 : 0;
         const std::string word = text.substr(at, end - at);
         at = end + 1;
         if (word.empty()) continue;
@@ -55,15 +58,17 @@ std::string words(const ctl::Command &c) {
     return std::string(c.group) + (*c.name ? " " : "") + c.name + (*c.synopsis ? " " : "") + c.synopsis;
 }
 
-// One line when it fits, else the command's words and below them the summary.
+// The command's words, and its summary filled from column 34 (on the next
+// line when the words reach that column).
 void listCommand(const ctl::Command &c) {
+    constexpr std::size_t kColumn = 34;
     const std::string w = words(c);
-    if (2 + w.size() < 32 && 34 + std::strlen(c.summary) <= kWidth) {
-        std::printf("  %-31s %s\n", w.c_str(), c.summary);
+    if (2 + w.size() < kColumn - 1) {
+        wrapped("  " + w + std::string(kColumn - 2 - w.size() - 1, ' '), kColumn, c.summary);
         return;
     }
     wrapped("  ", 6, w);
-    wrapped("        ", 8, c.summary);
+    wrapped(std::string(kColumn, ' '), kColumn, c.summary);
 }
 
 void printExitCodes() {
