@@ -500,7 +500,10 @@ extern const char *DebugLevelDesc[4];
 /* Known module switches: "ENABLE_DEV" ... "ENABLE_CPLD". */
 extern const char *DebugSourceFile[6];
 
-/* Logs one message at level 0..3 for module, as the files in /conf/quorix_debug/ decide; result carries no status. */
+/* Logs one message at level 0..3 for module, as the files in /conf/quorix_debug/ decide; result carries no status.
+ * The files are read at a process's first call and later only while "/var/quorix_debug_reload" exists, so a
+ * change reaches running daemons once that marker is created, each has logged, and it is removed again
+ * ("quorixctl debug reload" does all three). */
 int QuorixDebug(unsigned int level, const char *module, const char *format, ...) QUORIX_PRINTF_LIKE(3, 4);
 /* Threshold level from the LEVEL_ files: 0..3, or -1 when none exists. */
 int GetDebugEanleLevel(void);

@@ -94,16 +94,4 @@ TEST_F(DeviceFixture, Rack_SelectsTheTwentyTwoSlotReport) {
     EXPECT_NE(run.out.find("slot 17: NVME1    02 01 01\n"), std::string::npos) << run.out;
 }
 
-TEST_F(DeviceFixture, BadRecords_AreRefusedWithTheirReason) {
-    qtest::writeFile("/tmp/bad-psu.json", R"({"devices": {"psus": {"records": [{"index": 9, "present": 1}]}}})");
-    CtlRun run = quorixctl("sim load /tmp/bad-psu.json");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.out, "quorixctl: psu index 9 outside 0..7\n");
-    EXPECT_EQ(ReadQuorixPSUNum(), 0);
-    qtest::writeFile("/tmp/bad-side.json", R"({"devices": {"disks": [{"side": "top", "index": 0}]}})");
-    run = quorixctl("sim load /tmp/bad-side.json");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_EQ(run.out, "quorixctl: side must be \"front\" or \"rear\", not \"top\"\n");
-}
-
 }  // namespace

@@ -7,7 +7,8 @@
 namespace ctl {
 namespace {
 
-int runBind(const Args &) {
+int runBind(const Args &args) {
+    expectArgs(args, 0, 0);
     int result = quorix_interface_init();
     std::printf("quorix_interface_init: %d\n", result);
     std::printf("shared block:   %p\n", quorix_get_intf_mem());

@@ -1,5 +1,6 @@
 // quorixctl psu, cpu, me, disk, fru, scan, cpld, fan: the device state of
 // the shared block as the daemons read it.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -20,8 +21,9 @@ constexpr int kRackSourceRecords = 32;
 constexpr int kRackSlots = 18;
 constexpr std::size_t kRackRecordSize = 114;
 constexpr std::size_t kRackName = 76;
-
-int exitFor(int result) { return result == 0 ? kExitOk : kExitFailed; }
+constexpr int kDiskNumbers = 87;  // disks 0..77 front, 78..86 rear, as the serial reader numbers them
+constexpr long long kMaxScans = 100000;
+constexpr int kFruSize = 4096;
 
 unsigned u16At(const unsigned char *p) { return static_cast<unsigned>(p[0] | (p[1] << 8)); }
 
@@ -39,7 +41,7 @@ bool cpldType(const std::string &word, int &type) {
 }
 
 int runPsuShow(const Args &args) {
-    if (!args.empty()) return usageError("psu show");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     ShowAllPSUInfo();
     return kExitOk;
@@ -47,7 +49,7 @@ int runPsuShow(const Args &args) {
 
 // One line per supply from the summary records the IPMI and web back ends use.
 int runPsuTable(const Args &args) {
-    if (!args.empty()) return usageError("psu table");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     int n = ReadQuorixPSUNum();
     std::printf("PSUs: %d (configured %d, normal %d, redundant %d), input power %d W\n", n, ReadQuorixPSUConfigNum(),
@@ -70,23 +72,33 @@ int runPsuTable(const Args &args) {
 }
 
 int runPsuFlash(const Args &args) {
-    if (args.size() != 1) return usageError("psu flash-psu NAME (e.g. psu0)");
+    expectArgs(args, 1, 1);
     if (!bind()) return kExitUnbound;
-    return exitFor(psu_flash(args[0].c_str()));
+    const int rc = psu_flash(args[0].c_str());
+    if (rc != 0) std::fprintf(stderr, "quorixctl: supply update of %s failed (%d)\n", args[0].c_str(), rc);
+    return rc == 0 ? kExitOk : kExitFailed;
+}
+
+// A supply index below the supply count of the block.
+int psuIndex(const std::string &text) {
+    const int count = ReadQuorixPSUNum();
+    if (count <= 0) throw UsageError("no power supplies (the block's supply count is 0)");
+    return static_cast<int>(number(text, "supply", 0, std::min(count, kMaxPsus) - 1));
 }
 
 int runPsuSn(const Args &args) {
-    long index;
-    if (args.size() != 1 || !parseInt(args[0], index)) return usageError("psu sn INDEX");
+    expectArgs(args, 1, 1);
+    number(args[0], "supply", 0, kMaxPsus - 1);
     if (!bind()) return kExitUnbound;
+    const int index = psuIndex(args[0]);
     unsigned char sn[19] = {};
-    QuorixGetPSUSN(static_cast<int>(index), sn);
-    std::printf("psu%ld serial: %s\n", index, textField(sn, 18).c_str());
+    QuorixGetPSUSN(index, sn);
+    std::printf("psu%d serial: %s\n", index, textField(sn, 18).c_str());
     return kExitOk;
 }
 
 int runCpuShow(const Args &args) {
-    if (!args.empty()) return usageError("cpu show");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     GetCpuStat();  // refresh the present bytes from the platform, as the daemons do once
     int n = QuorixGetCpuNum();
@@ -100,21 +112,23 @@ int runCpuShow(const Args &args) {
 }
 
 int runMeVersion(const Args &args) {
-    if (!args.empty()) return usageError("me version");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     char me[32];
-    if (QuorixGetMeRevision(0, 0, me, sizeof me) != 0) return kExitFailed;
+    if (QuorixGetMeRevision(0, 0, me, sizeof me) != 0) {
+        std::fprintf(stderr, "quorixctl: no ME version in the block\n");
+        return kExitFailed;
+    }
     std::puts(me);
     return kExitOk;
 }
 
 int runMeAccess(const Args &args) {
-    if (args.size() > 1) return usageError("me access [0|1]");
-    long value = 0;
-    if (args.size() == 1 && !parseInt(args[0], value)) return usageError("me access [0|1]");
+    expectArgs(args, 0, 1);
+    const long long value = args.empty() ? 0 : number(args[0], "ME access status", 0, 1);
     if (!bind()) return kExitUnbound;
-    if (args.size() == 1 && write_me_access_status(static_cast<unsigned>(value)) != 0) {
-        std::fprintf(stderr, "quorixctl: ME access status is 0 or 1\n");
+    if (!args.empty() && write_me_access_status(static_cast<unsigned>(value)) != 0) {
+        std::fprintf(stderr, "quorixctl: the library refused ME access status %lld\n", value);
         return kExitFailed;
     }
     std::printf("ME access: %d\n", read_me_access_status());
@@ -123,7 +137,8 @@ int runMeAccess(const Args &args) {
 
 int runDiskShow(const Args &args) {
     int only = 0;
-    if (args.size() > 1 || (args.size() == 1 && !cpldType(args[0], only))) return usageError("disk show [front|rear]");
+    expectArgs(args, 0, 1);
+    if (args.size() == 1 && !cpldType(args[0], only)) throw UsageError("side '" + args[0] + "' is not front or rear");
     if (!bind()) return kExitUnbound;
     std::printf("backplanes: front %d, rear %d; sensor monitor state %d\n", QuorixReadFrontHDDBlackPlaneNum(),
                 QuorixReadRearHDDBlackPlaneNum(), QuorixGetHDDSensorMonitorState());
@@ -145,42 +160,42 @@ int runDiskShow(const Args &args) {
 }
 
 int runDiskSn(const Args &args) {
-    long disk;
-    if (args.size() != 1 || !parseInt(args[0], disk)) return usageError("disk sn NUMBER (0..77 front, 78..86 rear)");
+    expectArgs(args, 1, 1);
+    const int disk = static_cast<int>(number(args[0], "disk", 0, kDiskNumbers - 1));
     if (!bind()) return kExitUnbound;
     unsigned char sn[25] = {};
-    QuorixGetHDDSN(static_cast<int>(disk), sn);
-    std::printf("disk%ld serial: %s\n", disk, textField(sn, 24).c_str());
+    QuorixGetHDDSN(disk, sn);
+    std::printf("disk%d serial: %s\n", disk, textField(sn, 24).c_str());
     return kExitOk;
 }
 
 // Runs the monitor's disk sensor: one scan per count, as the monitor would.
 int runDiskScan(const Args &args) {
     int type;
-    long scans = 1;
-    if (args.empty() || args.size() > 2 || !cpldType(args[0], type) || (args.size() == 2 && !parseInt(args[1], scans)) ||
-        scans < 1)
-        return usageError("disk scan front|rear [SCANS]");
+    expectArgs(args, 1, 2);
+    if (!cpldType(args[0], type)) throw UsageError("side '" + args[0] + "' is not front or rear");
+    const long long scans = args.size() == 2 ? number(args[1], "scan count", 1, kMaxScans) : 1;
     if (!bind()) return kExitUnbound;
-    for (long i = 0; i < scans; ++i)
-        if (QuorixSetHDDSensor(type) != 0) return kExitFailed;
-    std::printf("%ld %s disk sensor scans\n", scans, args[0].c_str());
+    for (long long i = 0; i < scans; ++i) {
+        const int rc = QuorixSetHDDSensor(type);
+        if (rc != 0) {
+            std::fprintf(stderr, "quorixctl: disk sensor scan %lld failed (%d)\n", i + 1, rc);
+            return kExitFailed;
+        }
+    }
+    std::printf("%lld %s disk sensor scans\n", scans, args[0].c_str());
     return kExitOk;
 }
-
-using JsonPtr = std::unique_ptr<json_object, decltype(&json_object_put)>;
 
 // The rack report from a file of source records:
 // {"rack_disks": [{"name": "SATA0", "bytes": "010203"}, ...]} (at most 32).
 int runDiskRack(const Args &args) {
-    if (args.size() != 1) return usageError("disk rack FILE.json");
-    JsonPtr root(json_object_from_file(args[0].c_str()), json_object_put);
+    expectArgs(args, 1, 1);
+    JsonPtr root = readJson(args[0]);
     json_object *list = nullptr;
-    if (!root || !json_object_object_get_ex(root.get(), "rack_disks", &list) ||
-        json_object_get_type(list) != json_type_array || json_object_array_length(list) > kRackSourceRecords) {
-        std::fprintf(stderr, "quorixctl: %s needs \"rack_disks\", an array of at most 32 records\n", args[0].c_str());
-        return kExitFailed;
-    }
+    if (!json_object_object_get_ex(root.get(), "rack_disks", &list) || json_object_get_type(list) != json_type_array ||
+        json_object_array_length(list) > kRackSourceRecords)
+        throw UsageError(args[0] + " needs \"rack_disks\", an array of at most 32 records");
     if (!bind()) return kExitUnbound;
     std::vector<unsigned char> source(kRackRecordSize * kRackSourceRecords, 0), dest(kRackRecordSize * kRackSlots, 0);
     for (std::size_t j = 0; j < json_object_array_length(list); ++j) {
@@ -193,8 +208,7 @@ int runDiskRack(const Args &args) {
         std::vector<std::uint8_t> head;
         if (json_object_object_get_ex(rec, "bytes", &bytes) &&
             (!parseHexBytes(json_object_get_string(bytes), head) || head.size() > 3)) {
-            std::fprintf(stderr, "quorixctl: rack disk %zu: \"bytes\" is up to 3 hex bytes\n", j);
-            return kExitFailed;
+            throw UsageError("rack disk " + std::to_string(j) + ": \"bytes\" is up to 3 hex bytes");
         }
         std::copy(head.begin(), head.end(), r + 1);
     }
@@ -209,32 +223,38 @@ int runDiskRack(const Args &args) {
 }
 
 int runFruRead(const Args &args) {
-    long device, offset, length;
-    if (args.size() != 3 || !parseInt(args[0], device) || !parseInt(args[1], offset) || !parseInt(args[2], length) ||
-        length < 1 || length > 4096)
-        return usageError("fru read DEVICE OFFSET LENGTH (1..4096)");
+    expectArgs(args, 3, 3);
+    const int device = static_cast<int>(number(args[0], "FRU device", 0, 255));
+    const int offset = static_cast<int>(number(args[1], "offset", 0, kFruSize - 1));
+    const int length = static_cast<int>(number(args[2], "length", 1, kFruSize - offset));
     if (!bind()) return kExitUnbound;
     std::vector<unsigned char> buf(static_cast<std::size_t>(length));
-    int got = quorix_read_fru(static_cast<int>(device), static_cast<int>(offset), static_cast<int>(length), buf.data());
-    if (got != length) return kExitFailed;
+    int got = quorix_read_fru(device, offset, length, buf.data());
+    if (got != length) {
+        std::fprintf(stderr, "quorixctl: FRU %d read gave %d of %d bytes\n", device, got, length);
+        return kExitFailed;
+    }
     hexDump(static_cast<std::size_t>(offset), buf.data(), buf.size());
     return kExitOk;
 }
 
 int runFruWrite(const Args &args) {
-    long device, offset;
+    expectArgs(args, 3, 3);
+    const int device = static_cast<int>(number(args[0], "FRU device", 0, 255));
+    const int offset = static_cast<int>(number(args[1], "offset", 0, kFruSize - 1));
     std::vector<std::uint8_t> bytes;
-    if (args.size() != 3 || !parseInt(args[0], device) || !parseInt(args[1], offset) || !parseHexBytes(args[2], bytes))
-        return usageError("fru write DEVICE OFFSET HEXBYTES");
+    if (!parseHexBytes(args[2], bytes)) throw UsageError("'" + args[2] + "' is not hex bytes");
+    if (bytes.size() > static_cast<std::size_t>(kFruSize - offset))
+        throw UsageError(std::to_string(bytes.size()) + " bytes at " + args[1] + " pass the end of the FRU (" +
+                         std::to_string(kFruSize) + " bytes)");
     if (!bind()) return kExitUnbound;
-    int result = quorix_write_fru(static_cast<int>(device), static_cast<int>(offset), static_cast<int>(bytes.size()),
-                                  bytes.data());
+    int result = quorix_write_fru(device, offset, static_cast<int>(bytes.size()), bytes.data());
     if (result < 0) {
         std::fprintf(stderr, "quorixctl: FRU write refused (%d)%s\n", result,
                      result == -2 ? ": the platform has no FRU write" : "");
         return kExitFailed;
     }
-    std::printf("wrote %d bytes to FRU %ld at 0x%lx\n", result, device, offset);
+    std::printf("wrote %d bytes to FRU %d at 0x%x\n", result, device, offset);
     return kExitOk;
 }
 
@@ -246,45 +266,45 @@ int showScans() {
 }
 
 int runScanShow(const Args &args) {
-    if (!args.empty()) return usageError("scan show");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     return showScans();
 }
 
 int runScanStart(const Args &args) {
-    if (!args.empty()) return usageError("scan start");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     StartQuorixMonitorScan();
     return showScans();
 }
 
 int runScanStop(const Args &args) {
-    if (!args.empty()) return usageError("scan stop");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     StopQuorixMonitorScan();
     return showScans();
 }
 
 int runScanSet(const Args &args) {
-    long index, value;
-    if (args.size() != 2 || !parseInt(args[0], index) || !parseInt(args[1], value)) return usageError("scan set INDEX VALUE");
+    expectArgs(args, 2, 2);
+    const long long index = number(args[0], "scan index", 0, 24), value = number(args[1], "scan value", 0, 2);
     if (!bind()) return kExitUnbound;
     if (write_device_scan_enable(static_cast<unsigned>(index), static_cast<unsigned>(value)) != 0) {
-        std::fprintf(stderr, "quorixctl: scan index is 0..24 and value 0..2\n");
+        std::fprintf(stderr, "quorixctl: the library refused scan %lld = %lld\n", index, value);
         return kExitFailed;
     }
     return showScans();
 }
 
 int runCpldShow(const Args &args) {
-    if (!args.empty()) return usageError("cpld show");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     ShowAllCPLDInfo();
     return kExitOk;
 }
 
 int runFanShow(const Args &args) {
-    if (!args.empty()) return usageError("fan info");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     show_fan_info();
     return kExitOk;

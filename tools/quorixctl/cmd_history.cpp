@@ -43,6 +43,11 @@ const Kind *kindNamed(const std::string &word) {
     return nullptr;
 }
 
+const Kind *kindOrThrow(const std::string &word) {
+    if (const Kind *k = kindNamed(word)) return k;
+    throw UsageError("history '" + word + "' is not day, month or year");
+}
+
 unsigned u16(const unsigned char *r, int off) {
     return static_cast<unsigned>(r[off] | (r[off + 1] << 8));
 }
@@ -194,11 +199,14 @@ void printJson(const std::vector<std::vector<unsigned char>> &records) {
 }
 
 int runRecord(const Args &args) {
-    if (!args.empty()) return usageError("history record takes no arguments");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
-    if (!load()) return kExitFailed;
-    if (historyDataRecord() != 0) return kExitFailed;
-    if (!save()) return kExitFailed;
+    if (!load()) throw EnvError("the power history could not be initialised");
+    if (const int rc = historyDataRecord(); rc != 0) {
+        std::fprintf(stderr, "quorixctl: historyDataRecord failed (%d)\n", rc);
+        return kExitFailed;
+    }
+    if (!save()) return kExitUnbound;
     const auto day = filledRecords(kKinds[0]);
     if (day.empty()) {
         std::puts("sample taken; supplies are not sampled (scan 1 is not 2), nothing closed");
@@ -210,12 +218,12 @@ int runRecord(const Args &args) {
 }
 
 int runShow(const Args &args) {
-    const Kind *k = args.empty() ? nullptr : kindNamed(args[0]);
-    const std::string format = args.size() == 2 ? args[1] : "--table";
-    if (k == nullptr || args.size() > 2 ||
-        (format != "--table" && format != "--chart" && format != "--csv" && format != "--json"))
-        return usageError("history show day|month|year [--table|--chart|--csv|--json]");
-    if (!load()) return kExitFailed;
+    const Parsed parsed = parseOptions(args, {{"table", false}, {"chart", false}, {"csv", false}, {"json", false}});
+    expectArgs(parsed.positional, 1, 1);
+    if (parsed.options.size() > 1) throw UsageError("one format at most");
+    const Kind *k = kindOrThrow(parsed.positional[0]);
+    const std::string format = parsed.options.empty() ? "--table" : "--" + parsed.options[0].first;
+    if (!load()) throw EnvError("the power history could not be initialised");
     const auto records = filledRecords(*k);
     if (format == "--chart")
         printChart(records);
@@ -229,9 +237,14 @@ int runShow(const Args &args) {
 }
 
 int runClear(const Args &args) {
-    const Kind *k = args.size() == 1 ? kindNamed(args[0]) : nullptr;
-    if (k == nullptr) return usageError("history clear day|month|year");
-    if (!load() || clearHistoryData(k->kind) != 0 || !save()) return kExitFailed;
+    expectArgs(args, 1, 1);
+    const Kind *k = kindOrThrow(args[0]);
+    if (!load()) throw EnvError("the power history could not be initialised");
+    if (clearHistoryData(k->kind) != 0) {
+        std::fprintf(stderr, "quorixctl: clearHistoryData refused the %s history\n", k->word);
+        return kExitFailed;
+    }
+    if (!save()) return kExitUnbound;
     std::printf("%s history cleared\n", k->word);
     return kExitOk;
 }

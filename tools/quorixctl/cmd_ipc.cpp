@@ -3,6 +3,7 @@
 #include <fcntl.h>
 
 #include <cctype>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -118,24 +119,27 @@ void printPipeRecord(const PipeChannel &channel, const std::uint8_t *r) {
     }
 }
 
-bool parseCount(const Args &args, std::size_t from, long &count) {
-    count = 0;  // until interrupted
-    if (args.size() == from) return true;
-    return args.size() == from + 2 && args[from] == "--count" && parseInt(args[from + 1], count) && count > 0;
+// The one positional word and --count N (0: until interrupted).
+std::string listenArgs(const Args &args, long long &count) {
+    const Parsed parsed = parseOptions(args, {{"count", true}});
+    expectArgs(parsed.positional, 1, 1);
+    count = parsed.has("count") ? number(parsed.value("count"), "--count", 1, 1000000000) : 0;
+    return parsed.positional[0];
 }
 
 int listenQueue(const Args &args) {
-    long key = 0, count = 0;
-    if (args.size() < 1 || !parseInt(args[0], key) || (key != 12345 && key != 12347) || !parseCount(args, 1, count))
-        return usageError("listen queue 12345|12347 [--count N]");
+    long long count = 0;
+    const std::string word = listenArgs(args, count);
+    const long long key = number(word, "queue key", 12345, 12347);
+    if (key == 12346) throw UsageError("queue key is 12345 (IDL) or 12347 (MCA)");
     int id = QuorixCreateMsgQueue(static_cast<int>(key));
     if (id < 0) {
-        std::fprintf(stderr, "quorixctl: cannot open queue %ld\n", key);
-        return kExitFailed;
+        std::fprintf(stderr, "quorixctl: cannot open queue %lld: %s\n", key, std::strerror(errno));
+        return kExitUnbound;
     }
-    std::printf("listening on queue %ld (id %d)\n", key, id);
+    std::printf("listening on queue %lld\n", key);
     std::fflush(stdout);
-    for (long n = 0; count == 0 || n < count; ++n) {
+    for (long long n = 0; count == 0 || n < count; ++n) {
         std::uint8_t payload[1024];
         if (QuorixReadMsgQueue(id, payload, sizeof payload) != 0) return kExitFailed;
         printQueueRecord(static_cast<int>(key), payload);
@@ -145,12 +149,12 @@ int listenQueue(const Args &args) {
 }
 
 int listenPipe(const Args &args) {
+    long long count = 0;
+    const std::string word = listenArgs(args, count);
     const PipeChannel *channel = nullptr;
     for (const PipeChannel &c : kPipes)
-        if (!args.empty() && args[0] == c.word) channel = &c;
-    long count = 0;
-    if (channel == nullptr || !parseCount(args, 1, count))
-        return usageError("listen pipe ipmimain|okl|selc|poweroffscan [--count N]");
+        if (word == c.word) channel = &c;
+    if (channel == nullptr) throw UsageError("pipe '" + word + "' is not ipmimain, okl, selc or poweroffscan");
     if (!bind()) return kExitUnbound;
     if (QuorixCreatePipe(channel->path) != 0) return kExitFailed;
     // Read and write: the open does not wait for a sender, and the end of
@@ -163,7 +167,7 @@ int listenPipe(const Args &args) {
     std::printf("listening on %s\n", channel->path);
     std::fflush(stdout);
     std::vector<std::uint8_t> record(channel->recordSize);
-    for (long n = 0; count == 0 || n < count; ++n) {
+    for (long long n = 0; count == 0 || n < count; ++n) {
         std::size_t have = 0;
         while (have < record.size()) {
             int got = QuorixReadPipe(fd, record.data() + have, static_cast<int>(record.size() - have));
@@ -179,11 +183,8 @@ int listenPipe(const Args &args) {
     return kExitOk;
 }
 
-bool parseByte(const std::string &text, std::uint8_t &byte) {
-    long value = 0;
-    if (!parseInt(text, value) || value < 0 || value > 255) return false;
-    byte = static_cast<std::uint8_t>(value);
-    return true;
+std::uint8_t byteArg(const std::string &text, const std::string &what) {
+    return static_cast<std::uint8_t>(number(text, what, 0, 255));
 }
 
 std::string joined(const Args &args, std::size_t from) {
@@ -193,40 +194,36 @@ std::string joined(const Args &args, std::size_t from) {
 }
 
 int reportResult(const char *what, int rc, int ok) {
-    std::printf("%s: %d\n", what, rc);
+    std::printf("%s: %d (%s)\n", what, rc, rc == ok ? "sent" : "failed");
     return rc == ok ? kExitOk : kExitFailed;
 }
 
 // The byte at the front of an IDL text line: kind 0 plain, 2 CPLD, 5 FPGA.
 int sendIdlText(const Args &args) {
-    std::uint8_t source = 0, kind = 0;
-    std::size_t at = 0;
-    while (at + 1 < args.size() && (args[at] == "--source" || args[at] == "--kind")) {
-        if (!parseByte(args[at + 1], args[at] == "--source" ? source : kind))
-            return usageError(args[at] + " takes a byte");
-        at += 2;
-    }
-    if (at >= args.size()) return usageError("send idl-text [--source N] [--kind N] TEXT...");
+    const Parsed parsed = parseOptions(args, {{"source", true}, {"kind", true}});
+    const std::uint8_t source = byteArg(parsed.value("source", "0"), "--source");
+    const std::uint8_t kind = byteArg(parsed.value("kind", "0"), "--kind");
+    if (parsed.positional.empty()) throw UsageError("missing TEXT");
     QuorixIdlRecord record{};
     record.bytes[0] = 1;
     record.bytes[4] = source;
     record.bytes[12] = 0xFF;
     record.bytes[13] = kind;
     record.bytes[14] = 1;
-    std::string text = joined(args, at);
+    std::string text = joined(parsed.positional, 0);
     std::strncpy(reinterpret_cast<char *>(record.bytes + 15), text.c_str(), 255);
     return reportResult("QuorixPostReqToIDL", QuorixPostReqToIDL(record), 0);
 }
 
 int sendIdlEvent(const Args &args) {
-    std::uint8_t type = 0, number = 0, dirType = 0, data1 = 0, data2 = 0;
-    if (args.size() != 6 || !parseByte(args[0], type) || !parseByte(args[1], number) || !parseByte(args[2], dirType) ||
-        !parseByte(args[3], data1) || !parseByte(args[4], data2))
-        return usageError("send idl-event SENSOR_TYPE SENSOR_NUMBER EVENT_TYPE DATA1 DATA2 LABEL");
+    expectArgs(args, 6, 6);
+    const std::uint8_t type = byteArg(args[0], "sensor type"), sensor = byteArg(args[1], "sensor number"),
+                       dirType = byteArg(args[2], "event type"), data1 = byteArg(args[3], "data 1"),
+                       data2 = byteArg(args[4], "data 2");
     QuorixIdlRecord record{};
     record.bytes[4] = 0x20;
     record.bytes[12] = type;
-    record.bytes[14] = number;
+    record.bytes[14] = sensor;
     record.bytes[15] = dirType;
     record.bytes[16] = data1;
     record.bytes[17] = data2;
@@ -237,27 +234,26 @@ int sendIdlEvent(const Args &args) {
 
 int sendMca(const Args &args) {
     std::vector<std::uint8_t> bytes;
-    if (args.size() != 1 || !parseHexBytes(args[0], bytes) || bytes.size() > 256)
-        return usageError("send mca HEX (up to 256 bytes)");
+    expectArgs(args, 1, 1);
+    if (!parseHexBytes(args[0], bytes) || bytes.size() > 256) throw UsageError("expects 1..256 hex bytes");
     QuorixMcaRecord record{};
     std::memcpy(record.bytes, bytes.data(), bytes.size());
     return reportResult("QuorixPostReqToMCA", QuorixPostReqToMCA(record), 0);
 }
 
 int sendQueue(const Args &args) {
-    long key = 0;
+    expectArgs(args, 2, 2);
+    const long long key = number(args[0], "queue key", 1, INT32_MAX);
     std::vector<std::uint8_t> bytes;
-    if (args.size() != 2 || !parseInt(args[0], key) || !parseHexBytes(args[1], bytes))
-        return usageError("send queue KEY HEX");
+    if (!parseHexBytes(args[1], bytes) || bytes.size() > 1024) throw UsageError("expects 1..1024 hex bytes");
     return reportResult("QuorixWriteMsgQueue",
                         QuorixWriteMsgQueue(static_cast<int>(key), bytes.data(), static_cast<int>(bytes.size())), 0);
 }
 
 int sendSel(const Args &args) {
     std::vector<std::uint8_t> bytes;
-    if (args.size() != 1 || !parseHexBytes(args[0], bytes) || bytes.size() != 9)
-        return usageError(
-            "send sel HEX (9 bytes: generator id (2), EvM rev, sensor type, sensor, event type, data 1-3)");
+    expectArgs(args, 1, 1);
+    if (!parseHexBytes(args[0], bytes) || bytes.size() != 9) throw UsageError("expects 9 hex bytes");
     if (!bind()) return kExitUnbound;
     QuorixSelEvent event{};
     std::memcpy(event.bytes, bytes.data(), bytes.size());
@@ -265,35 +261,34 @@ int sendSel(const Args &args) {
 }
 
 int sendReload(const Args &args) {
-    if (!args.empty()) return usageError("send reload");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     return reportResult("QuorixSendReloadToIPMIMain", QuorixSendReloadToIPMIMain(), 18);
 }
 
 int sendOneKeyLog(const Args &args) {
-    if (!args.empty()) return usageError("send okl");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     return reportResult("QuorixPostReqToOneKeyLog", QuorixPostReqToOneKeyLog(), 300);
 }
 
 int sendSelCollector(const Args &args) {
-    if (!args.empty()) return usageError("send selc");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     return reportResult("QuorixPostReqToRFSELCollectLog", QuorixPostReqToRFSELCollectLog(), 300);
 }
 
 int sendTaskFail(const Args &args) {
-    std::uint8_t kind = 0, task = 0, status = 0;
-    if (args.size() != 3 || !parseByte(args[0], kind) || !parseByte(args[1], task) || !parseByte(args[2], status))
-        return usageError("send task-fail KIND TASK STATUS (KIND 0x07 failure, 0x87 recovery)");
+    expectArgs(args, 3, 3);
+    const std::uint8_t kind = byteArg(args[0], "kind"), task = byteArg(args[1], "task"),
+                       status = byteArg(args[2], "status");
     if (!bind()) return kExitUnbound;
     return reportResult("QuorixAddTaskFailToSEL", QuorixAddTaskFailToSEL(kind, task, status), 0);
 }
 
 int sendNotify(const Args &args) {
-    long type = 0, task = 0;
-    if (args.size() != 2 || !parseInt(args[0], type) || !parseInt(args[1], task))
-        return usageError("send notify TYPE TASK");
+    expectArgs(args, 2, 2);
+    const long long type = number(args[0], "type", 0, 255), task = number(args[1], "task", 0, 255);
     if (!bind()) return kExitUnbound;
     return reportResult("QuorixNotifyTaskThread",
                         QuorixNotifyTaskThread(static_cast<unsigned>(type), static_cast<unsigned>(task)), 0);
@@ -311,7 +306,8 @@ std::vector<Command> ipcCommands() {
         {"send", "idl-event", "TYPE NUMBER EVENT_TYPE DATA1 DATA2 LABEL", "post an IDL sensor event", sendIdlEvent},
         {"send", "mca", "HEX", "post an MCA request (record up to 256 bytes)", sendMca},
         {"send", "queue", "KEY HEX", "send a raw payload to the queue of KEY", sendQueue},
-        {"send", "sel", "HEX9", "ask the IPMI main daemon to add a SEL entry", sendSel},
+        {"send", "sel", "HEX9", "ask the IPMI main daemon to add a SEL entry", sendSel,
+         "The 9 bytes: generator id (2), EvM revision, sensor type, sensor, event type, data 1 to 3."},
         {"send", "reload", "", "ask the IPMI main daemon to reload", sendReload},
         {"send", "okl", "", "ask the one-key-log collector to collect", sendOneKeyLog},
         {"send", "selc", "", "ask the Redfish SEL collector to collect", sendSelCollector},

@@ -1,5 +1,6 @@
 // quorixctl password-rule, conf-flag, bios: the user password rule, the
 // preserve-setup flag and the BIOS setting files.
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -21,18 +22,20 @@ constexpr const char *kFieldNames[pw::kFieldCount] = {"enabled",          "min-l
 int findField(const std::string &word) {
     for (int i = 0; i < pw::kFieldCount; ++i)
         if (word == kFieldNames[i]) return i;
-    long number;
-    if (parseInt(word, number) && number >= 0 && number < pw::kFieldCount) return static_cast<int>(number);
-    return -1;
+    if (!word.empty() && std::isdigit(static_cast<unsigned char>(word[0])))
+        return static_cast<int>(number(word, "field", 0, pw::kFieldCount - 1));
+    std::string names;
+    for (const char *n : kFieldNames) names += std::string(names.empty() ? "" : ", ") + n;
+    throw UsageError("field '" + word + "' is not one of " + names + " or 0.." + std::to_string(pw::kFieldCount - 1));
 }
 
 int runRuleGet(const Args &args) {
-    if (!args.empty()) return usageError("password-rule get");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     unsigned char res[1 + pw::kRecordSize] = {};
     int n = QuorixGetUserPasswordRuleInterface(res);
     if (n != 1 + static_cast<int>(pw::kRecordSize)) {
-        std::printf("completion code 0x%02X\n", res[0]);
+        std::printf("completion code 0x%02X (%s)\n", res[0], completionCodeName(res[0]));
         return kExitFailed;
     }
     qrx::ByteView record(res + 1);
@@ -42,46 +45,61 @@ int runRuleGet(const Args &args) {
 }
 
 int runRuleSet(const Args &args) {
-    long long value;
-    int field = args.size() == 2 ? findField(args[0]) : -1;
-    if (field < 0 || !parseInt(args[1], value) || value < 0 || value > 0xFFFFFFFFLL)
-        return usageError("password-rule set FIELD VALUE (FIELD: a name or 0..7)");
-    if (!bind()) return kExitUnbound;
+    expectArgs(args, 2, 2);
+    const int field = findField(args[0]);
     const pw::Field &f = pw::kFields[field];
+    // The field's width bounds what can be sent; the rule's own limits are the handler's to check.
+    const long long value = number(args[1], kFieldNames[field], 0, (1LL << (8 * f.width)) - 1);
+    if (!bind()) return kExitUnbound;
     // Single values go little-endian right after the parameter byte.
     unsigned char req[5] = {static_cast<unsigned char>(field)};
     for (std::size_t i = 0; i < f.width; ++i) req[1 + i] = static_cast<unsigned char>(value >> (8 * i));
     int cc = QuorixSetUserPasswordRuleInterface(req, 1 + static_cast<int>(f.width));
-    std::printf("completion code 0x%02X\n", cc);
+    std::printf("completion code 0x%02X (%s)\n", cc, completionCodeName(static_cast<unsigned>(cc)));
     return cc == 0 ? kExitOk : kExitFailed;
 }
 
 int runFlagGet(const Args &args) {
-    if (!args.empty()) return usageError("conf-flag get");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     unsigned char flag = 0;
-    if (QuorixGetConfFlagInterface(&flag) != 0) return kExitFailed;
+    if (QuorixGetConfFlagInterface(&flag) != 0) {
+        std::fprintf(stderr, "quorixctl: the preserve-setup flag could not be read from the EEPROM\n");
+        return kExitFailed;
+    }
     std::printf("%u\n", flag);
     return kExitOk;
 }
 
 int runFlagSet(const Args &args) {
-    long value;
-    if (args.size() != 1 || !parseInt(args[0], value) || value < 0 || value > 255)
-        return usageError("conf-flag set 0|1");
+    expectArgs(args, 1, 1);
+    const long long value = number(args[0], "flag", 0, 1);
     if (!bind()) return kExitUnbound;
-    return QuorixSetConfFlagInterface(static_cast<unsigned char>(value)) == 0 ? kExitOk : kExitFailed;
+    const int rc = QuorixSetConfFlagInterface(static_cast<unsigned char>(value));
+    if (rc != 0) {
+        std::fprintf(stderr, "quorixctl: setting the flag to %lld failed (%d): %s\n", value, rc,
+                     value == 1 ? "the BIOS future settings could not be prepared from /conf/redfish/bios/, or the "
+                                  "EEPROM was not written"
+                                : "the EEPROM was not written");
+        return kExitFailed;
+    }
+    std::printf("preserve-setup flag: %lld\n", value);
+    return kExitOk;
 }
 
 int runBiosGet(const Args &args) {
-    if (args.size() != 1) return usageError("bios get NAME");
+    expectArgs(args, 1, 1);
     GetBiosSetupOption(args[0].c_str());
     char value[100];
-    return GetCurrentSetValue(args[0].c_str(), value, sizeof value) == 0 ? kExitOk : kExitFailed;
+    if (GetCurrentSetValue(args[0].c_str(), value, sizeof value) != 0) {
+        std::fprintf(stderr, "quorixctl: no current value of BIOS attribute %s\n", args[0].c_str());
+        return kExitFailed;
+    }
+    return kExitOk;
 }
 
 int runBiosResult(const Args &args) {
-    if (!args.empty()) return usageError("bios result");
+    expectArgs(args, 0, 0);
     bool pending = QuorixGetAttributeValueFromJson() == 0;
     bool applied = QuorixGetResultFromJson() == 0;
     std::printf("pending attributes: %s\nlast apply: %s\n", pending ? "yes" : "no",

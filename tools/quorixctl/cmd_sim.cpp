@@ -44,45 +44,47 @@ bool loadSim(SimControl &sim) {
     return true;
 }
 
-bool parseRange(const Args &args, std::size_t blockSize, long &offset, long &length) {
-    if (!parseInt(args[0], offset) || !parseInt(args[1], length) || offset < 0 || length <= 0) return false;
-    return static_cast<unsigned long>(offset) <= blockSize &&
-           static_cast<unsigned long>(length) <= blockSize - static_cast<unsigned long>(offset);
-}
+// The simulator's block size; the ranges are checked against it before anything is touched.
+constexpr long long kBlockSize = 0x640000;
+constexpr int kSlots = 237;
 
 int runDump(const Args &args) {
-    if (args.size() != 2) return usageError("sim dump OFFSET LENGTH");
+    expectArgs(args, 2, 2);
+    const long long offset = number(args[0], "offset", 0, kBlockSize - 1);
+    const long long length = number(args[1], "length", 1, kBlockSize - offset);
     SimControl sim;
     if (!loadSim(sim)) return kExitUnbound;
-    long offset, length;
-    if (!parseRange(args, sim.blockSize(), offset, length)) return usageError("range outside the shared block");
     hexDump(static_cast<std::size_t>(offset), static_cast<const std::uint8_t *>(intf_quorix_mem) + offset,
             static_cast<std::size_t>(length));
     return kExitOk;
 }
 
-int poke(std::size_t blockSize, long offset, const std::vector<std::uint8_t> &bytes) {
-    if (offset < 0 || static_cast<unsigned long>(offset) > blockSize || bytes.size() > blockSize - offset) {
-        std::fprintf(stderr, "quorixctl: range outside the shared block\n");
-        return kExitFailed;
-    }
+std::vector<std::uint8_t> hexBytes(const std::string &text, long long offset) {
+    std::vector<std::uint8_t> bytes;
+    if (!parseHexBytes(text, bytes)) throw UsageError("'" + text + "' is not hex bytes");
+    if (static_cast<long long>(bytes.size()) > kBlockSize - offset)
+        throw UsageError(std::to_string(bytes.size()) + " bytes at " + std::to_string(offset) +
+                         " pass the end of the shared block (" + std::to_string(kBlockSize) + " bytes)");
+    return bytes;
+}
+
+void poke(long long offset, const std::vector<std::uint8_t> &bytes) {
     std::memcpy(static_cast<std::uint8_t *>(intf_quorix_mem) + offset, bytes.data(), bytes.size());
-    return kExitOk;
 }
 
 int runPoke(const Args &args) {
-    if (args.size() != 2) return usageError("sim poke OFFSET HEXBYTES");
-    long offset;
-    std::vector<std::uint8_t> bytes;
-    if (!parseInt(args[0], offset) || !parseHexBytes(args[1], bytes)) return usageError("sim poke OFFSET HEXBYTES");
+    expectArgs(args, 2, 2);
+    const long long offset = number(args[0], "offset", 0, kBlockSize - 1);
+    const std::vector<std::uint8_t> bytes = hexBytes(args[1], offset);
     SimControl sim;
     if (!loadSim(sim)) return kExitUnbound;
-    int rc = poke(sim.blockSize(), offset, bytes);
-    if (rc == kExitOk) std::printf("wrote %zu bytes at 0x%lx\n", bytes.size(), offset);
-    return rc;
+    poke(offset, bytes);
+    std::printf("wrote %zu bytes at 0x%llx\n", bytes.size(), offset);
+    return kExitOk;
 }
 
-int runReset(const Args &) {
+int runReset(const Args &args) {
+    expectArgs(args, 0, 0);
     SimControl sim;
     if (!loadSim(sim)) return kExitUnbound;
     if (sim.reset() != 0) return kExitFailed;
@@ -91,18 +93,18 @@ int runReset(const Args &) {
 }
 
 int runCalls(const Args &args) {
-    long slot;
-    if (args.size() != 1 || !parseInt(args[0], slot) || slot < 0 || slot > 236) return usageError("sim calls SLOT");
+    expectArgs(args, 1, 1);
+    const long long slot = number(args[0], "slot", 0, kSlots - 1);
     SimControl sim;
     if (!loadSim(sim)) return kExitUnbound;
-    std::printf("slot %ld: %u calls\n", slot, sim.callCount(static_cast<int>(slot)));
+    std::printf("slot %lld: %u calls\n", slot, sim.callCount(static_cast<int>(slot)));
     return kExitOk;
 }
 
 int runResult(const Args &args) {
-    long slot, value;
-    if (args.size() != 2 || !parseInt(args[0], slot) || !parseInt(args[1], value) || slot < 0 || slot > 236)
-        return usageError("sim result SLOT VALUE");
+    expectArgs(args, 2, 2);
+    const long long slot = number(args[0], "slot", 0, kSlots - 1);
+    const long long value = number(args[1], "result", INT32_MIN, INT32_MAX);
     SimControl sim;
     if (!loadSim(sim)) return kExitUnbound;
     return sim.setResult(static_cast<int>(slot), static_cast<int>(value)) == 0 ? kExitOk : kExitFailed;
@@ -110,63 +112,59 @@ int runResult(const Args &args) {
 
 int runFault(const Args &args) {
     static const char *kFaults[] = {"none", "fail", "short"};
-    long slot;
-    if (args.size() != 2 || !parseInt(args[0], slot) || slot < 0 || slot > 236) return usageError("sim fault SLOT none|fail|short");
+    expectArgs(args, 2, 2);
+    const long long slot = number(args[0], "slot", 0, kSlots - 1);
     int fault = -1;
     for (int i = 0; i < 3; ++i)
         if (args[1] == kFaults[i]) fault = i;
-    if (fault < 0) return usageError("sim fault SLOT none|fail|short");
+    if (fault < 0) throw UsageError("fault '" + args[1] + "' is not none, fail or short");
     SimControl sim;
     if (!loadSim(sim)) return kExitUnbound;
     return sim.setFault(static_cast<int>(slot), fault) == 0 ? kExitOk : kExitFailed;
 }
 
-using JsonPtr = std::unique_ptr<json_object, decltype(&json_object_put)>;
-
 // Fixture: {"block": [{"offset": N, "hex": "..."}], "slot_results": {"N": value},
 //           "devices": {...} (see fixture_devices.cpp)}
+// Everything is checked before the block is touched.
 int runLoad(const Args &args) {
-    if (args.size() != 1) return usageError("sim load FIXTURE.json");
-    JsonPtr root(json_object_from_file(args[0].c_str()), json_object_put);
-    if (!root || json_object_get_type(root.get()) != json_type_object) {
-        std::fprintf(stderr, "quorixctl: %s is not a JSON object: %s\n", args[0].c_str(), json_util_get_last_err());
-        return kExitFailed;
+    expectArgs(args, 1, 1);
+    JsonPtr root = readJson(args[0]);
+    std::vector<std::pair<long long, std::vector<std::uint8_t>>> regions;
+    std::vector<std::pair<int, int>> results;
+    json_object *devices = nullptr;
+    json_object_object_foreach(root.get(), key, value) {
+        const std::string name = key;
+        if (name == "block") {
+            if (json_object_get_type(value) != json_type_array) throw UsageError("\"block\" must be an array");
+            for (std::size_t i = 0; i < json_object_array_length(value); ++i) {
+                json_object *entry = json_object_array_get_idx(value, i), *off = nullptr, *hex = nullptr;
+                if (!json_object_object_get_ex(entry, "offset", &off) || !json_object_object_get_ex(entry, "hex", &hex))
+                    throw UsageError("block entry " + std::to_string(i) + " needs \"offset\" and \"hex\"");
+                const long long offset = number(json_object_get_string(off), "block offset", 0, kBlockSize - 1);
+                regions.emplace_back(offset, hexBytes(json_object_get_string(hex), offset));
+            }
+        } else if (name == "slot_results") {
+            if (json_object_get_type(value) != json_type_object) throw UsageError("\"slot_results\" must be an object");
+            json_object_object_foreach(value, slot, result) {
+                results.emplace_back(static_cast<int>(number(slot, "slot", 0, kSlots - 1)),
+                                     static_cast<int>(number(json_object_get_string(result), "slot result", INT32_MIN,
+                                                             INT32_MAX)));
+            }
+        } else if (name == "devices") {
+            checkDeviceFixture(value);
+            devices = value;
+        } else if (name != "rack_disks") {  // rack_disks: the records of "disk rack"
+            throw UsageError("unknown key \"" + name + "\" in " + args[0] + " (known: block, slot_results, devices, rack_disks)");
+        }
     }
     SimControl sim;
     if (!loadSim(sim)) return kExitUnbound;
-    int regions = 0, results = 0;
-    json_object *block = nullptr;
-    if (json_object_object_get_ex(root.get(), "block", &block)) {
-        if (json_object_get_type(block) != json_type_array) return usageError("\"block\" must be an array");
-        for (std::size_t i = 0; i < json_object_array_length(block); ++i) {
-            json_object *entry = json_object_array_get_idx(block, i), *off = nullptr, *hex = nullptr;
-            std::vector<std::uint8_t> bytes;
-            if (!json_object_object_get_ex(entry, "offset", &off) || !json_object_object_get_ex(entry, "hex", &hex) ||
-                !parseHexBytes(json_object_get_string(hex), bytes)) {
-                std::fprintf(stderr, "quorixctl: block entry %zu needs \"offset\" and \"hex\"\n", i);
-                return kExitFailed;
-            }
-            if (poke(sim.blockSize(), json_object_get_int(off), bytes) != kExitOk) return kExitFailed;
-            ++regions;
-        }
-    }
-    json_object *slotResults = nullptr;
-    if (json_object_object_get_ex(root.get(), "slot_results", &slotResults)) {
-        json_object_object_foreach(slotResults, key, value) {
-            long slot;
-            if (!parseInt(key, slot) || sim.setResult(static_cast<int>(slot), json_object_get_int(value)) != 0) {
-                std::fprintf(stderr, "quorixctl: bad slot \"%s\"\n", key);
-                return kExitFailed;
-            }
-            ++results;
-        }
-    }
-    json_object *devices = nullptr;
+    for (const auto &region : regions) poke(region.first, region.second);
+    for (const auto &result : results) sim.setResult(result.first, result.second);
     int deviceRecords = 0;
-    if (json_object_object_get_ex(root.get(), "devices", &devices) && loadDeviceFixture(devices, deviceRecords) != 0)
-        return kExitFailed;
-    std::printf("loaded %s: %d block regions, %d slot results, %d device records\n", args[0].c_str(), regions, results,
-                deviceRecords);
+    if (devices != nullptr && loadDeviceFixture(devices, deviceRecords) != 0) return kExitUsage;  // a bad value
+    std::printf("loaded %s: %zu block regions, %zu slot results, %d device records\n", args[0].c_str(), regions.size(),
+                results.size(), deviceRecords);
     return kExitOk;
 }
 

@@ -25,11 +25,7 @@ const char *onOff(unsigned v) {
 }
 
 int show(const Args &args) {
-    bool reveal = false;
-    if (args.size() == 1 && args[0] == "--secrets")
-        reveal = true;
-    else if (!args.empty())
-        return usageError("smtp show [--secrets]");
+    const bool reveal = secretsFlag(args);
     if (!bind()) return kExitUnbound;
     unsigned char r[sm::kRecordSize] = {}, d[sm::kRecipientsSize] = {};
     // Masked output comes from the OEM get, which never carries the password.
@@ -86,26 +82,17 @@ int set(const Args &args) {
     return runFlags(args, 0, flags, {0}, sendSmtp);
 }
 
-bool parseIndex(const Args &args, std::uint8_t &index) {
-    long n = 0;
-    if (args.empty() || !parseInt(args[0], n) || n < 0 || n > 251) return false;
-    index = static_cast<std::uint8_t>(n);
-    return true;
-}
-
 int recipient(const Args &args) {
     static const std::vector<Flag> flags = {{"--enabled", 0, Kind::OnOff, nullptr, 0},
                                             {"--address", 1, Kind::Text, nullptr, 0},
                                             {"--description", 2, Kind::Text, nullptr, 0}};
-    std::uint8_t index = 0;
-    if (!parseIndex(args, index))
-        return usageError("smtp recipient INDEX [--enabled on|off] [--address A] [--description D]");
-    return runFlags(args, 1, flags, {1, index}, sendSmtp);
+    if (args.empty() || args[0].rfind("--", 0) == 0) throw UsageError("missing INDEX");
+    return runFlags(args, 1, flags, {1, entryIndex(args[0])}, sendSmtp);
 }
 
 int test(const Args &args) {
-    std::uint8_t index = 0;
-    if (args.size() != 1 || !parseIndex(args, index)) return usageError("smtp test INDEX");
+    expectArgs(args, 1, 1);
+    const std::uint8_t index = entryIndex(args[0]);
     if (!bind()) return kExitUnbound;
     return send(sendSmtp, {2, index});
 }

@@ -29,17 +29,8 @@ const char *word(const char *const *table, int count, unsigned index) {
     return index < static_cast<unsigned>(count) && table[index] != nullptr ? table[index] : "?";
 }
 
-bool revealFlag(const Args &args, const char *usage, int &error) {
-    if (args.empty()) return false;
-    if (args.size() == 1 && args[0] == "--secrets") return true;
-    error = usageError(usage);
-    return false;
-}
-
 int trapShow(const Args &args) {
-    int error = kExitOk;
-    const bool reveal = revealFlag(args, "snmp-trap show [--secrets]", error);
-    if (error != kExitOk) return error;
+    const bool reveal = secretsFlag(args);
     if (!bind()) return kExitUnbound;
     unsigned char r[st::kRecordSize] = {}, d[st::kDestBlockSize] = {};
     if (QuorixGetSnmpTrapCfgFromMem(r) != 0 || QuorixGetSnmpTrapDstCfg(d) != 0) return kExitFailed;
@@ -79,25 +70,17 @@ int trapSet(const Args &args) {
     return runFlags(args, 0, trapFlags(), {0}, sendTrap);
 }
 
-bool index0to3(const Args &args, std::uint8_t &index) {
-    long n = 0;
-    if (args.empty() || !parseInt(args[0], n) || n < 0 || n > 255) return false;
-    index = static_cast<std::uint8_t>(n);
-    return true;
-}
-
 int trapDest(const Args &args) {
     static const std::vector<Flag> flags = {{"--enabled", 0, Kind::OnOff, nullptr, 0},
                                             {"--address", 1, Kind::Text, nullptr, 0},
                                             {"--port", 2, Kind::PortBe32, nullptr, 0}};
-    std::uint8_t index = 0;
-    if (!index0to3(args, index)) return usageError("snmp-trap dest INDEX [--enabled on|off] [--address A] [--port N]");
-    return runFlags(args, 1, flags, {1, index}, sendTrap);
+    if (args.empty() || args[0].rfind("--", 0) == 0) throw UsageError("missing INDEX");
+    return runFlags(args, 1, flags, {1, entryIndex(args[0])}, sendTrap);
 }
 
 int trapTest(const Args &args) {
-    std::uint8_t index = 0;
-    if (args.size() != 1 || !index0to3(args, index)) return usageError("snmp-trap test INDEX");
+    expectArgs(args, 1, 1);
+    const std::uint8_t index = entryIndex(args[0]);
     if (!bind()) return kExitUnbound;
     return send(sendTrap, {2, index});
 }
@@ -107,9 +90,7 @@ int trapRaw(const Args &args) {
 }
 
 int agentShow(const Args &args) {
-    int error = kExitOk;
-    const bool reveal = revealFlag(args, "snmp-agent show [--secrets]", error);
-    if (error != kExitOk) return error;
+    const bool reveal = secretsFlag(args);
     if (!bind()) return kExitUnbound;
     unsigned char r[sa::kRecordSize] = {};
     if (QuorixGetSnmpCfgFromMem(r) != 0) return kExitFailed;
@@ -149,7 +130,7 @@ int agentSet(const Args &args) {
 }
 
 int agentRestart(const Args &args) {
-    if (!args.empty()) return usageError("snmp-agent restart");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     return send(sendAgent, {255});
 }

@@ -3,6 +3,8 @@
 #include <strings.h>
 #include <sys/stat.h>
 
+#include <cctype>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -17,8 +19,6 @@ namespace ctl {
 namespace {
 
 namespace sl = qrx::config::syslog;
-
-using cfgreq::completionCodeName;
 
 // A word of a library word table, any letter case; -1 when unknown.
 int wordIndex(const char *const *table, int count, const std::string &word) {
@@ -47,7 +47,7 @@ int sendRequest(const std::vector<std::uint8_t> &request) {
 }
 
 int runGet(const Args &args) {
-    if (!args.empty()) return usageError("syslog get");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     unsigned char res[1 + sl::kDestCount * sl::kDestRecordSize] = {};
     if (QuorixGetSyslogConfigInterface(0, res) != 5) return kExitFailed;
@@ -68,83 +68,70 @@ int runGet(const Args &args) {
     return kExitOk;
 }
 
-bool takeValue(const Args &args, std::size_t &i, std::string &value) {
-    if (i + 1 >= args.size()) return false;
-    value = args[++i];
-    return true;
+// A word of the table or its index.
+std::uint8_t wordOrIndex(const char *const *table, int count, const std::string &flag, const std::string &v) {
+    const int index = wordIndex(table, count, v);
+    if (index >= 0) return static_cast<std::uint8_t>(index);
+    if (v.empty() || !std::isdigit(static_cast<unsigned char>(v[0])))
+        throw UsageError(flag + " '" + v + "' is not one of " + wordList(table, count) + " (or 0.." +
+                         std::to_string(count - 1) + ")");
+    return static_cast<std::uint8_t>(number(v, flag, 0, count - 1));
+}
+
+std::uint8_t onOff(const std::string &flag, const std::string &v) {
+    if (v != "on" && v != "off") throw UsageError(flag + " '" + v + "' is not on or off");
+    return v == "on" ? 1 : 0;
 }
 
 int setGlobals(const Args &args) {
+    const Parsed parsed =
+        parseOptions(Args(args.begin() + 1, args.end()), {{"enabled", true}, {"tag", true}, {"level", true}, {"protocol", true}});
+    expectArgs(parsed.positional, 0, 0);
+    if (parsed.options.empty()) throw UsageError("nothing to set");
+    std::uint8_t values[4] = {};
+    for (const auto &o : parsed.options) {
+        if (o.first == "enabled") values[0] = onOff("--enabled", o.second) ? sl::kSyslogEnabled : sl::kSyslogDisabled;
+        if (o.first == "tag") values[1] = wordOrIndex(SyslogTagStr, 3, "--tag", o.second);
+        if (o.first == "level") values[2] = wordOrIndex(SyslogLevelStr, 4, "--level", o.second);
+        if (o.first == "protocol") values[3] = wordOrIndex(SyslogProtocalStr, 4, "--protocol", o.second);
+    }
+    if (!bind()) return kExitUnbound;
     unsigned char cur[5] = {};
     if (QuorixGetSyslogConfigInterface(0, cur) != 5) return kExitFailed;
     std::vector<std::uint8_t> req = {0, cur[1], cur[2], cur[3], cur[4]};
-    for (std::size_t i = 1; i < args.size(); ++i) {
-        std::string v;
-        const std::string &flag = args[i];
-        if (!takeValue(args, i, v)) return usageError(flag + " needs a value");
-        int index = -1;
-        if (flag == "--syslog") {
-            index = v == "on" ? sl::kSyslogEnabled : v == "off" ? sl::kSyslogDisabled : -1;
-            if (index < 0) return usageError("--syslog on|off");
-            req[1] = static_cast<std::uint8_t>(index);
-        } else if (flag == "--tag" || flag == "--level" || flag == "--protocol") {
-            const char *const *table = flag == "--tag"     ? SyslogTagStr
-                                       : flag == "--level" ? SyslogLevelStr
-                                                           : SyslogProtocalStr;
-            const int count = flag == "--tag" ? 3 : 4;
-            index = wordIndex(table, count, v);
-            long raw;
-            if (index < 0 && parseInt(v, raw) && raw >= 0 && raw <= 255) index = static_cast<int>(raw);
-            if (index < 0) return usageError(flag + " " + wordList(table, count) + " or a number");
-            req[flag == "--tag" ? 2 : flag == "--level" ? 3 : 4] = static_cast<std::uint8_t>(index);
-        } else {
-            return usageError("unknown flag " + flag);
-        }
-    }
+    static const char *kNames[] = {"enabled", "tag", "level", "protocol"};
+    for (int i = 0; i < 4; ++i)
+        if (parsed.has(kNames[i])) req[static_cast<std::size_t>(i) + 1] = values[i];
     return sendRequest(req);
 }
 
 int setDestination(const Args &args) {
-    long index;
-    if (args.size() < 2 || !parseInt(args[1], index) || index < 0 || index > 255)
-        return usageError("syslog set dest INDEX [--enable on|off] [--type WORD] [--host HOST] [--port N]");
-    unsigned char cur[1 + sl::kDestCount * sl::kDestRecordSize] = {};
-    if (QuorixGetSyslogConfigInterface(1, cur) != 213) return kExitFailed;
-    // Fields not given keep the stored values of that destination.
+    const Parsed parsed = parseOptions(Args(args.begin() + 1, args.end()),
+                                       {{"enabled", true}, {"type", true}, {"host", true}, {"port", true}});
+    expectArgs(parsed.positional, 1, 1);
+    const long long index = number(parsed.positional[0], "index", 0, static_cast<long long>(sl::kDestCount) - 1);
     std::uint8_t enable = 0, type = 3;
     std::string host;
     std::uint32_t port = 514;
-    if (index < static_cast<long>(sl::kDestCount)) {
-        qrx::ByteView d(cur + 1 + index * sl::kDestRecordSize);
-        enable = d.u8(sl::kDestEnable);
-        type = d.u8(sl::kDestType);
+    for (const auto &o : parsed.options) {
+        if (o.first == "enabled") enable = onOff("--enabled", o.second);
+        if (o.first == "type") type = wordOrIndex(SyslogTypeStr, 4, "--type", o.second);
+        if (o.first == "host" && o.second.size() > sl::kDestHostSize)
+            throw UsageError("--host: at most " + std::to_string(sl::kDestHostSize) + " characters");
+        if (o.first == "host") host = o.second;
+        if (o.first == "port") port = static_cast<std::uint32_t>(number(o.second, "--port", 0, 0xFFFF));
+    }
+    if (!bind()) return kExitUnbound;
+    unsigned char cur[1 + sl::kDestCount * sl::kDestRecordSize] = {};
+    if (QuorixGetSyslogConfigInterface(1, cur) != 213) return kExitFailed;
+    // Fields not given keep the stored values of that destination.
+    qrx::ByteView d(cur + 1 + index * sl::kDestRecordSize);
+    if (!parsed.has("enabled")) enable = d.u8(sl::kDestEnable);
+    if (!parsed.has("type")) type = d.u8(sl::kDestType);
+    if (!parsed.has("host"))
         host = std::string(reinterpret_cast<const char *>(d.data() + sl::kDestHost),
                            strnlen(reinterpret_cast<const char *>(d.data() + sl::kDestHost), sl::kDestHostSize));
-        port = d.u32(sl::kDestPort);
-    }
-    for (std::size_t i = 2; i < args.size(); ++i) {
-        std::string v;
-        const std::string &flag = args[i];
-        if (!takeValue(args, i, v)) return usageError(flag + " needs a value");
-        long long number;
-        if (flag == "--enable") {
-            if (v != "on" && v != "off") return usageError("--enable on|off");
-            enable = v == "on" ? 1 : 0;
-        } else if (flag == "--type") {
-            int t = wordIndex(SyslogTypeStr, 4, v);
-            if (t < 0 && parseInt(v, number) && number >= 0 && number <= 255) t = static_cast<int>(number);
-            if (t < 0) return usageError("--type " + wordList(SyslogTypeStr, 4) + " or a number");
-            type = static_cast<std::uint8_t>(t);
-        } else if (flag == "--host") {
-            if (v.size() > sl::kDestHostSize) return usageError("--host: at most 47 characters");
-            host = v;
-        } else if (flag == "--port") {
-            if (!parseInt(v, number) || number < 0 || number > 0xFFFFFFFFLL) return usageError("--port N");
-            port = static_cast<std::uint32_t>(number);
-        } else {
-            return usageError("unknown flag " + flag);
-        }
-    }
+    if (!parsed.has("port")) port = d.u32(sl::kDestPort);
     std::vector<std::uint8_t> req = {1, static_cast<std::uint8_t>(index), enable, type};
     std::vector<std::uint8_t> hostBytes(sl::kDestHostSize, 0);
     std::memcpy(hostBytes.data(), host.data(), host.size());
@@ -154,23 +141,20 @@ int setDestination(const Args &args) {
 }
 
 int runSet(const Args &args) {
-    const char *usage =
-        "syslog set globals [--syslog on|off] [--tag W] [--level W] [--protocol W] | "
-        "dest INDEX [--enable on|off] [--type W] [--host H] [--port N] | test INDEX";
-    if (args.empty()) return usageError(usage);
-    if (!bind()) return kExitUnbound;
+    if (args.empty()) throw UsageError("expects globals, dest or test");
     if (args[0] == "globals") return setGlobals(args);
     if (args[0] == "dest") return setDestination(args);
     if (args[0] == "test") {
-        long index;
-        if (args.size() != 2 || !parseInt(args[1], index) || index < 0 || index > 255) return usageError(usage);
+        expectArgs(args, 2, 2);
+        const long long index = number(args[1], "index", 0, static_cast<long long>(sl::kDestCount) - 1);
+        if (!bind()) return kExitUnbound;
         return sendRequest({2, static_cast<std::uint8_t>(index)});
     }
-    return usageError(usage);
+    throw UsageError("'" + args[0] + "' is not globals, dest or test");
 }
 
 int runInit(const Args &args) {
-    if (!args.empty()) return usageError("syslog init");
+    expectArgs(args, 0, 0);
     if (!bind()) return kExitUnbound;
     unsigned result = QuorixSyslogConfigInit();
     std::printf("%s\n", result == 0 ? "loaded /conf/syslog.conf" : "no /conf/syslog.conf: defaults");
@@ -183,63 +167,50 @@ int verdict(bool valid) {
 }
 
 int runValidate(const Args &args) {
-    const char *usage =
-        "validate username NAME [--max N] [--mode user|smtp-user|smtp-host] | sender ADDR | email ADDR | "
-        "ipv4 TEXT | ipv6 TEXT | domain NAME | password TEXT";
-    if (args.size() < 2) return usageError(usage);
-    const std::string &kind = args[0];
-    const char *text = args[1].c_str();
+    const Parsed parsed = parseOptions(args, {{"max", true}, {"mode", true}});
+    expectArgs(parsed.positional, 2, 2);
+    const std::string &kind = parsed.positional[0];
+    const char *text = parsed.positional[1].c_str();
+    if (kind != "username" && !parsed.options.empty()) throw UsageError("--max and --mode belong to username");
     if (kind == "username") {
-        long max = 16;
-        int mode = 0;
-        for (std::size_t i = 2; i < args.size(); ++i) {
-            std::string v;
-            const std::string &flag = args[i];
-            if (!takeValue(args, i, v)) return usageError(flag + " needs a value");
-            if (flag == "--max" && parseInt(v, max) && max >= 0 && max <= 4096) continue;
-            if (flag == "--mode" && (v == "user" || v == "smtp-user" || v == "smtp-host")) {
-                mode = v == "user" ? 0 : v == "smtp-user" ? 1 : 2;
-                continue;
-            }
-            return usageError(usage);
-        }
+        const long long max = number(parsed.value("max", "16"), "--max", 0, 4096);
+        const std::string modeWord = parsed.value("mode", "user");
+        if (modeWord != "user" && modeWord != "smtp-user" && modeWord != "smtp-host")
+            throw UsageError("--mode '" + modeWord + "' is not user, smtp-user or smtp-host");
+        const int mode = modeWord == "user" ? 0 : modeWord == "smtp-user" ? 1 : 2;
         int r = QuorixIsValidUserName(text, static_cast<unsigned>(max), mode);
         if (r != 0 && *text == '\0') std::printf("\n");  // the one message without a line end
         return verdict(r == 0);
     }
-    if (args.size() != 2) return usageError(usage);
     if (kind == "sender") return verdict(QuorixIsValidSenderAddress(text) == 0);
     if (kind == "email") return verdict(Quorix_validate_email(text) == 1);
     if (kind == "ipv4") return verdict(QuorixIsValidIpv4(text) == 0);
     if (kind == "ipv6") return verdict(QuorixIsValidIpv6(text) == 0);
     if (kind == "domain") return verdict(QuorixIsValidDomain(text) == 0);
     if (kind == "password") return verdict(QuorixIsValidPasswd(text) == 0);
-    return usageError(usage);
+    throw UsageError("'" + kind + "' is not username, sender, email, ipv4, ipv6, domain or password");
 }
 
 int runMd5(const Args &args) {
-    long length = -1;
-    if (args.empty() || (args.size() != 1 && args.size() != 3) ||
-        (args.size() == 3 && (args[1] != "--length" || !parseInt(args[2], length) || length < 0)))
-        return usageError("md5 FILE [--length N]");
-    std::unique_ptr<FILE, int (*)(FILE *)> f(std::fopen(args[0].c_str(), "rb"), std::fclose);
+    const Parsed parsed = parseOptions(args, {{"length", true}});
+    expectArgs(parsed.positional, 1, 1);
+    const std::string &path = parsed.positional[0];
+    long long length = parsed.has("length") ? number(parsed.value("length"), "--length", 0, UINT32_MAX) : -1;
+    std::unique_ptr<FILE, int (*)(FILE *)> f(std::fopen(readableFile(path).c_str(), "rb"), std::fclose);
     struct stat st {};
-    if (!f || fstat(fileno(f.get()), &st) != 0) {
-        std::perror(("quorixctl: " + args[0]).c_str());
-        return kExitFailed;
-    }
-    if (length < 0) length = static_cast<long>(st.st_size);
+    if (!f || fstat(fileno(f.get()), &st) != 0) throw EnvError(path + ": " + std::strerror(errno));
+    if (length < 0) length = static_cast<long long>(st.st_size);
     // The checksum reports nothing; a failed binding shows up here first.
     if (QuorixInitializeMd5library() != 0) {
         std::fprintf(stderr, "quorixctl: cannot bind MD5 from libcrypto\n");
-        return kExitFailed;
+        return kExitUnbound;
     }
     QuorixCloseMd5Library();
     unsigned char digest[16] = {};
     QuorixCalcMD5Checksum(f.get(), static_cast<unsigned>(length), digest);
     char text[33] = {};
     QuorixConvertHextoStr(digest, text, 16, sizeof text);
-    std::printf("%s  %s\n", text, args[0].c_str());
+    std::printf("%s  %s\n", text, path.c_str());
     return kExitOk;
 }
 
@@ -248,10 +219,17 @@ int runMd5(const Args &args) {
 std::vector<Command> syslogCommands() {
     return {
         {"syslog", "get", "", "show the remote syslog settings and destinations", runGet},
-        {"syslog", "set", "globals|dest N|test N [FLAGS]",
-         "send one set request; prints the bytes and the completion code", runSet},
+        {"syslog", "set",
+         "globals [--enabled on|off] [--tag W] [--level W] [--protocol W] | dest INDEX [--enabled on|off] "
+         "[--type W] [--host H] [--port N] | test INDEX",
+         "send one set request; prints the bytes and the completion code", runSet,
+         "INDEX is 0..3. Words: --tag HostName|SerialNumber|PartNumber, --level Info|Warning|Critical|Alert, "
+         "--protocol UDP|TCP|TLSOneWay|TLSTwoWay, --type None|Idl|Audit|Idl+Audit (any letter case, or the "
+         "word's index). Fields not given keep their stored values."},
         {"syslog", "init", "", "reload the settings from /conf/syslog.conf (start-up parse)", runInit},
-        {"validate", "", "KIND TEXT", "username, sender, email, ipv4, ipv6, domain or password check", runValidate},
+        {"validate", "", "KIND TEXT [--max N] [--mode user|smtp-user|smtp-host]",
+         "username, sender, email, ipv4, ipv6, domain or password check", runValidate,
+         "--max (default 16) and --mode (default user) belong to the username check."},
         {"md5", "", "FILE [--length N]", "MD5 of a file through the library's libcrypto binding", runMd5},
     };
 }

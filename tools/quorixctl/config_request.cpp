@@ -3,29 +3,11 @@
 
 #include <strings.h>
 
+#include <cctype>
 #include <cstdio>
 #include <cstring>
 
 namespace ctl::cfgreq {
-
-const char *completionCodeName(unsigned cc) {
-    switch (cc) {
-        case 0x00:
-            return "success";
-        case 0xC7:
-            return "request data length invalid";
-        case 0xC9:
-            return "parameter out of range";
-        case 0xCC:
-            return "invalid data field";
-        case 0xD5:
-            return "not allowed in the present state";
-        case 0xFF:
-            return "unspecified error (file not written)";
-        default:
-            return "unknown";
-    }
-}
 
 int send(const Sender &sender, const Bytes &request) {
     std::printf("request:");
@@ -36,56 +18,65 @@ int send(const Sender &sender, const Bytes &request) {
     return cc == 0 ? kExitOk : kExitFailed;
 }
 
-bool encode(const Flag &flag, const std::string &value, Bytes &data) {
-    long long n = 0;
+void encode(const Flag &flag, const std::string &value, Bytes &data) {
+    const std::string what = flag.name;
     switch (flag.kind) {
         case Kind::Text:
             data.insert(data.end(), value.begin(), value.end());
-            return true;
+            return;
         case Kind::OnOff:
-            if (value != "on" && value != "off") return false;
+            if (value != "on" && value != "off") throw UsageError(what + " '" + value + "' is not on or off");
             data.push_back(value == "on" ? 1 : 0);
-            return true;
-        case Kind::Word:
-            for (int i = 0; i < flag.wordCount; ++i)
+            return;
+        case Kind::Word: {
+            std::string list;
+            for (int i = 0; i < flag.wordCount; ++i) {
                 if (flag.words[i] != nullptr && strcasecmp(flag.words[i], value.c_str()) == 0) {
                     data.push_back(static_cast<std::uint8_t>(i));
-                    return true;
+                    return;
                 }
-            [[fallthrough]];
+                list += std::string(i ? ", " : "") + (flag.words[i] ? flag.words[i] : "?");
+            }
+            if (value.empty() || !std::isdigit(static_cast<unsigned char>(value[0])))
+                throw UsageError(what + " '" + value + "' is not one of " + list + " (or 0.." +
+                                 std::to_string(flag.wordCount - 1) + ")");
+            data.push_back(static_cast<std::uint8_t>(number(value, what, 0, flag.wordCount - 1)));
+            return;
+        }
         case Kind::Byte:
-            if (!parseInt(value, n) || n < 0 || n > 255) return false;
-            data.push_back(static_cast<std::uint8_t>(n));
-            return true;
-        case Kind::PortLe16:
-            if (!parseInt(value, n) || n < 0 || n > 0xFFFF) return false;
+            data.push_back(static_cast<std::uint8_t>(number(value, what, 0, 255)));
+            return;
+        case Kind::PortLe16: {
+            const long long n = number(value, what, 0, 0xFFFF);
             data.push_back(static_cast<std::uint8_t>(n));
             data.push_back(static_cast<std::uint8_t>(n >> 8));
-            return true;
-        case Kind::PortBe32:
-            // Sent as given (up to 32 bits) so the handler's range check is what answers.
-            if (!parseInt(value, n) || n < 0 || n > 0xFFFFFFFFLL) return false;
+            return;
+        }
+        case Kind::PortBe32: {
+            const long long n = number(value, what, 0, 0xFFFF);
             for (int shift : {24, 16, 8, 0}) data.push_back(static_cast<std::uint8_t>(n >> shift));
-            return true;
+            return;
+        }
     }
-    return false;
 }
 
 int runFlags(const Args &args, std::size_t first, const std::vector<Flag> &flags, const Bytes &prefix,
              const Sender &sender) {
+    std::vector<Option> options;
+    for (const Flag &f : flags) options.push_back({f.name + 2, true});
+    const Parsed parsed = parseOptions(Args(args.begin() + static_cast<long>(first), args.end()), options);
+    if (!parsed.positional.empty()) throw UsageError("unexpected argument '" + parsed.positional[0] + "'");
     std::vector<Bytes> requests;
-    for (std::size_t i = first; i < args.size(); i += 2) {
+    for (const auto &option : parsed.options) {
         const Flag *flag = nullptr;
         for (const Flag &f : flags)
-            if (args[i] == f.name) flag = &f;
-        if (flag == nullptr) return usageError("unknown flag " + args[i]);
-        if (i + 1 >= args.size()) return usageError(args[i] + " needs a value");
+            if (option.first == f.name + 2) flag = &f;
         Bytes request = prefix;
         request.push_back(flag->param);
-        if (!encode(*flag, args[i + 1], request)) return usageError("bad value for " + args[i] + ": " + args[i + 1]);
+        encode(*flag, option.second, request);
         requests.push_back(request);
     }
-    if (requests.empty()) return usageError("nothing to set");
+    if (requests.empty()) throw UsageError("nothing to set");
     if (!bind()) return kExitUnbound;
     int result = kExitOk;
     for (const Bytes &r : requests)
@@ -97,9 +88,19 @@ int runRaw(const Args &args, const Sender &sender) {
     Bytes bytes;
     std::string hex;
     for (const std::string &a : args) hex += a;
-    if (hex.empty() || !parseHexBytes(hex, bytes)) return usageError("raw HEXBYTES (e.g. 00 01 02 or 000102)");
+    if (hex.empty() || !parseHexBytes(hex, bytes)) throw UsageError("expects hex bytes, e.g. 00 01 02 or 000102");
     if (!bind()) return kExitUnbound;
     return send(sender, bytes);
+}
+
+bool secretsFlag(const Args &args) {
+    const Parsed parsed = parseOptions(args, {{"secrets", false}});
+    expectArgs(parsed.positional, 0, 0);
+    return parsed.has("secrets");
+}
+
+std::uint8_t entryIndex(const std::string &text) {
+    return static_cast<std::uint8_t>(number(text, "index", 0, 3));
 }
 
 std::string field(const unsigned char *bytes, std::size_t size) {

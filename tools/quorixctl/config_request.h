@@ -14,7 +14,6 @@ namespace ctl::cfgreq {
 using Bytes = std::vector<std::uint8_t>;
 using Sender = std::function<unsigned(const Bytes &)>;
 
-const char *completionCodeName(unsigned cc);
 // Prints the request and its completion code by name; kExitOk for 0.
 int send(const Sender &sender, const Bytes &request);
 
@@ -28,13 +27,17 @@ struct Flag {
     int wordCount;
 };
 
-// Appends the data bytes of value for flag; false with a usage message on a bad value.
-bool encode(const Flag &flag, const std::string &value, Bytes &data);
-// Runs "--flag value" pairs as one request each: prefix + param + data.
+// Appends the data bytes of value for flag; throws UsageError naming the valid values.
+void encode(const Flag &flag, const std::string &value, Bytes &data);
+// Runs the --flag value options (getopt_long, in the order given) as one request each: prefix + param + data.
 int runFlags(const Args &args, std::size_t first, const std::vector<Flag> &flags, const Bytes &prefix,
              const Sender &sender);
-// "raw HEX": the bytes as given.
+// "raw HEX": the bytes as given, unchecked, so that the handler's own checks answer.
 int runRaw(const Args &args, const Sender &sender);
+// Whether a show command was given --secrets (its only option).
+bool secretsFlag(const Args &args);
+// A destination or recipient index, 0..3.
+std::uint8_t entryIndex(const std::string &text);
 // Text of a record field up to its first zero byte.
 std::string field(const unsigned char *bytes, std::size_t size);
 // A secret as shown: masked unless reveal.

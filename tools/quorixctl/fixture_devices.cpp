@@ -60,15 +60,14 @@ void putText(std::size_t at, std::size_t length, json_object *obj, const char *k
 
 bool isArray(json_object *v, const char *what) {
     if (v != nullptr && json_object_get_type(v) == json_type_array) return true;
-    std::fprintf(stderr, "quorixctl: \"%s\" must be an array\n", what);
-    return false;
+    throw UsageError(std::string("\"") + what + "\" must be an array");
 }
 
 bool indexIn(json_object *rec, std::size_t position, int limit, const char *what, int &index) {
     index = intOr(rec, "index", static_cast<int>(position));
     if (index >= 0 && index < limit) return true;
-    std::fprintf(stderr, "quorixctl: %s index %d outside 0..%d\n", what, index, limit - 1);
-    return false;
+    throw UsageError(std::string(what) + " index " + std::to_string(index) + " is out of range (0.." +
+                     std::to_string(limit - 1) + ")");
 }
 
 bool loadPsus(json_object *psus, int &loaded) {
@@ -116,9 +115,8 @@ bool loadPsus(json_object *psus, int &loaded) {
         if (json_object *date = member(rec, "date")) {
             std::vector<std::uint8_t> bytes;
             if (!parseHexBytes(json_object_get_string(date), bytes) || bytes.size() > r::kDateLen) {
-                std::fprintf(stderr, "quorixctl: psu %d: \"date\" is up to 6 hex bytes\n", index);
-                ok = false;
-                break;
+                json_object_put(records);
+                throw UsageError("psu " + std::to_string(index) + ": \"date\" is up to 6 hex bytes");
             }
             block().copyIn(at + r::kDate, bytes.data(), bytes.size());
         }
@@ -140,8 +138,7 @@ bool loadCpus(json_object *cpus, int &loaded) {
     if (!isArray(present, "cpus.present")) return false;
     int n = static_cast<int>(json_object_array_length(present));
     if (n > b::kMaxCpus) {
-        std::fprintf(stderr, "quorixctl: at most %d CPUs\n", b::kMaxCpus);
-        return false;
+        throw UsageError("at most " + std::to_string(b::kMaxCpus) + " CPUs");
     }
     for (int i = 0; i < n; ++i)
         block().setU8(b::cpuPresentOffset(i), static_cast<unsigned char>(json_object_get_int(json_object_array_get_idx(present, i))));
@@ -161,8 +158,7 @@ bool sideOf(json_object *rec, bool &rear) {
     const char *side = json_object_get_string(member(rec, "side"));
     rear = side != nullptr && std::strcmp(side, "rear") == 0;
     if (side == nullptr || rear || std::strcmp(side, "front") == 0) return true;
-    std::fprintf(stderr, "quorixctl: side must be \"front\" or \"rear\", not \"%s\"\n", side);
-    return false;
+    throw UsageError(std::string("side must be \"front\" or \"rear\", not \"") + side + "\"");
 }
 
 bool loadBackplanes(json_object *list, int &loaded) {
@@ -237,14 +233,58 @@ bool loadFans(json_object *list, int &loaded) {
     return true;
 }
 
+using Keys = std::initializer_list<const char *>;
+
+// A misspelt key would silently leave a field zero: every key must be known.
+void knownKeys(json_object *obj, const std::string &where, Keys keys) {
+    if (obj == nullptr || json_object_get_type(obj) != json_type_object) return;
+    json_object_object_foreach(obj, key, value) {
+        (void)value;
+        bool known = false;
+        for (const char *k : keys) known = known || std::strcmp(k, key) == 0;
+        if (known) continue;
+        std::string list;
+        for (const char *k : keys) list += std::string(list.empty() ? "" : ", ") + k;
+        throw UsageError("unknown key \"" + std::string(key) + "\" in " + where + " (known: " + list + ")");
+    }
+}
+
+void knownKeysOfEach(json_object *list, const std::string &where, Keys keys) {
+    if (list == nullptr || json_object_get_type(list) != json_type_array) return;
+    for (std::size_t i = 0; i < json_object_array_length(list); ++i)
+        knownKeys(json_object_array_get_idx(list, i), where + "[" + std::to_string(i) + "]", keys);
+}
+
 }  // namespace
+
+void checkDeviceFixture(json_object *devices) {
+    if (json_object_get_type(devices) != json_type_object) throw UsageError("\"devices\" must be an object");
+    knownKeys(devices, "devices",
+              {"psus", "cpus", "me", "backplanes", "disks", "fans", "cpld", "memory_power", "restart_cause", "ocp_cards",
+               "scan_enable", "me_access"});
+    json_object *psus = member(devices, "psus");
+    knownKeys(psus, "devices.psus", {"count", "config_num", "normal_num", "redundant_num", "records"});
+    knownKeysOfEach(member(psus, "records"), "devices.psus.records",
+                    {"index", "present", "work_mode", "input_type", "pwr_good", "fan_status", "vout_status",
+                     "iout_status", "input_status", "temperature_status", "updating", "boot_mode", "type",
+                     "status_word", "ps_status", "ambient_temperature", "secondary_temperature",
+                     "primary_temperature", "input_power", "output_power", "input_volt", "output_volt",
+                     "input_current", "output_current", "output_power_max", "fan_speed", "manufacturer", "model",
+                     "serial", "fw_version", "part_num", "date"});
+    knownKeys(member(devices, "cpus"), "devices.cpus", {"present", "count"});
+    knownKeys(member(devices, "me"), "devices.me", {"major", "minor", "build"});
+    knownKeysOfEach(member(devices, "backplanes"), "devices.backplanes",
+                    {"side", "index", "in_use", "marker", "board", "present", "cpld_version", "slots"});
+    knownKeysOfEach(member(devices, "disks"), "devices.disks",
+                    {"side", "index", "present", "status", "nvme_temperature", "serial"});
+    knownKeysOfEach(member(devices, "fans"), "devices.fans",
+                    {"index", "present", "health", "front_rpm", "rear_rpm", "duty", "rotor_model", "max_rpm", "name"});
+    knownKeys(member(devices, "cpld"), "devices.cpld", {"board_id", "version", "fpga_board_id", "fpga_version"});
+}
 
 int loadDeviceFixture(json_object *devices, int &loaded) {
     loaded = 0;
-    if (json_object_get_type(devices) != json_type_object) {
-        std::fprintf(stderr, "quorixctl: \"devices\" must be an object\n");
-        return -1;
-    }
+    checkDeviceFixture(devices);
     json_object *v;
     if ((v = member(devices, "psus")) != nullptr && !loadPsus(v, loaded)) return -1;
     if ((v = member(devices, "cpus")) != nullptr && !loadCpus(v, loaded)) return -1;
