@@ -1,6 +1,6 @@
 // Text of "/conf/syslog.conf": exact lines, and every variant the writer can
 // produce accepted by the real rsyslogd.
-#include "config/syslog_file.h"
+#include "config/syslog/syslog_file.h"
 
 #include <cstdio>
 #include <cstdlib>

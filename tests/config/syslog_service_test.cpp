@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "config/syslog_file.h"
+#include "config/syslog/syslog_file.h"
 #include "quorix_test.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "config/syslog_layout.h"
+#include "config/syslog/syslog_layout.h"
 
 namespace qrx::config::syslog {
 

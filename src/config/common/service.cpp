@@ -1,5 +1,5 @@
 // Shared pieces of the SNMP trap, SNMP agent and SMTP services.
-#include "config/snmp_common.h"
+#include "config/common/service.h"
 
 #include <cstdarg>
 #include <cstdio>

@@ -6,13 +6,14 @@
 #include <cstdint>
 
 #include "core/completion_codes.h"
+#include "diag/log_names.h"
 
 namespace qrx::config::svc {
 
 using namespace qrx::cc;
 
-inline constexpr unsigned kLevelError = 2;
-inline constexpr const char *kModule = "IPMI";
+inline constexpr unsigned kLevelError = diag::kLogError;
+inline constexpr const char *kModule = diag::kModuleIpmi;
 
 // "[function line] message" on standard output.
 void traceLine(const char *function, int line, const char *format, ...) __attribute__((format(printf, 3, 4)));

@@ -1,5 +1,5 @@
 // Exported word tables and the word/index routines over them.
-#include "config/words.h"
+#include "config/common/words.h"
 
 #include <strings.h>
 

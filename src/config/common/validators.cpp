@@ -1,5 +1,5 @@
 // Operator-input validators.
-#include "config/validators.h"
+#include "config/common/validators.h"
 
 #include <arpa/inet.h>
 #include <regex.h>
@@ -10,7 +10,7 @@
 #include <cstring>
 #include <memory>
 
-#include "config/words.h"
+#include "config/common/words.h"
 #include "core/export.h"
 #include "quorix_common_interface.h"
 

@@ -3,8 +3,9 @@
 #include <cstring>
 
 #include "core/completion_codes.h"
-#include "config/password_rule_layout.h"
+#include "config/password_rule/password_rule_layout.h"
 #include "core/export.h"
+#include "diag/log_names.h"
 #include "quorix_common_interface.h"
 
 namespace {
@@ -111,7 +112,7 @@ QRX_EXPORT int QuorixSetUserPasswordRuleInterface(unsigned char *request, int le
     if (cc != kCcOk || !changed) return cc;
     int written = QuorixWriteMainBoardEEprom(pw::kEepromOffset, g_rule, static_cast<int>(pw::kRecordSize));
     if (written != static_cast<int>(pw::kRecordSize)) {
-        QuorixDebug(2, "QRXMONITOR", "Write UserPassWdRUle to EEPROM failed! retval=%d", written);
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "Write UserPassWdRUle to EEPROM failed! retval=%d", written);
         return kCcUnspecified;
     }
     return kCcOk;
@@ -123,7 +124,7 @@ QRX_EXPORT int QuorixGetUserPasswordRuleInterface(unsigned char *response) {
         unsigned char record[pw::kRecordSize];
         int got = QuorixReadMainBoardEEprom(pw::kEepromOffset, record, static_cast<int>(pw::kRecordSize));
         if (got != static_cast<int>(pw::kRecordSize)) {
-            QuorixDebug(2, "QRXMONITOR", "Read UserPassWdRUle to EEPROM failed! retval=%d", got);
+            QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "Read UserPassWdRUle to EEPROM failed! retval=%d", got);
             response[0] = kCcReadFailed;
             return 1;
         }

@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "config/json_file.h"
-#include "config/secret.h"
-#include "config/snmp_agent_layout.h"
-#include "config/snmp_common.h"
+#include "config/common/json_file.h"
+#include "config/common/secret.h"
+#include "config/snmp/snmp_agent_layout.h"
+#include "config/common/service.h"
 #include "core/export.h"
 #include "core/shared_block.h"
 #include "quorix_common_interface.h"

@@ -10,10 +10,12 @@
 #include <string>
 
 #include "core/completion_codes.h"
-#include "config/syslog_file.h"
-#include "config/syslog_layout.h"
-#include "config/validators.h"
+#include "config/syslog/syslog_file.h"
+#include "config/syslog/syslog_layout.h"
+#include "config/common/validators.h"
 #include "core/export.h"
+#include "diag/log_names.h"
+#include "core/request_reader.h"
 #include "core/shared_block.h"
 #include "quorix_common_interface.h"
 #include "quorix_platform.h"
@@ -32,22 +34,23 @@ constexpr const char *kStartCommand = "/etc/init.d/rsyslog start";
 
 using namespace qrx::cc;
 
-constexpr unsigned kLevelError = 2;
 constexpr int kWriteAttempts = 3;
 
 constexpr std::uint8_t kSelectGlobals = 0;
 constexpr std::uint8_t kSelectDestination = 1;
 constexpr std::uint8_t kSelectTest = 2;
-constexpr std::size_t kGlobalsRequestLength = 5;
-constexpr std::size_t kDestinationRequestLength = 55;
-constexpr std::size_t kTestRequestLength = 2;
-// Destination request: index, enable, type, 47 host bytes, port most significant byte first.
-constexpr std::size_t kReqDestIndex = 1;
-constexpr std::size_t kReqDestEnable = 2;
-constexpr std::size_t kReqDestType = 3;
-constexpr std::size_t kReqDestHost = 4;
-constexpr std::size_t kReqDestPort = kReqDestHost + kDestHostSize;
-static_assert(kReqDestPort + 4 == kDestinationRequestLength, "destination request is 55 bytes");
+// Selector, then: syslog, tag, level, protocol.
+constexpr LengthRule kGlobalsRequest = exactly(5);
+// Selector, then: index, enable, type, 47 host bytes, port most significant byte first.
+constexpr LengthRule kDestinationRequest = exactly(4 + kDestHostSize + 4);
+// Selector, then the destination index.
+constexpr LengthRule kTestRequest = exactly(2);
+constexpr std::uint8_t kTagMax = 2;
+constexpr std::uint8_t kLevelMax = 3;
+constexpr std::uint8_t kProtocolMax = 3;
+constexpr std::uint8_t kDestEnableMax = 1;
+constexpr std::uint8_t kDestTypeMax = 3;
+constexpr std::uint32_t kPortMax = 0xFFFF;
 
 constexpr int kFruDevice = 0;
 constexpr int kFruReadLength = 255;
@@ -66,24 +69,6 @@ struct FileCloser {
     void operator()(FILE *f) const { std::fclose(f); }
 };
 using File = std::unique_ptr<FILE, FileCloser>;
-
-// Bounds-aware reader of a request; reads past the end give 0 (the length
-// test runs before any field is used).
-class Cursor {
-public:
-    Cursor(const unsigned char *data, std::size_t length) : data_(data), length_(length) {}
-    std::size_t length() const { return length_; }
-    std::uint8_t u8(std::size_t off) const { return off < length_ ? data_[off] : 0; }
-    std::uint32_t u32be(std::size_t off) const {
-        return (static_cast<std::uint32_t>(u8(off)) << 24) | (static_cast<std::uint32_t>(u8(off + 1)) << 16) |
-               (static_cast<std::uint32_t>(u8(off + 2)) << 8) | u8(off + 3);
-    }
-    const unsigned char *at(std::size_t off) const { return data_ + off; }
-
-private:
-    const unsigned char *data_;
-    std::size_t length_;
-};
 
 ByteView destRecord(std::size_t i) {
     return sharedBlock().at(kDestOffset + i * kDestRecordSize);
@@ -207,14 +192,14 @@ unsigned writeConfigFile(const SyslogConfig &c) {
     if (c.testTarget > kDestCount && c.testTarget != kNoTestTarget) return kCcInvalidDataField;
     File f(std::fopen(kConfFile, "w"));
     if (!f) {
-        QuorixDebug(kLevelError, "QRXMONITOR", "Open syslog.conf failed .");
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "Open syslog.conf failed .");
         return kCcUnspecified;
     }
     const std::string text = configText(c);
     // An unknown transport leaves the file empty.
     if (!text.empty() && !writeWithRetries(f.get(), text)) {
         f.reset();
-        QuorixDebug(kLevelError, "QRXMONITOR", "%s", writeFailureMessage(c));
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "%s", writeFailureMessage(c));
         return kCcUnspecified;
     }
     f.reset();
@@ -229,11 +214,12 @@ unsigned writeConfig(const SyslogConfig &c) {
     return QuorixSyslogWriteToFile(record);
 }
 
-unsigned setGlobals(const Cursor &req) {
+unsigned setGlobals(RequestReader req) {
     g_lastTestTarget = kNoTestTarget;
-    if (req.length() != kGlobalsRequestLength) return kCcReqDataLenInvalid;
-    const std::uint8_t syslog = req.u8(1), tag = req.u8(2), level = req.u8(3), protocol = req.u8(4);
-    if ((syslog != kSyslogDisabled && syslog != kSyslogEnabled) || tag > 2 || level > 3 || protocol > 3)
+    if (!kGlobalsRequest.accepts(req.length())) return kCcReqDataLenInvalid;
+    const std::uint8_t syslog = req.u8(), tag = req.u8(), level = req.u8(), protocol = req.u8();
+    if ((syslog != kSyslogDisabled && syslog != kSyslogEnabled) || tag > kTagMax || level > kLevelMax ||
+        protocol > kProtocolMax)
         return kCcParamOutOfRange;
     SyslogConfig c = readBlockConfig();
     if (c.syslog == syslog && c.tag == tag && c.level == level && c.protocol == protocol) return kCcOk;
@@ -255,21 +241,23 @@ unsigned setGlobals(const Cursor &req) {
     return kCcOk;
 }
 
-unsigned setDestination(const Cursor &req) {
+unsigned setDestination(RequestReader req) {
     g_lastTestTarget = kNoTestTarget;
-    if (req.length() != kDestinationRequestLength) return kCcReqDataLenInvalid;
-    const std::uint8_t index = req.u8(kReqDestIndex);
+    if (!kDestinationRequest.accepts(req.length())) return kCcReqDataLenInvalid;
+    const std::uint8_t index = req.u8();
     Destination d;
-    d.enable = req.u8(kReqDestEnable);
-    d.type = req.u8(kReqDestType);
-    d.port = req.u32be(kReqDestPort);
-    if (index >= kDestCount || d.enable > 1 || d.type > 3 || d.port > 0xFFFF) return kCcParamOutOfRange;
-    if (!isPrintableField(req.at(kReqDestHost), kDestHostSize)) return kCcInvalidDataField;
+    d.enable = req.u8();
+    d.type = req.u8();
+    const RequestText hostBytes = req.text(kDestHostSize);
+    d.port = req.u32be();
+    if (index >= kDestCount || d.enable > kDestEnableMax || d.type > kDestTypeMax || d.port > kPortMax)
+        return kCcParamOutOfRange;
+    if (!isPrintableField(hostBytes.data, kDestHostSize)) return kCcInvalidDataField;
     char host[kDestHostSize + 1] = {};
-    std::memcpy(host, req.at(kReqDestHost), kDestHostSize);
+    std::memcpy(host, hostBytes.data, kDestHostSize);
     // An enabled destination with an empty host is accepted.
     if (host[0] != '\0' && !isValidHost(host)) {
-        QuorixDebug(kLevelError, "IPMI", "Invalid data format of Syslog destination!");
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleIpmi, "Invalid data format of Syslog destination!");
         return kCcInvalidDataField;
     }
     d.host.assign(host, strnlen(host, kHostTextMax));
@@ -282,9 +270,9 @@ unsigned setDestination(const Cursor &req) {
     return kCcOk;
 }
 
-unsigned sendTest(const Cursor &req) {
-    if (req.length() != kTestRequestLength) return kCcReqDataLenInvalid;
-    const std::uint8_t index = req.u8(1);
+unsigned sendTest(RequestReader req) {
+    if (!kTestRequest.accepts(req.length())) return kCcReqDataLenInvalid;
+    const std::uint8_t index = req.u8();
     if (index >= kDestCount) return kCcParamOutOfRange;
     SyslogConfig c = readBlockConfig();
     if (c.syslog == kSyslogDisabled || c.dest[index].enable != 1) return kCcNotAllowedNow;
@@ -313,8 +301,8 @@ extern "C" {
 QRX_EXPORT unsigned QuorixSetSyslogConfigInterface(const unsigned char *request, int length) {
     if (request == nullptr || length < 1) return sl::kCcReqDataLenInvalid;
     try {
-        const sl::Cursor req(request, static_cast<std::size_t>(length));
-        switch (req.u8(0)) {
+        qrx::RequestReader req(request, static_cast<std::size_t>(length));
+        switch (req.u8()) {
             case sl::kSelectGlobals:
                 return sl::setGlobals(req);
             case sl::kSelectDestination:
@@ -410,11 +398,11 @@ QRX_EXPORT int QuorixGetSyslogTag(char *dest, int size) {
 
 QRX_EXPORT int QuorixRestartSyslog(void) {
     if (safe_system(sl::kStopCommand) < 0) {
-        QuorixDebug(sl::kLevelError, "QRXMONITOR", "stop syslog failed.");
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "stop syslog failed.");
         return -1;
     }
     if (safe_system(sl::kStartCommand) < 0) {
-        QuorixDebug(sl::kLevelError, "QRXMONITOR", "start syslog failed.");
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "start syslog failed.");
         return -1;
     }
     return 0;

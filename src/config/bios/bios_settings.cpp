@@ -1,6 +1,6 @@
 // BIOS setting files: the future-settings merge, attribute lookup and the
 // verdict of the last apply.
-#include "config/bios_settings.h"
+#include "config/bios/bios_settings.h"
 
 #include <json-c/json.h>
 #include <sys/stat.h>
@@ -9,8 +9,9 @@
 #include <cstring>
 #include <memory>
 
-#include "config/json_file.h"
+#include "config/common/json_file.h"
 #include "core/export.h"
+#include "diag/log_names.h"
 #include "quorix_common_interface.h"
 
 namespace {
@@ -101,13 +102,13 @@ QRX_EXPORT int GetBiosSetupOption(const char *name) {
 QRX_EXPORT int QuorixGetAttributeValueFromJson(void) {
     JsonPtr future(json_object_from_file(bs::kFutureSettingsPath));
     if (!future) {
-        QuorixDebug(3, "QRXPWOFFPRO", "Reading bios_future_setting.json failed");
+        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "Reading bios_future_setting.json failed");
         return -1;
     }
     // The registry name is looked up as the Redfish service writes it; only the attributes decide.
     (void)member(future.get(), "AttributeRegistry");
     if (member(future.get(), "Attributes") == nullptr) {
-        QuorixDebug(3, "QRXPWOFFPRO", "Attributes is NULL");
+        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "Attributes is NULL");
         return -1;
     }
     return 0;
@@ -117,12 +118,12 @@ QRX_EXPORT int QuorixGetResultFromJson(void) {
     JsonPtr root(json_object_from_file(bs::kSettingResultPath));
     json_object *settingResult = member(root.get(), "SettingResult");
     if (settingResult == nullptr) {
-        QuorixDebug(3, "QRXPWOFFPRO", "SettingResult is NULL");
+        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "SettingResult is NULL");
         return -1;
     }
     json_object *result = member(settingResult, "Result");
     if (result == nullptr) {
-        QuorixDebug(3, "QRXPWOFFPRO", "Result is NULL");
+        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "Result is NULL");
         return -1;
     }
     // The verdict is read with a 64-byte bound, as the result file's writer sizes it.

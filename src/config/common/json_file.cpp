@@ -1,5 +1,5 @@
 // Lookup, parsing and atomic replacement of the JSON configuration files.
-#include "config/json_file.h"
+#include "config/common/json_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,7 +1,7 @@
 // Reversible protection of stored passwords. Cipher, key, base64 and the
 // feature switch belong to the platform; a build without the encryption
 // feature stores passwords in plain, so every call then succeeds untouched.
-#include "config/secret.h"
+#include "config/common/secret.h"
 
 #include <cstdio>
 #include <cstring>

@@ -1,6 +1,6 @@
 // Text of "/conf/syslog.conf". Its first five lines are comments that carry
 // the configuration itself; start-up reads them back.
-#include "config/syslog_file.h"
+#include "config/syslog/syslog_file.h"
 
 #include <cstdarg>
 #include <cstdio>
