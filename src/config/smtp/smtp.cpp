@@ -2,7 +2,7 @@
 // recipients, the in-memory readers and "/conf/SmtpCfg.json".
 #include <cstring>
 
-#include "config/common/json_file.h"
+#include "config/common/json_record.h"
 #include "config/common/secret.h"
 #include "config/smtp/smtp_layout.h"
 #include "config/common/service.h"
@@ -13,12 +13,10 @@
 namespace qrx::config::smtp {
 
 using namespace qrx::config::svc;
+using json::Kind;
 
 namespace {
 
-constexpr int kParseTries = 4;
-constexpr int kLookupTries = 4;
-constexpr int kDestLookupTries = 3;
 constexpr std::size_t kWholeRecordData = 2;  // record offset k is request byte k + 2
 constexpr std::size_t kWholeRecordRequest = kRecordSize + kWholeRecordData;
 constexpr std::size_t kRcptWholeRequest = 86;
@@ -40,6 +38,38 @@ struct FlagParam {
 constexpr FlagParam kFlags[] = {
     {0, kEnabled, 1},   {4, kStartTls, 1},      {5, kSslTls, 1},    {6, kAuth, 1},
     {11, kHostName, 1}, {12, kSerialNumber, 1}, {13, kAssetTag, 1}, {14, kEventLevel, kEventLevelMax}};
+
+constexpr json::Field kFields[] = {
+    {"SmtpEnable", kEnabled, 1, Kind::U8, 0, true},
+    {"ServerAddr", kServer, kServerSize, Kind::Text, kServerSize - 1, true},
+    {"SmtpPort", kPort, 2, Kind::U16, 0, true},
+    {"SmtpSecurePort", kSecurePort, 2, Kind::U16, 0, true},
+    {"EnableSTARTTLS", kStartTls, 1, Kind::U8, 0, true},
+    {"EnableSSLTLS", kSslTls, 1, Kind::U8, 0, true},
+    {"SMTPAUTH", kAuth, 1, Kind::U8, 0, true},
+    {"UserName", kUserName, kUserNameSize, Kind::Text, kUserNameSize - 1, true},
+    {"PassWord", kPassword, kPasswordSize, Kind::Text, kPasswordSize - 1, true},
+    // The sender is loaded with 16 characters only, shorter than its field; kept so on purpose.
+    {"SenderAddr", kSender, kSenderSize, Kind::Text, 16, true},
+    {"Subject", kSubject, kSubjectSize, Kind::Text, kSubjectSize - 1, true},
+    {"HostName", kHostName, 1, Kind::U8, 0, true},
+    {"SerialNumber", kSerialNumber, 1, Kind::U8, 0, true},
+    {"AssetTag", kAssetTag, 1, Kind::U8, 0, true},
+    {"EventLevel", kEventLevel, 1, Kind::U8, 0, true},
+};
+
+constexpr json::Field kRcptFields[] = {
+    {"Enabled", kRcptEnabled, 1, Kind::U8, 0, true},
+    {"EmailAddress", kRcptAddress, kRcptAddressSize, Kind::Text, kRcptAddressSize - 1, true},
+    {"Description", kRcptDescription, kRcptDescriptionSize, Kind::Text, kRcptDescriptionSize - 1, true},
+};
+
+constexpr json::LoaderText kLoader = {kFileName,
+                                      kConfPath,
+                                      "The Smtp configure file %s not exist.",
+                                      "Get the total Smtp configure struct from Json failed.",
+                                      "SmtpCfg",
+                                      "Get the SmtpCfg struct from Json failed."};
 
 int save();
 
@@ -251,39 +281,18 @@ unsigned setInterface(const unsigned char *req, std::size_t n) {
 }
 
 int save() {
-    const unsigned char *rec = record().data();
-    const unsigned char *rcpt = sharedBlock().data() == nullptr ? nullptr : recipient(0).data();
-    if (sharedBlock().data() == nullptr || rec == nullptr || rcpt == nullptr) {
+    if (sharedBlock().data() == nullptr) {
         QuorixDebug(kLevelError, kModule, "Set Smtp configure to Json failed.");
         return -1;
     }
-    ByteView r(const_cast<unsigned char *>(rec));
     json::Ptr root(json_object_new_object());
     json_object *cfg = json_object_new_object();
-    json_object_object_add(cfg, "SmtpEnable", json_object_new_int(r.u8(kEnabled)));
-    json_object_object_add(cfg, "ServerAddr", json::fieldString(rec + kServer, kServerSize));
-    json_object_object_add(cfg, "SmtpPort", json_object_new_int(r.u16(kPort)));
-    json_object_object_add(cfg, "SmtpSecurePort", json_object_new_int(r.u16(kSecurePort)));
-    json_object_object_add(cfg, "EnableSTARTTLS", json_object_new_int(r.u8(kStartTls)));
-    json_object_object_add(cfg, "EnableSSLTLS", json_object_new_int(r.u8(kSslTls)));
-    json_object_object_add(cfg, "SMTPAUTH", json_object_new_int(r.u8(kAuth)));
-    json_object_object_add(cfg, "UserName", json::fieldString(rec + kUserName, kUserNameSize));
-    json_object_object_add(cfg, "PassWord", json::fieldString(rec + kPassword, kPasswordSize));
-    json_object_object_add(cfg, "SenderAddr", json::fieldString(rec + kSender, kSenderSize));
-    json_object_object_add(cfg, "Subject", json::fieldString(rec + kSubject, kSubjectSize));
-    json_object_object_add(cfg, "HostName", json_object_new_int(r.u8(kHostName)));
-    json_object_object_add(cfg, "SerialNumber", json_object_new_int(r.u8(kSerialNumber)));
-    json_object_object_add(cfg, "AssetTag", json_object_new_int(r.u8(kAssetTag)));
-    json_object_object_add(cfg, "EventLevel", json_object_new_int(r.u8(kEventLevel)));
+    json::saveFields(cfg, record().data(), kFields);
     json_object_object_add(root.get(), "SmtpCfg", cfg);
     json_object *list = json_object_new_array();
     for (std::size_t i = 0; i < kRcptCount; ++i) {
-        ByteView e = recipient(i);
         json_object *item = json_object_new_object();
-        json_object_object_add(item, "Enabled", json_object_new_int(e.u8(kRcptEnabled)));
-        json_object_object_add(item, "EmailAddress", json::fieldString(e.data() + kRcptAddress, kRcptAddressSize));
-        json_object_object_add(item, "Description",
-                               json::fieldString(e.data() + kRcptDescription, kRcptDescriptionSize));
+        json::saveFields(item, recipient(i).data(), kRcptFields);
         json_object_array_add(list, item);
     }
     json_object_object_add(root.get(), "SmtpDestCfg", list);
@@ -295,58 +304,22 @@ int save() {
 }
 
 int load() {
-    const std::string path = json::sourceFor(kFileName);
-    if (path.empty()) {
-        QuorixDebug(kLevelError, kModule, "The Smtp configure file %s not exist.", kConfPath);
-        return -1;
-    }
-    json::Ptr root = json::parseFile(path, kParseTries);
-    if (!root) {
-        QuorixDebug(kLevelError, kModule, "Get the total Smtp configure struct from Json failed.");
-        return -1;
-    }
-    json_object *cfg = json::member(root.get(), "SmtpCfg", kLookupTries);
-    if (cfg == nullptr || !json_object_is_type(cfg, json_type_object)) {
-        QuorixDebug(kLevelError, kModule, "Get the SmtpCfg struct from Json failed.");
-        return -1;
-    }
-    unsigned char buf[kRecordSize] = {};
-    ByteView rec(buf);
-    const struct {
-        const char *key;
-        std::size_t offset;
-    } bytes[] = {{"SmtpEnable", kEnabled}, {"EnableSTARTTLS", kStartTls}, {"EnableSSLTLS", kSslTls},
-                 {"SMTPAUTH", kAuth},      {"HostName", kHostName},       {"SerialNumber", kSerialNumber},
-                 {"AssetTag", kAssetTag},  {"EventLevel", kEventLevel}};
-    for (const auto &b : bytes) rec.setU8(b.offset, static_cast<std::uint8_t>(json::intMember(cfg, b.key)));
-    rec.setU16(kPort, static_cast<std::uint16_t>(json::intMember(cfg, "SmtpPort")));
-    rec.setU16(kSecurePort, static_cast<std::uint16_t>(json::intMember(cfg, "SmtpSecurePort")));
-    json::copyStringMember(cfg, "ServerAddr", buf + kServer, 46);
-    json::copyStringMember(cfg, "UserName", buf + kUserName, 65);
-    json::copyStringMember(cfg, "PassWord", buf + kPassword, 60);
-    // The sender is taken with 16 characters only, shorter than its field; kept so on purpose.
-    json::copyStringMember(cfg, "SenderAddr", buf + kSender, 16);
-    json::copyStringMember(cfg, "Subject", buf + kSubject, 16);
-    record().copyIn(0, buf, kRecordSize);
+    json::Ptr root;
+    json_object *cfg = json::openSection(kLoader, root);
+    if (cfg == nullptr) return -1;
+    unsigned char rec[kRecordSize] = {};
+    json::loadFields(cfg, rec, kFields);
+    record().copyIn(0, rec, kRecordSize);
 
-    json_object *list = json::member(root.get(), "SmtpDestCfg", kDestLookupTries);
-    if (list == nullptr || !json_object_is_type(list, json_type_array)) {
-        QuorixDebug(kLevelError, kModule, "Get the SmtpDestCfg struct from Json failed.");
-        return -1;
-    }
-    const std::size_t count = json_object_array_length(list);
-    if (count > kRcptCount) {
-        QuorixDebug(kLevelError, kModule, "Get the SmtpDestCfg length from Json error.");
-        return -1;
-    }
+    json_object *list = json::listSection(root.get(), "SmtpDestCfg", kRcptCount,
+                                          "Get the SmtpDestCfg struct from Json failed.",
+                                          "Get the SmtpDestCfg length from Json error.");
+    if (list == nullptr) return -1;
     unsigned char block[kRecipientsSize] = {};
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < json_object_array_length(list); ++i) {
         json_object *item = json_object_array_get_idx(list, i);
         if (item == nullptr || !json_object_is_type(item, json_type_object)) continue;
-        unsigned char *e = block + i * kRcptEntrySize;
-        e[kRcptEnabled] = static_cast<unsigned char>(json::intMember(item, "Enabled"));
-        json::copyStringMember(item, "EmailAddress", e + kRcptAddress, 64);
-        json::copyStringMember(item, "Description", e + kRcptDescription, 16);
+        json::loadFields(item, block + i * kRcptEntrySize, kRcptFields);
     }
     sharedBlock().copyIn(kRecipientsOffset, block, kRecipientsSize);
     return 0;
@@ -389,28 +362,16 @@ QRX_EXPORT int QuorixGetSmtpDstCfgFromMem(unsigned char *buffer) {
 }
 
 QRX_EXPORT unsigned QuorixSetBMCSmtpCfgInterface(const unsigned char *request, int length) {
-    try {
-        if (length < 0) return qrx::config::svc::kCcReqDataLenInvalid;
-        return sm::setInterface(request, static_cast<std::size_t>(length));
-    } catch (...) {
-        return qrx::config::svc::kCcUnspecified;
-    }
+    if (length < 0) return qrx::config::svc::kCcReqDataLenInvalid;
+    return sm::setInterface(request, static_cast<std::size_t>(length));
 }
 
 QRX_EXPORT int QuorixGetSmtpTotalConfFromJson(void) {
-    try {
-        return sm::load();
-    } catch (...) {
-        return -1;
-    }
+    return sm::load();
 }
 
 QRX_EXPORT int QuorixSetSmtpTotalConfToJson(void) {
-    try {
-        return sm::save();
-    } catch (...) {
-        return -1;
-    }
+    return sm::save();
 }
 
 }  // extern "C"

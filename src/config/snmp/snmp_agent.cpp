@@ -2,8 +2,9 @@
 // JSON file "/conf/SnmpAgentCfg.json" and the agent restart.
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
-#include "config/common/json_file.h"
+#include "config/common/json_record.h"
 #include "config/common/secret.h"
 #include "config/snmp/snmp_agent_layout.h"
 #include "config/common/service.h"
@@ -15,11 +16,10 @@
 namespace qrx::config::snmpagent {
 
 using namespace qrx::config::svc;
+using json::Kind;
 
 namespace {
 
-constexpr int kParseTries = 4;
-constexpr int kLookupTries = 4;
 constexpr std::size_t kTextMax = 16;
 constexpr std::size_t kPassMax = 20;
 constexpr std::size_t kWholeRequest = kRecordSize + 1;  // record offset k is request byte k + 1
@@ -122,6 +122,28 @@ unsigned setWhole(const unsigned char *req, std::size_t n) {
     return kCcOk;
 }
 
+constexpr json::Field kFields[] = {
+    {"SnmpV1Enable", kV1Enable, 1, Kind::U8, 0, true},
+    {"SnmpV2Enable", kV2Enable, 1, Kind::U8, 0, true},
+    {"ReadOnlyCommunity", kReadOnlyCommunity, kCommunitySize, Kind::Text, kTextMax, true},
+    {"ReadWriteCommunity", kReadWriteCommunity, kCommunitySize, Kind::Text, kTextMax, true},
+    {"SnmpV3Enable", kV3Enable, 1, Kind::U8, 0, true},
+    {"AUTHProtocol", kAuthProtocol, 1, Kind::U8, 0, true},
+    {"PrivProtocol", kPrivProtocol, 1, Kind::U8, 0, true},
+    {"AUTHUserName", kUserName, kUserNameSize, Kind::Text, kTextMax, true},
+    {"AUTHPwd", kAuthPassword, kPassSize, Kind::Text, kTextMax, true},
+    {"PRIVPwd", kPrivPassword, kPassSize, Kind::Text, kTextMax, true},
+    // Read by the loader but never written; kept so on purpose.
+    {"SnmpV1V2SetEnable", kV1V2SetEnable, 1, Kind::U8, 0, false},
+};
+
+constexpr json::LoaderText kLoader = {kFileName,
+                                      kDefaultPath,
+                                      "The Snmp configure file %s not exist.",
+                                      "Get the total Snmp configure struct from Json failed.",
+                                      "SnmpCfg",
+                                      "Get the SnmpCfg struct from Json failed."};
+
 int save(const unsigned char *rec, const char *path) {
     if (rec == nullptr || path == nullptr) {
         QuorixDebug(kLevelError, kModule, "Set Snmp configure to Json failed.");
@@ -129,17 +151,7 @@ int save(const unsigned char *rec, const char *path) {
     }
     json::Ptr root(json_object_new_object());
     json_object *cfg = json_object_new_object();
-    json_object_object_add(cfg, "SnmpV1Enable", json_object_new_int(rec[kV1Enable]));
-    json_object_object_add(cfg, "SnmpV2Enable", json_object_new_int(rec[kV2Enable]));
-    json_object_object_add(cfg, "ReadOnlyCommunity", json::fieldString(rec + kReadOnlyCommunity, kCommunitySize));
-    json_object_object_add(cfg, "ReadWriteCommunity", json::fieldString(rec + kReadWriteCommunity, kCommunitySize));
-    json_object_object_add(cfg, "SnmpV3Enable", json_object_new_int(rec[kV3Enable]));
-    json_object_object_add(cfg, "AUTHProtocol", json_object_new_int(rec[kAuthProtocol]));
-    json_object_object_add(cfg, "PrivProtocol", json_object_new_int(rec[kPrivProtocol]));
-    json_object_object_add(cfg, "AUTHUserName", json::fieldString(rec + kUserName, kUserNameSize));
-    json_object_object_add(cfg, "AUTHPwd", json::fieldString(rec + kAuthPassword, kPassSize));
-    json_object_object_add(cfg, "PRIVPwd", json::fieldString(rec + kPrivPassword, kPassSize));
-    // "SnmpV1V2SetEnable" is read by the loader but not written; kept so on purpose.
+    json::saveFields(cfg, rec, kFields);
     json_object_object_add(root.get(), "SnmpCfg", cfg);
     if (!json::writeAtomically(root.get(), path)) {
         QuorixDebug(kLevelError, kModule, "Set Snmp configure to Json failed.");
@@ -149,37 +161,11 @@ int save(const unsigned char *rec, const char *path) {
 }
 
 int load() {
-    const std::string path = json::sourceFor(kFileName);
-    if (path.empty()) {
-        QuorixDebug(kLevelError, kModule, "The Snmp configure file %s not exist.", kDefaultPath);
-        return -1;
-    }
-    json::Ptr root = json::parseFile(path, kParseTries);
-    if (!root) {
-        QuorixDebug(kLevelError, kModule, "Get the total Snmp configure struct from Json failed.");
-        return -1;
-    }
-    json_object *cfg = json::member(root.get(), "SnmpCfg", kLookupTries);
-    if (cfg == nullptr || !json_object_is_type(cfg, json_type_object)) {
-        QuorixDebug(kLevelError, kModule, "Get the SnmpCfg struct from Json failed.");
-        return -1;
-    }
+    json::Ptr root;
+    json_object *cfg = json::openSection(kLoader, root);
+    if (cfg == nullptr) return -1;
     unsigned char rec[kRecordSize] = {};
-    const struct {
-        const char *key;
-        std::size_t offset;
-    } bytes[] = {{"SnmpV1Enable", kV1Enable}, {"SnmpV2Enable", kV2Enable},     {"SnmpV1V2SetEnable", kV1V2SetEnable},
-                 {"SnmpV3Enable", kV3Enable}, {"AUTHProtocol", kAuthProtocol}, {"PrivProtocol", kPrivProtocol}};
-    for (const auto &b : bytes) rec[b.offset] = static_cast<unsigned char>(json::intMember(cfg, b.key));
-    const struct {
-        const char *key;
-        std::size_t offset;
-    } texts[] = {{"ReadOnlyCommunity", kReadOnlyCommunity},
-                 {"ReadWriteCommunity", kReadWriteCommunity},
-                 {"AUTHUserName", kUserName},
-                 {"AUTHPwd", kAuthPassword},
-                 {"PRIVPwd", kPrivPassword}};
-    for (const auto &t : texts) json::copyStringMember(cfg, t.key, rec + t.offset, kTextMax);
+    json::loadFields(cfg, rec, kFields);
     record().copyIn(0, rec, kRecordSize);
     return 0;
 }
@@ -276,28 +262,16 @@ QRX_EXPORT int QuorixGetSnmpCfgFromMem(unsigned char *buffer) {
 QRX_EXPORT unsigned QuorixSetBMCSnmpCfgInterface(const unsigned char *request, int length, void *unused,
                                                  unsigned char save_flag) {
     (void)unused;
-    try {
-        if (length < 0) return qrx::config::svc::kCcReqDataLenInvalid;
-        return sa::setInterface(request, static_cast<std::size_t>(length), save_flag);
-    } catch (...) {
-        return qrx::config::svc::kCcUnspecified;
-    }
+    if (length < 0) return qrx::config::svc::kCcReqDataLenInvalid;
+    return sa::setInterface(request, static_cast<std::size_t>(length), save_flag);
 }
 
 QRX_EXPORT int QuorixGetSnmpAgentTotalConfFromJson(void) {
-    try {
-        return sa::load();
-    } catch (...) {
-        return -1;
-    }
+    return sa::load();
 }
 
 QRX_EXPORT int QuorixSetSnmpAgentTotalConfToJson(const unsigned char *record, const char *path) {
-    try {
-        return sa::save(record, path);
-    } catch (...) {
-        return -1;
-    }
+    return sa::save(record, path);
 }
 
 }  // extern "C"

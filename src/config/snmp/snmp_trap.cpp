@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "config/common/json_file.h"
 #include "config/common/secret.h"
 #include "config/common/service.h"
+#include "config/snmp/snmp_trap_json.h"
 #include "config/snmp/snmp_trap_layout.h"
 #include "core/export.h"
 #include "core/shared_block.h"
@@ -28,9 +28,6 @@ constexpr std::size_t kPassMin = 8;
 constexpr std::size_t kPassMax = 16;
 constexpr std::size_t kEngineDigitsMin = 10;
 constexpr std::size_t kEngineDigitsMax = 48;
-constexpr int kParseTries = 4;
-constexpr int kLookupTries = 4;
-constexpr int kDestLookupTries = 3;
 
 // Destination requests.
 constexpr std::size_t kDestTextMax = 46;
@@ -46,8 +43,6 @@ constexpr std::uint32_t kPortMax = 0xFFFF;
 constexpr const char *kSetFn = "SetSNMPTrapCfg";
 constexpr const char *kAllFn = "ValidateSNMPTrapCfgAll";
 constexpr const char *kEngineFn = "ValidateSNMPTrapCfgEngineID";
-
-const char kDefaultCommunity[] = "vantol";
 
 #define SAY(fn, ...) traceLine(fn, __LINE__, __VA_ARGS__)
 
@@ -476,96 +471,6 @@ unsigned setDestination(const unsigned char *req, std::size_t n, std::uint8_t &c
     }
 }
 
-int saveJson(const unsigned char *rec, const unsigned char *dest, const char *path) {
-    if (rec == nullptr || dest == nullptr || path == nullptr) {
-        QuorixDebug(kLevelError, kModule, "Set SnmpTrap configure to Json failed.");
-        return -1;
-    }
-    json::Ptr root(json_object_new_object());
-    json_object *cfg = json_object_new_object();
-    json_object_object_add(root.get(), "Version", json_object_new_string("1.00"));
-    json_object_object_add(cfg, "TrapVersion", json_object_new_int(rec[kVersion]));
-    json_object_object_add(cfg, "EventLevelLimit", json_object_new_int(rec[kEventLevel]));
-    json_object_object_add(cfg, "Community", json::fieldString(rec + kCommunity, kCommunitySize));
-    json_object_object_add(cfg, "HostID", json::fieldString(rec + kHostId, kHostIdSize));
-    json_object_object_add(cfg, "UserName", json::fieldString(rec + kUserName, kUserNameSize));
-    json_object_object_add(cfg, "AUTHProtocol", json::fieldString(rec + kAuthProtocol, kAuthProtocolSize));
-    json_object_object_add(cfg, "AUTHPwd", json::fieldString(rec + kAuthPassword, kPassSize));
-    json_object_object_add(cfg, "PrivProtocol", json::fieldString(rec + kPrivProtocol, kPrivProtocolSize));
-    json_object_object_add(cfg, "PRIVPwd", json::fieldString(rec + kPrivPassword, kPassSize));
-    json_object_object_add(cfg, "EngineID", json::fieldString(rec + kEngineId, kEngineIdSize));
-    json_object_object_add(cfg, "DeviceType", json_object_new_int(rec[kDeviceType]));
-    json_object_object_add(root.get(), "SnmpTrapCfg", cfg);
-    json_object *list = json_object_new_array();
-    for (std::size_t i = 0; i < kDestCount; ++i) {
-        ByteView entry(const_cast<unsigned char *>(dest) + i * kDestEntrySize);
-        json_object *item = json_object_new_object();
-        json_object_object_add(item, "Enabled", json_object_new_int(entry.u8(kDestEnabled)));
-        json_object_object_add(item, "Destination", json::fieldString(entry.data() + kDestAddress, kDestAddressSize));
-        json_object_object_add(item, "port", json_object_new_int64(entry.u32(kDestPort)));
-        json_object_array_add(list, item);
-    }
-    json_object_object_add(root.get(), "SnmpTrapDestCfg", list);
-    if (!json::writeAtomically(root.get(), path)) {
-        QuorixDebug(kLevelError, kModule, "Set SnmpTrap configure to Json failed.");
-        return -1;
-    }
-    return 0;
-}
-
-int loadJson() {
-    const std::string path = json::sourceFor(kFileName);
-    if (path.empty()) {
-        QuorixDebug(kLevelError, kModule, "The SnmpTrap configure file %s not exist.", kConfPath);
-        return -1;
-    }
-    json::Ptr root = json::parseFile(path, kParseTries);
-    if (!root) {
-        QuorixDebug(kLevelError, kModule, "Get the total SnmpTrap configure struct from Json failed.");
-        return -1;
-    }
-    json_object *cfg = json::member(root.get(), "SnmpTrapCfg", kLookupTries);
-    if (cfg == nullptr || !json_object_is_type(cfg, json_type_object)) {
-        QuorixDebug(kLevelError, kModule, "Get the SnmpTrapCfg struct from Json failed.");
-        return -1;
-    }
-    unsigned char rec[kRecordSize] = {};
-    rec[kVersion] = static_cast<unsigned char>(json::intMember(cfg, "TrapVersion"));
-    rec[kEventLevel] = static_cast<unsigned char>(json::intMember(cfg, "EventLevelLimit"));
-    rec[kDeviceType] = static_cast<unsigned char>(json::intMember(cfg, "DeviceType"));
-    const struct {
-        const char *key;
-        std::size_t offset;
-    } strings[] = {{"Community", kCommunity},       {"HostID", kHostId},        {"UserName", kUserName},
-                   {"AUTHProtocol", kAuthProtocol}, {"AUTHPwd", kAuthPassword}, {"PrivProtocol", kPrivProtocol},
-                   {"PRIVPwd", kPrivPassword},      {"EngineID", kEngineId}};
-    // Every text, engine ID included, is taken with 16 characters at most; kept so on purpose.
-    for (const auto &s : strings) json::copyStringMember(cfg, s.key, rec + s.offset, kTextMax);
-    record().copyIn(0, rec, kRecordSize);
-
-    json_object *list = json::member(root.get(), "SnmpTrapDestCfg", kDestLookupTries);
-    if (list == nullptr || !json_object_is_type(list, json_type_array)) {
-        QuorixDebug(kLevelError, kModule, "Get the SnmpTrapDestCfg struct from Json failed.");
-        return -1;
-    }
-    const std::size_t count = json_object_array_length(list);
-    if (count > kDestCount) {
-        QuorixDebug(kLevelError, kModule, "Get the SnmpTrapDestCfg length from Json error.");
-        return -1;
-    }
-    unsigned char dest[kDestBlockSize] = {};
-    for (std::size_t i = 0; i < count; ++i) {
-        json_object *item = json_object_array_get_idx(list, i);
-        if (item == nullptr || !json_object_is_type(item, json_type_object)) continue;
-        ByteView entry(dest + i * kDestEntrySize);
-        entry.setU8(kDestEnabled, static_cast<std::uint8_t>(json::intMember(item, "Enabled")));
-        entry.setU32(kDestPort, static_cast<std::uint32_t>(json::intMember(item, "port")));
-        json::copyStringMember(item, "Destination", entry.data() + kDestAddress, kDestTextMax);
-    }
-    sharedBlock().copyIn(kDestBlockOffset, dest, kDestBlockSize);
-    return 0;
-}
-
 unsigned setInterface(const unsigned char *req, std::size_t n) {
     if (req == nullptr || n == 0) return kCcReqDataLenInvalid;
     std::uint8_t changed = 0;
@@ -618,22 +523,14 @@ QRX_EXPORT int QuorixGetBMCSnmpTrapCfgInterface(int selector, unsigned char *res
 }
 
 QRX_EXPORT unsigned QuorixSetBMCSnmpTrapCfgInterface(const unsigned char *request, int length) {
-    try {
-        if (length < 0) return qrx::config::svc::kCcReqDataLenInvalid;
-        return st::setInterface(request, static_cast<std::size_t>(length));
-    } catch (...) {
-        return qrx::config::svc::kCcUnspecified;
-    }
+    if (length < 0) return qrx::config::svc::kCcReqDataLenInvalid;
+    return st::setInterface(request, static_cast<std::size_t>(length));
 }
 
 QRX_EXPORT unsigned SetSNMPTrapCfg(const unsigned char *request, int length, unsigned char *changed) {
-    try {
-        if (request == nullptr || changed == nullptr) return qrx::config::svc::kCcUnspecified;
-        if (length <= 2) return qrx::config::svc::kCcReqDataLenInvalid;
-        return st::setParameter(request, static_cast<std::size_t>(length), *changed);
-    } catch (...) {
-        return qrx::config::svc::kCcUnspecified;
-    }
+    if (request == nullptr || changed == nullptr) return qrx::config::svc::kCcUnspecified;
+    if (length <= 2) return qrx::config::svc::kCcReqDataLenInvalid;
+    return st::setParameter(request, static_cast<std::size_t>(length), *changed);
 }
 
 QRX_EXPORT unsigned ValidateSNMPTrapCfgAll(unsigned char *record) {
@@ -651,55 +548,9 @@ QRX_EXPORT int ClearSNMPTrapCfgUnsupportedParams(unsigned char *buffer, int size
     return 0;
 }
 
-QRX_EXPORT int QuorixGetSnmpTotalConfFromJson(void) {
-    try {
-        return st::loadJson();
-    } catch (...) {
-        return -1;
-    }
-}
-
-QRX_EXPORT int QuorixSetSnmpTotalConfToJson(const unsigned char *record, const unsigned char *destinations,
-                                            const char *path) {
-    try {
-        return st::saveJson(record, destinations, path);
-    } catch (...) {
-        return -1;
-    }
-}
-
 QRX_EXPORT int QuorixGetSnmpTrapDstCfg(unsigned char *buffer) {
     if (buffer == nullptr) return -1;
     qrx::sharedBlock().copyOut(st::kDestBlockOffset, buffer, st::kDestBlockSize);
-    return 0;
-}
-
-QRX_EXPORT int QuorixGetSnmpTrapCfgFromMem(unsigned char *buffer) {
-    if (buffer == nullptr) return -1;
-    using namespace st;
-    qrx::ByteView rec = qrx::sharedBlock().at(kRecordOffset);
-    rec.copyOut(0, buffer, kRecordSize);
-    // The stored bytes are copied as they stand (never used as a format), bounded like the field:
-    // the copy stops at the first zero byte or one short of the field and is terminated there.
-    // The record is already in the buffer, so cipher bytes behind an embedded zero stay intact.
-    auto copyBounded = [&](std::size_t offset, std::size_t size) {
-        std::size_t len = strnlen(reinterpret_cast<const char *>(rec.data() + offset), size - 1);
-        buffer[offset + len] = 0;
-    };
-    auto decrypt = [&](std::size_t offset, std::size_t size) {
-        qrx::config::unprotectInPlace(buffer + offset, static_cast<int>(size));
-        buffer[offset + size - 1] = 0;
-    };
-    if (rec.u8(kVersion) == 3) {
-        copyBounded(kAuthPassword, kPassSize);
-        decrypt(kAuthPassword, kPassSize);
-        copyBounded(kPrivPassword, kPassSize);
-        decrypt(kPrivPassword, kPassSize);
-    } else {
-        copyBounded(kCommunity, kCommunitySize);
-        if (std::memcmp(buffer + kCommunity, kDefaultCommunity, sizeof kDefaultCommunity) != 0)
-            decrypt(kCommunity, kCommunitySize);
-    }
     return 0;
 }
 
