@@ -21,6 +21,8 @@ constexpr std::size_t kWholeRecordData = 2;  // record offset k is request byte 
 constexpr std::size_t kWholeRecordRequest = kRecordSize + kWholeRecordData;
 constexpr std::size_t kRcptWholeRequest = 86;
 constexpr std::uint8_t kEventLevelMax = 2;
+constexpr std::size_t kPasswordMax = kPasswordSize - 1;
+constexpr SecretRule kPasswordRule = {kPasswordSize, kPasswordSize, true, false};
 
 ByteView record() {
     return sharedBlock().at(kRecordOffset);
@@ -135,14 +137,8 @@ unsigned setRecordParam(const unsigned char *req, std::size_t n) {
             if (n > 62) return kCcReqDataLenInvalid;
             const std::size_t copy = n == 62 ? 60 : n - 2;
             if (!strictText(data, copy)) return kCcParamOutOfRange;
-            unsigned char clear[kPasswordSize] = {};
-            rec.copyOut(kPassword, clear, copy);
-            unprotectInPlace(clear, static_cast<int>(kPasswordSize));
-            if (std::memcmp(clear, data, copy) == 0) return kCcOk;
-            rec.fill(kPassword, 0, kPasswordSize);
-            rec.copyIn(kPassword, data, copy);
-            protectStoredText(rec.data() + kPassword, static_cast<int>(kPasswordSize));
-            rec.setU8(kPassword + kPasswordSize - 1, 0);
+            if (sameSecret(rec.data() + kPassword, kPasswordRule, copy, data, copy)) return kCcOk;
+            storeSecret(rec.data() + kPassword, kPasswordRule, data, copy);
             return saved();
         }
         case 9: {
@@ -187,16 +183,11 @@ unsigned setRecordParam(const unsigned char *req, std::size_t n) {
         if (QuorixIsValidUserName(user.text, 66, 1) != 0) return kCcInvalidDataField;
         rec.fill(kUserName, 0, kUserNameSize);
         rec.copyIn(kUserName, user.text, strnlen(user.text, 65));
-        unsigned char clear[kPasswordSize] = {};
-        rec.copyOut(kPassword, clear, kPasswordSize);
-        unprotectInPlace(clear, static_cast<int>(kPasswordSize));
         unsigned char wanted[kPasswordSize] = {};
-        std::memcpy(wanted, r + kPassword, strnlen(reinterpret_cast<const char *>(r + kPassword), 60));
-        if (std::memcmp(clear, wanted, kPasswordSize) != 0) {
-            rec.copyIn(kPassword, wanted, kPasswordSize);
-            protectStoredText(rec.data() + kPassword, static_cast<int>(kPasswordSize));
-            rec.setU8(kPassword + kPasswordSize - 1, 0);
-        }
+        const std::size_t length = strnlen(reinterpret_cast<const char *>(r + kPassword), kPasswordMax);
+        std::memcpy(wanted, r + kPassword, length);
+        if (!sameSecret(rec.data() + kPassword, kPasswordRule, kPasswordSize, wanted, kPasswordSize))
+            storeSecret(rec.data() + kPassword, kPasswordRule, wanted, length);
     }
     Text sender(r + kSender, 64);
     if (QuorixIsValidSenderAddress(sender.text) != 0) return kCcInvalidDataField;

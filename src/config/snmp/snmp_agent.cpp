@@ -48,34 +48,18 @@ struct Text {
     Text(const unsigned char *data, std::size_t n) { std::memcpy(bytes, data, n < kPassMax ? n : kPassMax); }
 };
 
-// Stores a community; false when it is unchanged.
-bool storeCommunity(std::size_t offset, const unsigned char *text, std::size_t copy) {
-    ByteView rec = record();
-    unsigned char work[kCommunitySize] = {};
-    Text wanted(text, copy);
-    rec.copyOut(offset, work, kCommunitySize);
-    unprotectInPlace(work, static_cast<int>(kTextMax));
-    if (std::memcmp(work, wanted.bytes, kTextMax) == 0) return false;
-    std::memset(work, 0, sizeof work);
-    std::memcpy(work, wanted.bytes, copy < kTextMax ? copy : kTextMax);
-    protectStoredText(work, static_cast<int>(kTextMax));
-    rec.fill(offset, 0, kCommunitySize);
-    // The stored form ends at its first zero byte, as the agent reads it.
-    rec.copyIn(offset, work, strnlen(reinterpret_cast<const char *>(work), kTextMax));
-    rec.setU8(offset + kCommunitySize - 1, 0);
-    return true;
-}
+constexpr SecretRule kCommunityRule = {kCommunitySize, kTextMax, true, false};
+// A community set alone is stored up to the first zero byte of its protected form, as the agent reads it.
+constexpr SecretRule kCommunityParamRule = {kCommunitySize, kTextMax, true, true};
+constexpr SecretRule kPassRule = {kPassSize, kPassSize, false, false};
 
-bool storePassPhrase(std::size_t offset, const unsigned char *text, std::size_t copy) {
-    ByteView rec = record();
-    unsigned char work[kPassSize] = {};
+// Stores a protected field when its clear form differs over compared bytes; false when unchanged.
+bool storeSecretField(std::size_t offset, const SecretRule &rule, std::size_t compared, const unsigned char *text,
+                      std::size_t copy) {
+    unsigned char *field = record().data() + offset;
     Text wanted(text, copy);
-    rec.copyOut(offset, work, kPassSize);
-    unprotectInPlace(work, static_cast<int>(kPassSize));
-    if (std::memcmp(work, wanted.bytes, kPassMax) == 0) return false;
-    rec.fill(offset, 0, kPassSize);
-    rec.copyIn(offset, wanted.bytes, copy < kPassMax ? copy : kPassMax);
-    protectStoredText(rec.data() + offset, static_cast<int>(kPassSize));
+    if (sameSecret(field, rule, rule.size, wanted.bytes, compared)) return false;
+    storeSecret(field, rule, wanted.bytes, copy < compared ? copy : compared);
     return true;
 }
 
@@ -98,10 +82,7 @@ unsigned setWhole(const unsigned char *req, std::size_t n) {
     ByteView rec = record();
     if (v12) {
         for (std::size_t off : {kReadOnlyCommunity, kReadWriteCommunity}) {
-            rec.fill(off, 0, kCommunitySize);
-            rec.copyIn(off, r + off, strnlen(reinterpret_cast<const char *>(r + off), kTextMax));
-            protectStoredText(rec.data() + off, static_cast<int>(kTextMax));
-            rec.setU8(off + kCommunitySize - 1, 0);
+            storeSecret(rec.data() + off, kCommunityRule, r + off, strnlen(reinterpret_cast<const char *>(r + off), kTextMax));
         }
     }
     if (v3) {
@@ -110,9 +91,7 @@ unsigned setWhole(const unsigned char *req, std::size_t n) {
         rec.fill(kUserName, 0, kUserNameSize);
         rec.copyIn(kUserName, r + kUserName, strnlen(reinterpret_cast<const char *>(r + kUserName), kTextMax));
         for (std::size_t off : {kAuthPassword, kPrivPassword}) {
-            rec.fill(off, 0, kPassSize);
-            rec.copyIn(off, r + off, strnlen(reinterpret_cast<const char *>(r + off), kPassMax));
-            protectStoredText(rec.data() + off, static_cast<int>(kPassSize));
+            storeSecret(rec.data() + off, kPassRule, r + off, strnlen(reinterpret_cast<const char *>(r + off), kPassMax));
         }
     }
     // The set-over-v1/v2c byte (request byte 37) is never taken from a whole record.
@@ -209,7 +188,8 @@ unsigned setInterface(const unsigned char *req, std::size_t n, std::uint8_t save
                         changed = true;
                     }
                 } else {
-                    changed = storeCommunity(param == 2 ? kReadOnlyCommunity : kReadWriteCommunity, data, copy);
+                    changed = storeSecretField(param == 2 ? kReadOnlyCommunity : kReadWriteCommunity, kCommunityParamRule,
+                                               kTextMax, data, copy);
                 }
                 break;
             }
@@ -218,7 +198,7 @@ unsigned setInterface(const unsigned char *req, std::size_t n, std::uint8_t save
                 if (n > kPassMax + 1) return kCcReqDataLenInvalid;
                 const std::size_t copy = n == kPassMax + 1 ? kPassMax : n - 1;
                 if (!strictText(data, n - 1)) return kCcParamOutOfRange;
-                changed = storePassPhrase(param == 9 ? kAuthPassword : kPrivPassword, data, copy);
+                changed = storeSecretField(param == 9 ? kAuthPassword : kPrivPassword, kPassRule, kPassMax, data, copy);
                 break;
             }
             case kParamWhole: {

@@ -87,18 +87,16 @@ void storePlain(std::size_t offset, std::size_t size, const Text &t, std::uint8_
     changed = 1;
 }
 
+constexpr SecretRule kCommunityRule = {kCommunitySize, kCommunitySize, true, false};
+constexpr SecretRule kPassRule = {kPassSize, kPassSize, true, false};
+
 // Stores a protected text field (community or pass phrase) when its clear
-// form differs. cleared: bytes of the stored form taken for the comparison.
-void storeSecret(std::size_t offset, std::size_t size, std::size_t compared, const Text &t, std::uint8_t &changed) {
+// form, taken from the first `taken` stored bytes, differs.
+void storeSecretField(std::size_t offset, const SecretRule &rule, std::size_t taken, const Text &t,
+                      std::uint8_t &changed) {
     unsigned char *field = record().data() + offset;
-    unsigned char clear[kPassSize + 1] = {};
-    std::memcpy(clear, field, compared);
-    unprotectInPlace(clear, static_cast<int>(size));
-    if (!differs(t.bytes, clear, t.length + 1)) return;
-    std::memset(field, 0, size);
-    std::memcpy(field, t.bytes, t.length < size ? t.length : size - 1);
-    protectStoredText(field, static_cast<int>(size));
-    field[size - 1] = 0;
+    if (sameSecret(field, rule, taken, t.bytes, t.length + 1)) return;
+    storeSecret(field, rule, t.bytes, t.length < rule.size ? t.length : rule.size - 1);
     changed = 1;
 }
 
@@ -181,7 +179,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
                 SAY(kSetFn, "Invalid community:%s\n", t.str());
                 return kCcParamOutOfRange;
             }
-            storeSecret(kCommunity, kCommunitySize, kTextMax, t, changed);
+            storeSecretField(kCommunity, kCommunityRule, kTextMax, t, changed);
             return kCcOk;
         }
         case 3: {
@@ -245,7 +243,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
                 SAY(kSetFn, auth ? "Invalid authpassword length!\n" : "Invalid privpassword length!\n");
                 return kCcReqDataLenInvalid;
             }
-            storeSecret(auth ? kAuthPassword : kPrivPassword, kPassSize, kPassSize - 1, t, changed);
+            storeSecretField(auth ? kAuthPassword : kPrivPassword, kPassRule, kPassSize - 1, t, changed);
             return kCcOk;
         }
         case 9: {
@@ -376,14 +374,11 @@ unsigned validateAll(unsigned char *req) {
         rec.fill(kAuthProtocol, 0, kAuthProtocolSize);
         rec.copyIn(kAuthProtocol, req + kAuthProtocol, kTextMax);
         std::uint8_t ignored = 0;
-        storeSecret(kAuthPassword, kPassSize, kPassSize, Text(req + kAuthPassword, authLen), ignored);
+        storeSecretField(kAuthPassword, kPassRule, kPassSize, Text(req + kAuthPassword, authLen), ignored);
         rec.fill(kPrivProtocol, 0, kPrivProtocolSize);
         rec.copyIn(kPrivProtocol, req + kPrivProtocol, kTextMax);
         // Always rewritten: the stored form is compared still protected, and the result is the same.
-        rec.fill(kPrivPassword, 0, kPassSize);
-        rec.copyIn(kPrivPassword, req + kPrivPassword, privLen);
-        protectStoredText(rec.data() + kPrivPassword, static_cast<int>(kPassSize));
-        rec.setU8(kPrivPassword + kPassSize - 1, 0);
+        storeSecret(rec.data() + kPrivPassword, kPassRule, req + kPrivPassword, privLen);
     } else {
         Field community(req, kCommunity, kCommunitySize - 1);
         if (ValidateSNMPTrapCfgInput(req + kCommunity, kTextMax) != 0) {
@@ -397,7 +392,8 @@ unsigned validateAll(unsigned char *req) {
         rec.fill(kPrivPassword, 0, kPassSize);
         rec.fill(kEngineId, 0, kEngineIdSize);
         std::uint8_t ignored = 0;
-        storeSecret(kCommunity, kCommunitySize, kTextMax, Text(req + kCommunity, std::strlen(community.text)), ignored);
+        storeSecretField(kCommunity, kCommunityRule, kTextMax, Text(req + kCommunity, std::strlen(community.text)),
+                         ignored);
     }
     rec.setU8(kVersion, req[kVersion]);
     rec.setU8(kEventLevel, req[kEventLevel]);
