@@ -5,7 +5,7 @@
 
 #include "config/common/secret.h"
 #include "config/common/service.h"
-#include "config/snmp/snmp_trap_json.h"
+#include "config/snmp/snmp_trap.h"
 #include "config/snmp/snmp_trap_layout.h"
 #include "core/export.h"
 #include "core/shared_block.h"
@@ -29,17 +29,6 @@ constexpr std::size_t kPassMax = 16;
 constexpr std::size_t kEngineDigitsMin = 10;
 constexpr std::size_t kEngineDigitsMax = 48;
 
-// Destination requests.
-constexpr std::size_t kDestTextMax = 46;
-constexpr std::size_t kDestTextRequestMax = 49;
-constexpr std::size_t kDestEnabledRequest = 4;
-constexpr std::size_t kDestPortRequest = 7;
-constexpr std::size_t kDestWholeRequest = 55;
-constexpr std::size_t kWholeEnabled = 3;
-constexpr std::size_t kWholeAddress = 4;
-constexpr std::size_t kWholePort = 51;
-constexpr std::uint32_t kPortMax = 0xFFFF;
-
 constexpr const char *kSetFn = "SetSNMPTrapCfg";
 constexpr const char *kAllFn = "ValidateSNMPTrapCfgAll";
 constexpr const char *kEngineFn = "ValidateSNMPTrapCfgEngineID";
@@ -48,14 +37,6 @@ constexpr const char *kEngineFn = "ValidateSNMPTrapCfgEngineID";
 
 ByteView record() {
     return sharedBlock().at(kRecordOffset);
-}
-ByteView destination(std::size_t index) {
-    return sharedBlock().at(kDestBlockOffset + index * kDestEntrySize);
-}
-
-std::uint32_t bigEndian32(const unsigned char *p) {
-    return (static_cast<std::uint32_t>(p[0]) << 24) | (static_cast<std::uint32_t>(p[1]) << 16) |
-           (static_cast<std::uint32_t>(p[2]) << 8) | p[3];
 }
 
 bool differs(const unsigned char *a, const unsigned char *b, std::size_t n) {
@@ -403,70 +384,6 @@ unsigned validateAll(unsigned char *req) {
     return kCcOk;
 }
 
-unsigned setDestination(const unsigned char *req, std::size_t n, std::uint8_t &changed) {
-    if (n <= 3) return kCcReqDataLenInvalid;
-    const std::size_t index = req[1];
-    if (index >= kDestCount) return kCcParamOutOfRange;
-    ByteView entry = destination(index);
-    switch (req[2]) {
-        case 0:
-            if (n != kDestEnabledRequest) return kCcReqDataLenInvalid;
-            if (req[3] > 1) return kCcParamOutOfRange;
-            if (req[3] != entry.u8(kDestEnabled)) {
-                entry.setU8(kDestEnabled, req[3]);
-                changed = 1;
-            }
-            return kCcOk;
-        case 1: {
-            if (n > kDestTextRequestMax) return kCcReqDataLenInvalid;
-            const std::size_t length = n == kDestTextRequestMax ? kDestTextMax : n - 3;
-            if (ValidateSNMPTrapCfgInput(req + 3, static_cast<int>(length)) != 0) return kCcParamOutOfRange;
-            if (!acceptableAddress(req + 3, length)) {
-                QuorixDebug(kLevelError, kModule, "Invalid data format of SNMPTrap destination!");
-                return kCcInvalidDataField;
-            }
-            unsigned char wanted[kDestAddressSize] = {};
-            std::memcpy(wanted, req + 3, length);
-            if (differs(wanted, entry.data() + kDestAddress, length)) {
-                entry.fill(kDestAddress, 0, kDestAddressSize);
-                entry.copyIn(kDestAddress, wanted, length);
-                changed = 1;
-            }
-            return kCcOk;
-        }
-        case 2: {
-            if (n != kDestPortRequest) return kCcReqDataLenInvalid;
-            const std::uint32_t port = bigEndian32(req + 3);
-            if (port > kPortMax) return kCcParamOutOfRange;
-            if (port != entry.u32(kDestPort)) {
-                entry.setU32(kDestPort, port);
-                changed = 1;
-            }
-            return kCcOk;
-        }
-        case 255: {
-            if (n != kDestWholeRequest) return kCcReqDataLenInvalid;
-            const std::uint8_t enabled = req[kWholeEnabled];
-            const std::uint32_t port = bigEndian32(req + kWholePort);
-            if (enabled > 1 || port > kPortMax) return kCcParamOutOfRange;
-            if (ValidateSNMPTrapCfgInput(req + kWholeAddress, static_cast<int>(kDestTextMax)) != 0)
-                return kCcParamOutOfRange;
-            if ((enabled == 1 || req[kWholeAddress] != 0) && !acceptableAddress(req + kWholeAddress, kDestTextMax)) {
-                QuorixDebug(kLevelError, kModule, "Invalid data format of SNMPTrap destination!");
-                return kCcInvalidDataField;
-            }
-            entry.setU8(kDestEnabled, enabled);
-            entry.copyIn(kDestAddress, req + kWholeAddress, kDestTextMax);
-            entry.setU8(kDestAddress + kDestTextMax, 0);
-            entry.setU32(kDestPort, port);
-            changed = 1;
-            return kCcOk;
-        }
-        default:
-            return kCcParamOutOfRange;
-    }
-}
-
 unsigned setInterface(const unsigned char *req, std::size_t n) {
     if (req == nullptr || n == 0) return kCcReqDataLenInvalid;
     std::uint8_t changed = 0;
@@ -541,12 +458,6 @@ QRX_EXPORT unsigned ValidateSNMPTrapCfgEngineID(const unsigned char *text, int l
 
 QRX_EXPORT int ClearSNMPTrapCfgUnsupportedParams(unsigned char *buffer, int size) {
     if (buffer != nullptr && size > 0) std::memset(buffer, 0, static_cast<std::size_t>(size));
-    return 0;
-}
-
-QRX_EXPORT int QuorixGetSnmpTrapDstCfg(unsigned char *buffer) {
-    if (buffer == nullptr) return -1;
-    qrx::sharedBlock().copyOut(st::kDestBlockOffset, buffer, st::kDestBlockSize);
     return 0;
 }
 

@@ -1,5 +1,5 @@
 // SNMP trap settings as "/conf/SnmpTrapCfg.json", and the in-memory readers.
-#include "config/snmp/snmp_trap_json.h"
+#include "config/snmp/snmp_trap.h"
 
 #include <cstring>
 
