@@ -4,6 +4,8 @@
 // answer plainly with bool for the configuration services built on them.
 #pragma once
 
+#include <cstddef>
+
 namespace qrx::config {
 
 bool isValidIpv4(const char *text);
@@ -12,7 +14,14 @@ bool isValidDomain(const char *name);
 // A destination host: an IPv6 address, an IPv4 address or a domain name, tried in that order.
 bool isValidHost(const char *host);
 bool isValidEmail(const char *address);
-// Every byte is 0 (padding) or printable ASCII without space (33..126).
-bool isPrintableField(const unsigned char *bytes, unsigned length);
+// The character rule of fixed text fields: every byte is 0 (padding, which
+// does not end the check) or within [low, 126]. False for null.
+inline constexpr unsigned char kFirstPrintable = 33;
+inline constexpr unsigned char kLastPrintable = 126;
+bool charsIn(const unsigned char *bytes, std::size_t length, unsigned char low);
+// Printable ASCII without space (33..126), or 0.
+bool isPrintableField(const unsigned char *bytes, std::size_t length);
+// Printable ASCII with space (32..126), or 0: subjects and descriptions.
+bool isBlankTolerantField(const unsigned char *bytes, std::size_t length);
 
 }  // namespace qrx::config

@@ -156,7 +156,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
             if (v3) return kCcNotAllowedNow;
             if (n > kStringRequestMax) return kCcReqDataLenInvalid;
             Text t(data, copy);
-            if (ValidateSNMPTrapCfgInput(data, static_cast<int>(n - 2)) != 0) {
+            if (!strictText(data, n - 2)) {
                 SAY(kSetFn, "Invalid community:%s\n", t.str());
                 return kCcParamOutOfRange;
             }
@@ -166,7 +166,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
         case 3: {
             if (n > kStringRequestMax) return kCcReqDataLenInvalid;
             Text t(data, copy);
-            if (ValidateSNMPTrapCfgInput(data, static_cast<int>(n - 2)) != 0) {
+            if (!strictText(data, n - 2)) {
                 SAY(kSetFn, "Invalid HostID!\n");
                 return kCcInvalidDataField;
             }
@@ -181,7 +181,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
             if (!v3) return kCcNotAllowedNow;
             if (n > kStringRequestMax) return kCcReqDataLenInvalid;
             Text t(data, copy);
-            if (ValidateSNMPTrapCfgInput(data, static_cast<int>(n - 2)) != 0) {
+            if (!strictText(data, n - 2)) {
                 SAY(kSetFn, "Invalid username:%s\n", t.str());
                 return kCcParamOutOfRange;
             }
@@ -194,7 +194,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
             if (!v3) return kCcNotAllowedNow;
             if (n > kStringRequestMax) return kCcReqDataLenInvalid;
             Text t(data, copy);
-            if (ValidateSNMPTrapCfgInput(data, static_cast<int>(n - 2)) != 0) {
+            if (!strictText(data, n - 2)) {
                 SAY(kSetFn, auth ? "Invalid authprotocol!\n" : "Invalid privprotocol!\n");
                 return auth ? kCcParamOutOfRange : kCcInvalidDataField;
             }
@@ -215,7 +215,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
             if (!v3) return kCcNotAllowedNow;
             if (n > kStringRequestMax) return kCcReqDataLenInvalid;
             Text t(data, copy);
-            if (ValidateSNMPTrapCfgInput(data, static_cast<int>(n - 2)) != 0) {
+            if (!strictText(data, n - 2)) {
                 SAY(kSetFn, auth ? "Invalid authpassword!\n" : "Invalid privpassword!\n");
                 return kCcParamOutOfRange;
             }
@@ -300,23 +300,23 @@ unsigned validateAll(unsigned char *req) {
     }
     if (req[kVersion] == kVersionV3) {
         Field user(req, kUserName, kTextMax), authp(req, kAuthProtocol, kTextMax), privp(req, kPrivProtocol, kTextMax);
-        if (ValidateSNMPTrapCfgInput(req + kUserName, kTextMax) != 0) {
+        if (!strictText(req + kUserName, kTextMax)) {
             SAY(kAllFn, "Invalid UserName:%s\n", user.text);
             return kCcInvalidDataField;
         }
-        if (ValidateSNMPTrapCfgInput(req + kAuthProtocol, kTextMax) != 0) {
+        if (!strictText(req + kAuthProtocol, kTextMax)) {
             SAY(kAllFn, "Invalid authprotocol:%s\n", authp.text);
             return kCcInvalidDataField;
         }
-        if (!isNone(req + kAuthProtocol) && ValidateSNMPTrapCfgInput(req + kAuthPassword, kTextMax) != 0) {
+        if (!isNone(req + kAuthProtocol) && !strictText(req + kAuthPassword, kTextMax)) {
             SAY(kAllFn, "Invalid authpassword!\n");
             return kCcInvalidDataField;
         }
-        if (ValidateSNMPTrapCfgInput(req + kPrivProtocol, kTextMax) != 0) {
+        if (!strictText(req + kPrivProtocol, kTextMax)) {
             SAY(kAllFn, "Invalid privprotocol!\n");
             return kCcInvalidDataField;
         }
-        if (!isNone(req + kPrivProtocol) && ValidateSNMPTrapCfgInput(req + kPrivPassword, kTextMax) != 0) {
+        if (!isNone(req + kPrivProtocol) && !strictText(req + kPrivPassword, kTextMax)) {
             SAY(kAllFn, "Invalid privpassword!\n");
             return kCcInvalidDataField;
         }
@@ -362,7 +362,7 @@ unsigned validateAll(unsigned char *req) {
         storeSecret(rec.data() + kPrivPassword, kPassRule, req + kPrivPassword, privLen);
     } else {
         Field community(req, kCommunity, kCommunitySize - 1);
-        if (ValidateSNMPTrapCfgInput(req + kCommunity, kTextMax) != 0) {
+        if (!strictText(req + kCommunity, kTextMax)) {
             SAY(kAllFn, "Invalid community:%s\n", community.text);
             return kCcParamOutOfRange;
         }

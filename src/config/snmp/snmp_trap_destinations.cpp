@@ -36,7 +36,7 @@ constexpr std::uint32_t kPortMax = 0xFFFF;
 constexpr const char *kBadAddress = "Invalid data format of SNMPTrap destination!";
 
 bool validText(const unsigned char *text, std::size_t length) {
-    return ValidateSNMPTrapCfgInput(text, static_cast<int>(length)) == 0;
+    return strictText(text, length);
 }
 
 }  // namespace
