@@ -4,9 +4,11 @@
 
 #include "config/common/json_record.h"
 #include "config/common/secret.h"
-#include "config/smtp/smtp_layout.h"
 #include "config/common/service.h"
+#include "config/common/validators.h"
+#include "config/smtp/smtp_layout.h"
 #include "core/export.h"
+#include "core/request_reader.h"
 #include "core/shared_block.h"
 #include "quorix_common_interface.h"
 
@@ -17,9 +19,6 @@ using json::Kind;
 
 namespace {
 
-constexpr std::size_t kWholeRecordData = 2;  // record offset k is request byte k + 2
-constexpr std::size_t kWholeRecordRequest = kRecordSize + kWholeRecordData;
-constexpr std::size_t kRcptWholeRequest = 86;
 constexpr std::uint8_t kEventLevelMax = 2;
 constexpr std::size_t kPasswordMax = kPasswordSize - 1;
 constexpr SecretRule kPasswordRule = {kPasswordSize, kPasswordSize, true, false};
@@ -89,182 +88,210 @@ unsigned storeText(ByteView base, std::size_t offset, std::size_t size, const un
 
 // Terminated copy of request text for the validators.
 struct Text {
-    char text[128] = {};
+    char text[kUserNameSize + 1] = {};
     Text(const unsigned char *data, std::size_t n) { std::memcpy(text, data, n < sizeof text ? n : sizeof text - 1); }
 };
 
-unsigned setRecordParam(const unsigned char *req, std::size_t n) {
-    ByteView rec = record();
-    const std::uint8_t param = req[1];
-    const unsigned char *data = req + 2;
-    for (const FlagParam &f : kFlags) {
-        if (f.param != param) continue;
-        if (n != 3) return kCcReqDataLenInvalid;
-        if (data[0] > f.max) return kCcParamOutOfRange;
-        if (rec.u8(f.offset) == data[0]) return kCcOk;
-        rec.setU8(f.offset, data[0]);
+bool serverAddress(const unsigned char *data, std::size_t length) {
+    if (acceptableAddress(data, length)) return true;
+    QuorixDebug(kLevelError, kModule, "Invalid data format of SMTP Server Address!");
+    return false;
+}
+bool userName(const unsigned char *data, std::size_t length) {
+    return QuorixIsValidUserName(Text(data, length).text, static_cast<unsigned>(length & 0xFF), 1) == 0;
+}
+bool senderAddress(const unsigned char *data, std::size_t length) {
+    return QuorixIsValidSenderAddress(Text(data, length).text) == 0;
+}
+bool mailAddress(const unsigned char *data, std::size_t length) {
+    return isValidEmail(Text(data, length).text);
+}
+
+// A text parameter: its field, the longest text a request gives, the
+// character rule (kCcParamOutOfRange when refused) and the validator
+// (kCcInvalidDataField when refused; none when null). Checked in that order.
+struct TextParam {
+    std::uint8_t param;
+    std::size_t offset;
+    std::size_t size;
+    std::size_t longest;
+    bool (*chars)(const unsigned char *, std::size_t);
+    bool (*valid)(const unsigned char *, std::size_t);
+    bool secret;  // compared in clear and stored protected
+};
+constexpr std::uint8_t kParamWhole = 255;
+// The server's request may carry one byte more than its text; the extra byte is not stored.
+constexpr TextParam kRecordTexts[] = {
+    {1, kServer, kServerSize, kServerSize, strictText, serverAddress, false},
+    {7, kUserName, kUserNameSize, kUserNameSize - 1, strictText, userName, false},
+    {8, kPassword, kPasswordSize, kPasswordMax, strictText, nullptr, true},
+    {9, kSender, kSenderSize, kSenderSize - 1, strictText, senderAddress, false},
+    {10, kSubject, kSubjectSize, kSubjectSize - 1, blankTolerantText, nullptr, false},
+};
+constexpr TextParam kRcptTexts[] = {
+    {1, kRcptAddress, kRcptAddressSize, kRcptAddressSize - 1, strictText, mailAddress, false},
+    {2, kRcptDescription, kRcptDescriptionSize, kRcptDescriptionSize - 1, blankTolerantText, nullptr, false},
+};
+constexpr std::uint8_t kParamPort = 2;
+constexpr std::uint8_t kParamSecurePort = 3;
+constexpr std::uint8_t kRcptParamEnabled = 0;
+
+// Group 0: group and parameter, then the data; group 1: group, index and field.
+constexpr std::size_t kRecordHeader = 2;
+constexpr std::size_t kRcptHeader = 3;
+constexpr LengthRule kRecordRequest = atLeast(kRecordHeader + 1);
+constexpr LengthRule kRcptRequest = atLeast(kRcptHeader + 1);
+constexpr LengthRule kTestRequest = atLeast(2);
+constexpr LengthRule kByteData = exactly(1);
+constexpr LengthRule kPortData = exactly(2);
+// The whole record's length is not checked by the command set; a short
+// request is refused here instead of reading past its end.
+constexpr LengthRule kWholeRecordData = atLeast(kRecordSize);
+constexpr LengthRule kWholeRcptData = exactly(kRcptEntrySize);
+constexpr std::uint8_t kTestMailBase = 4;  // test codes 4..7 are the recipients
+
+template <std::size_t N>
+const TextParam *findText(const TextParam (&table)[N], std::uint8_t param) {
+    for (const TextParam &t : table)
+        if (t.param == param) return &t;
+    return nullptr;
+}
+
+// One text parameter: length, characters, validator, then the store.
+unsigned setText(const TextParam &p, ByteView base, RequestReader &req) {
+    if (!atMost(p.longest).accepts(req.remaining())) return kCcReqDataLenInvalid;
+    const RequestText t = req.text(p.size - 1);
+    if (!p.chars(t.data, t.length)) return kCcParamOutOfRange;
+    if (p.valid != nullptr && !p.valid(t.data, t.length)) return kCcInvalidDataField;
+    if (p.secret) {
+        if (sameSecret(base.data() + p.offset, kPasswordRule, t.length, t.data, t.length)) return kCcOk;
+        storeSecret(base.data() + p.offset, kPasswordRule, t.data, t.length);
         return saved();
     }
-    switch (param) {
-        case 1: {
-            if (n > 49) return kCcReqDataLenInvalid;
-            const std::size_t copy = n >= 48 ? 46 : n - 2;
-            if (!strictText(data, copy)) return kCcParamOutOfRange;
-            if (!acceptableAddress(data, copy)) {
-                QuorixDebug(kLevelError, kModule, "Invalid data format of SMTP Server Address!");
-                return kCcInvalidDataField;
-            }
-            return storeText(rec, kServer, kServerSize, data, copy);
-        }
-        case 2:
-        case 3: {
-            if (n != 4) return kCcReqDataLenInvalid;
-            const std::size_t offset = param == 2 ? kPort : kSecurePort;
-            const auto port = static_cast<std::uint16_t>(data[0] | (data[1] << 8));
-            if (rec.u16(offset) == port) return kCcOk;
-            rec.setU16(offset, port);
-            return saved();
-        }
-        case 7: {
-            if (n > 67) return kCcReqDataLenInvalid;
-            const std::size_t copy = n == 67 ? 65 : n - 2;
-            if (!strictText(data, copy)) return kCcParamOutOfRange;
-            Text t(data, copy);
-            if (QuorixIsValidUserName(t.text, static_cast<unsigned>((n - 2) & 255), 1) != 0) return kCcInvalidDataField;
-            return storeText(rec, kUserName, kUserNameSize, data, copy);
-        }
-        case 8: {
-            if (n > 62) return kCcReqDataLenInvalid;
-            const std::size_t copy = n == 62 ? 60 : n - 2;
-            if (!strictText(data, copy)) return kCcParamOutOfRange;
-            if (sameSecret(rec.data() + kPassword, kPasswordRule, copy, data, copy)) return kCcOk;
-            storeSecret(rec.data() + kPassword, kPasswordRule, data, copy);
-            return saved();
-        }
-        case 9: {
-            if (n > 66) return kCcReqDataLenInvalid;
-            const std::size_t copy = n == 66 ? 64 : n - 2;
-            if (!strictText(data, copy)) return kCcParamOutOfRange;
-            Text t(data, copy);
-            if (QuorixIsValidSenderAddress(t.text) != 0) return kCcInvalidDataField;
-            return storeText(rec, kSender, kSenderSize, data, copy);
-        }
-        case 10: {
-            if (n > 18) return kCcReqDataLenInvalid;
-            const std::size_t copy = n == 18 ? 16 : n - 2;
-            if (!blankTolerantText(data, copy)) return kCcParamOutOfRange;
-            return storeText(rec, kSubject, kSubjectSize, data, copy);
-        }
-        case 255:
-            break;
-        default:
-            return kCcParamOutOfRange;
-    }
+    return storeText(base, p.offset, p.size, t.data, t.length);
+}
 
-    // Whole record. Its length is not checked by the command set; a short
-    // request is refused here instead of reading past its end.
-    if (n < kWholeRecordRequest) return kCcReqDataLenInvalid;
-    const unsigned char *r = data;
+unsigned setWholeRecord(const unsigned char *r) {
+    ByteView rec = record();
     for (const FlagParam &f : kFlags)
         if (r[f.offset] > f.max) return kCcParamOutOfRange;
     if (r[kEnabled] == 0) {
         rec.setU8(kEnabled, 0);
         return saved();
     }
-    if (!strictText(r + kServer, 46) || !strictText(r + kSender, 64) || !blankTolerantText(r + kSubject, 16))
+    constexpr std::size_t kServerMax = kServerSize - 1, kSenderMax = kSenderSize - 1, kSubjectMax = kSubjectSize - 1;
+    constexpr std::size_t kUserMax = kUserNameSize - 1;
+    if (!strictText(r + kServer, kServerMax) || !strictText(r + kSender, kSenderMax) ||
+        !blankTolerantText(r + kSubject, kSubjectMax))
         return kCcParamOutOfRange;
-    if (!acceptableAddress(r + kServer, 46)) {
+    if (!acceptableAddress(r + kServer, kServerMax)) {
         QuorixDebug(kLevelError, kModule, "Invalid data format of SMTP Server address!");
         return kCcInvalidDataField;
     }
     if (r[kAuth] == 1) {
-        if (!strictText(r + kUserName, 65) || !strictText(r + kPassword, 60)) return kCcParamOutOfRange;
-        Text user(r + kUserName, 65);
-        if (QuorixIsValidUserName(user.text, 66, 1) != 0) return kCcInvalidDataField;
+        if (!strictText(r + kUserName, kUserMax) || !strictText(r + kPassword, kPasswordMax))
+            return kCcParamOutOfRange;
+        Text user(r + kUserName, kUserMax);
+        if (QuorixIsValidUserName(user.text, kUserNameSize, 1) != 0) return kCcInvalidDataField;
         rec.fill(kUserName, 0, kUserNameSize);
-        rec.copyIn(kUserName, user.text, strnlen(user.text, 65));
+        rec.copyIn(kUserName, user.text, strnlen(user.text, kUserMax));
         unsigned char wanted[kPasswordSize] = {};
         const std::size_t length = strnlen(reinterpret_cast<const char *>(r + kPassword), kPasswordMax);
         std::memcpy(wanted, r + kPassword, length);
         if (!sameSecret(rec.data() + kPassword, kPasswordRule, kPasswordSize, wanted, kPasswordSize))
             storeSecret(rec.data() + kPassword, kPasswordRule, wanted, length);
     }
-    Text sender(r + kSender, 64);
+    Text sender(r + kSender, kSenderMax);
     if (QuorixIsValidSenderAddress(sender.text) != 0) return kCcInvalidDataField;
     for (const FlagParam &f : kFlags) rec.setU8(f.offset, r[f.offset]);
     rec.fill(kServer, 0, kServerSize);
-    rec.copyIn(kServer, r + kServer, strnlen(reinterpret_cast<const char *>(r + kServer), 46));
+    rec.copyIn(kServer, r + kServer, strnlen(reinterpret_cast<const char *>(r + kServer), kServerMax));
     rec.fill(kSender, 0, kSenderSize);
-    rec.copyIn(kSender, sender.text, strnlen(sender.text, 64));
+    rec.copyIn(kSender, sender.text, strnlen(sender.text, kSenderMax));
     rec.fill(kSubject, 0, kSubjectSize);
-    rec.copyIn(kSubject, r + kSubject, strnlen(reinterpret_cast<const char *>(r + kSubject), 16));
+    rec.copyIn(kSubject, r + kSubject, strnlen(reinterpret_cast<const char *>(r + kSubject), kSubjectMax));
     // Ports come high byte first in this request only; the record keeps them little-endian.
-    rec.setU16(kPort, static_cast<std::uint16_t>((r[kPort] << 8) | r[kPort + 1]));
-    rec.setU16(kSecurePort, static_cast<std::uint16_t>((r[kSecurePort] << 8) | r[kSecurePort + 1]));
+    const RequestReader whole(r, kRecordSize);
+    rec.setU16(kPort, whole.at(kPort).u16be());
+    rec.setU16(kSecurePort, whole.at(kSecurePort).u16be());
     return saved();
 }
 
-unsigned setRecipientParam(const unsigned char *req, std::size_t n) {
-    const std::size_t index = req[1];
-    if (index >= kRcptCount) return kCcParamOutOfRange;
-    ByteView entry = recipient(index);
-    const unsigned char *data = req + 3;
-    switch (req[2]) {
-        case 0:
-            if (n != 4) return kCcReqDataLenInvalid;
-            if (data[0] > 1) return kCcParamOutOfRange;
-            if (entry.u8(kRcptEnabled) == data[0]) return kCcOk;
-            entry.setU8(kRcptEnabled, data[0]);
-            return saved();
-        case 1: {
-            if (n > 67) return kCcReqDataLenInvalid;
-            const std::size_t copy = n == 67 ? 64 : n - 3;
-            if (!strictText(data, copy)) return kCcParamOutOfRange;
-            Text t(data, copy);
-            if (Quorix_validate_email(t.text) == 0) return kCcInvalidDataField;
-            return storeText(entry, kRcptAddress, kRcptAddressSize, data, copy);
-        }
-        case 2: {
-            if (n > 19) return kCcReqDataLenInvalid;
-            const std::size_t copy = n == 19 ? 16 : n - 3;
-            if (!blankTolerantText(data, copy)) return kCcParamOutOfRange;
-            return storeText(entry, kRcptDescription, kRcptDescriptionSize, data, copy);
-        }
-        case 255: {
-            if (n != kRcptWholeRequest) return kCcReqDataLenInvalid;
-            if (data[0] > 1) return kCcParamOutOfRange;
-            if (data[0] == 1) {
-                const unsigned char *address = req + 4;
-                const unsigned char *description = req + 69;
-                if (!strictText(address, 64)) return kCcParamOutOfRange;
-                Text t(address, 64);
-                if (Quorix_validate_email(t.text) == 0) return kCcInvalidDataField;
-                if (!blankTolerantText(description, 16)) return kCcParamOutOfRange;
-                entry.fill(kRcptAddress, 0, kRcptAddressSize);
-                entry.copyIn(kRcptAddress, address, strnlen(t.text, 64));
-                entry.fill(kRcptDescription, 0, kRcptDescriptionSize);
-                entry.copyIn(kRcptDescription, description, strnlen(reinterpret_cast<const char *>(description), 16));
-            }
-            entry.setU8(kRcptEnabled, data[0]);
-            return saved();
-        }
-        default:
-            return kCcParamOutOfRange;
+unsigned setRecordParam(RequestReader req) {
+    ByteView rec = record();
+    const std::uint8_t param = req.u8();
+    for (const FlagParam &f : kFlags) {
+        if (f.param != param) continue;
+        if (!kByteData.accepts(req.remaining())) return kCcReqDataLenInvalid;
+        const std::uint8_t value = req.u8();
+        if (value > f.max) return kCcParamOutOfRange;
+        if (rec.u8(f.offset) == value) return kCcOk;
+        rec.setU8(f.offset, value);
+        return saved();
     }
+    if (param == kParamPort || param == kParamSecurePort) {
+        if (!kPortData.accepts(req.remaining())) return kCcReqDataLenInvalid;
+        const std::size_t offset = param == kParamPort ? kPort : kSecurePort;
+        const std::uint16_t port = req.u16le();
+        if (rec.u16(offset) == port) return kCcOk;
+        rec.setU16(offset, port);
+        return saved();
+    }
+    if (const TextParam *t = findText(kRecordTexts, param)) return setText(*t, rec, req);
+    if (param != kParamWhole) return kCcParamOutOfRange;
+    if (!kWholeRecordData.accepts(req.remaining())) return kCcReqDataLenInvalid;
+    return setWholeRecord(req.here());
 }
 
-unsigned setInterface(const unsigned char *req, std::size_t n) {
-    if (req == nullptr || n == 0) return kCcReqDataLenInvalid;
-    switch (req[0]) {
+unsigned setRecipientParam(RequestReader req) {
+    const std::size_t index = req.u8();
+    if (index >= kRcptCount) return kCcParamOutOfRange;
+    ByteView entry = recipient(index);
+    const std::uint8_t param = req.u8();
+    if (param == kRcptParamEnabled) {
+        if (!kByteData.accepts(req.remaining())) return kCcReqDataLenInvalid;
+        const std::uint8_t enabled = req.u8();
+        if (enabled > 1) return kCcParamOutOfRange;
+        if (entry.u8(kRcptEnabled) == enabled) return kCcOk;
+        entry.setU8(kRcptEnabled, enabled);
+        return saved();
+    }
+    if (const TextParam *t = findText(kRcptTexts, param)) return setText(*t, entry, req);
+    if (param != kParamWhole) return kCcParamOutOfRange;
+    if (!kWholeRcptData.accepts(req.remaining())) return kCcReqDataLenInvalid;
+    const unsigned char *data = req.here();
+    if (data[kRcptEnabled] > 1) return kCcParamOutOfRange;
+    if (data[kRcptEnabled] == 1) {
+        constexpr std::size_t kAddressMax = kRcptAddressSize - 1, kDescriptionMax = kRcptDescriptionSize - 1;
+        const unsigned char *address = data + kRcptAddress;
+        const unsigned char *description = data + kRcptDescription;
+        if (!strictText(address, kAddressMax)) return kCcParamOutOfRange;
+        Text t(address, kAddressMax);
+        if (!isValidEmail(t.text)) return kCcInvalidDataField;
+        if (!blankTolerantText(description, kDescriptionMax)) return kCcParamOutOfRange;
+        entry.fill(kRcptAddress, 0, kRcptAddressSize);
+        entry.copyIn(kRcptAddress, address, strnlen(t.text, kAddressMax));
+        entry.fill(kRcptDescription, 0, kRcptDescriptionSize);
+        entry.copyIn(kRcptDescription, description,
+                     strnlen(reinterpret_cast<const char *>(description), kDescriptionMax));
+    }
+    entry.setU8(kRcptEnabled, data[kRcptEnabled]);
+    return saved();
+}
+
+unsigned setInterface(const unsigned char *request, std::size_t n) {
+    if (request == nullptr || n == 0) return kCcReqDataLenInvalid;
+    RequestReader req(request, n);
+    switch (req.u8()) {
         case 0:
-            if (n < 3) return kCcReqDataLenInvalid;
-            return setRecordParam(req, n);
+            if (!kRecordRequest.accepts(n)) return kCcReqDataLenInvalid;
+            return setRecordParam(req);
         case 1:
-            if (n < 4) return kCcReqDataLenInvalid;
-            return setRecipientParam(req, n);
+            if (!kRcptRequest.accepts(n)) return kCcReqDataLenInvalid;
+            return setRecipientParam(req);
         case 2:
-            if (n < 2) return kCcReqDataLenInvalid;
-            postDestinationTest(static_cast<std::uint8_t>(req[1] + 4));
+            if (!kTestRequest.accepts(n)) return kCcReqDataLenInvalid;
+            postDestinationTest(static_cast<std::uint8_t>(req.u8() + kTestMailBase));
             return kCcOk;
         default:
             return kCcParamOutOfRange;
