@@ -100,25 +100,61 @@ const char *writeFailureMessage(const SyslogConfig &c) {
     }
 }
 
-// A field of the product area of FRU device 0; empty when it cannot be read.
-std::string fruField(int field) {
+// A field of the product area of FRU device 0 into out; empty when it cannot be read.
+void fruField(int field, char *out, std::size_t size) {
+    out[0] = '\0';
     unsigned char fru[kFruReadLength] = {};
     char value[64] = {};
-    if (quorix_read_fru(kFruDevice, 0, kFruReadLength, fru) != kFruReadLength) return "";
-    if (QuorixParseEEPROMFRUData(fru, kFruReadLength, kFruProductArea, field, value, sizeof value - 1) != 0) return "";
-    return std::string(value, strnlen(value, sizeof value));
+    if (quorix_read_fru(kFruDevice, 0, kFruReadLength, fru) != kFruReadLength) return;
+    if (QuorixParseEEPROMFRUData(fru, kFruReadLength, kFruProductArea, field, value, sizeof value - 1) != 0) return;
+    std::snprintf(out, size, "%.*s", static_cast<int>(strnlen(value, sizeof value)), value);
 }
 
-// Last line of "/etc/hostname" without its last character (the line feed).
-bool hostnameFromFile(std::string &name) {
+// Last line of "/etc/hostname" without its last character (the line feed) into out.
+bool hostnameFromFile(char *out, std::size_t size) {
     File f(std::fopen(kHostnameFile, "r"));
     if (!f) return false;
     char line[256];
-    std::string last;
-    while (std::fgets(line, sizeof line, f.get()) != nullptr) last = line;
-    if (!last.empty()) last.pop_back();
-    name = last;
+    char last[256] = {};
+    while (std::fgets(line, sizeof line, f.get()) != nullptr) std::snprintf(last, sizeof last, "%s", line);
+    const std::size_t length = std::strlen(last);
+    if (length > 0) last[length - 1] = '\0';
+    std::snprintf(out, size, "%s", last);
     return true;
+}
+
+int restartSyslog() {
+    if (safe_system(kStopCommand) < 0) {
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "stop syslog failed.");
+        return -1;
+    }
+    if (safe_system(kStartCommand) < 0) {
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "start syslog failed.");
+        return -1;
+    }
+    return 0;
+}
+
+// The message tag in the block: FRU serial or part number, else the host name.
+unsigned setTag(unsigned tag) {
+    char text[kTagTextSize] = {};
+    if (tag == kTagSerial) {
+        fruField(kFruSerialField, text, sizeof text);
+    } else if (tag == kTagPart) {
+        fruField(kFruPartField, text, sizeof text);
+    } else {
+        char name[kTagTextSize + 1] = {};
+        if (g_tagSetBefore && gethostname(name, kTagTextSize) == 0) {
+            std::snprintf(text, sizeof text, "%.*s", static_cast<int>(strnlen(name, kTagTextSize)), name);
+        } else if (!hostnameFromFile(text, sizeof text)) {
+            return static_cast<unsigned>(-1);
+        }
+    }
+    const ByteView block = sharedBlock();
+    block.fill(kTagTextOffset, 0, kTagTextSize);
+    block.copyIn(kTagTextOffset, text, std::strlen(text));
+    g_tagSetBefore = true;
+    return 0;
 }
 
 }  // namespace
@@ -204,15 +240,10 @@ unsigned writeConfigFile(const SyslogConfig &c) {
     }
     f.reset();
     // A failed restart is logged by the restart; the file is written.
-    QuorixRestartSyslog();
+    restartSyslog();
     return kCcOk;
 }
 
-unsigned writeConfig(const SyslogConfig &c) {
-    unsigned char record[kWriterRecordSize];
-    writeWriterRecord(c, record);
-    return QuorixSyslogWriteToFile(record);
-}
 
 unsigned setGlobals(RequestReader req) {
     g_lastTestTarget = kNoTestTarget;
@@ -229,14 +260,14 @@ unsigned setGlobals(RequestReader req) {
     c.level = level;
     c.protocol = protocol;
     c.testTarget = kNoTestTarget;
-    if (unsigned cc = writeConfig(c); cc != kCcOk) return cc;
+    if (unsigned cc = writeConfigFile(c); cc != kCcOk) return cc;
     ByteView block = sharedBlock();
     block.setU8(kSyslogEnableOffset, syslog);
     block.setU8(kLevelOffset, level);
     block.setU8(kProtocolOffset, protocol);
     if (tag != storedTag) {
         block.setU8(kTagOffset, tag);
-        QuorixSetSyslogTag(tag);
+        setTag(tag);
     }
     return kCcOk;
 }
@@ -265,7 +296,7 @@ unsigned setDestination(RequestReader req) {
     if (c.dest[index] == d) return kCcOk;
     c.dest[index] = d;
     c.testTarget = kNoTestTarget;
-    if (unsigned cc = writeConfig(c); cc != kCcOk) return cc;
+    if (unsigned cc = writeConfigFile(c); cc != kCcOk) return cc;
     writeDestination(destRecord(index), d);
     return kCcOk;
 }
@@ -280,7 +311,7 @@ unsigned sendTest(RequestReader req) {
     if (index != g_lastTestTarget) {
         g_lastTestTarget = index;
         c.testTarget = index;
-        if (unsigned cc = writeConfig(c); cc != kCcOk) return cc;
+        if (unsigned cc = writeConfigFile(c); cc != kCcOk) return cc;
     }
     char ident[kTagTextSize + 1] = {};
     sharedBlock().copyOut(kTagTextOffset, ident, kTagTextSize);
@@ -356,7 +387,7 @@ QRX_EXPORT unsigned QuorixSyslogConfigInit(void) {
             sl::applyHeaderLine(line, c, tagSeen);
         }
         sl::storeBlockConfig(c);
-        QuorixSetSyslogTag(static_cast<unsigned>(tagSeen));
+        sl::setTag(static_cast<unsigned>(tagSeen));
         return 0;
     } catch (...) {
         return static_cast<unsigned>(-1);
@@ -364,29 +395,7 @@ QRX_EXPORT unsigned QuorixSyslogConfigInit(void) {
 }
 
 QRX_EXPORT unsigned QuorixSetSyslogTag(unsigned tag) {
-    try {
-        std::string text;
-        if (tag == sl::kTagSerial) {
-            text = sl::fruField(sl::kFruSerialField);
-        } else if (tag == sl::kTagPart) {
-            text = sl::fruField(sl::kFruPartField);
-        } else {
-            char name[sl::kTagTextSize + 1] = {};
-            if (sl::g_tagSetBefore && gethostname(name, sl::kTagTextSize) == 0) {
-                text.assign(name, strnlen(name, sl::kTagTextSize));
-            } else if (!sl::hostnameFromFile(text)) {
-                return static_cast<unsigned>(-1);
-            }
-        }
-        if (text.size() > sl::kTagTextSize - 1) text.resize(sl::kTagTextSize - 1);
-        const qrx::ByteView block = qrx::sharedBlock();
-        block.fill(sl::kTagTextOffset, 0, sl::kTagTextSize);
-        block.copyIn(sl::kTagTextOffset, text.data(), text.size());
-        sl::g_tagSetBefore = true;
-        return 0;
-    } catch (...) {
-        return static_cast<unsigned>(-1);
-    }
+    return sl::setTag(tag);
 }
 
 QRX_EXPORT int QuorixGetSyslogTag(char *dest, int size) {
@@ -397,15 +406,7 @@ QRX_EXPORT int QuorixGetSyslogTag(char *dest, int size) {
 }
 
 QRX_EXPORT int QuorixRestartSyslog(void) {
-    if (safe_system(sl::kStopCommand) < 0) {
-        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "stop syslog failed.");
-        return -1;
-    }
-    if (safe_system(sl::kStartCommand) < 0) {
-        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "start syslog failed.");
-        return -1;
-    }
-    return 0;
+    return sl::restartSyslog();
 }
 
 }  // extern "C"
