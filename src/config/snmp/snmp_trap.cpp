@@ -8,6 +8,7 @@
 #include "config/snmp/snmp_trap.h"
 #include "config/snmp/snmp_trap_layout.h"
 #include "core/export.h"
+#include "core/request_reader.h"
 #include "core/shared_block.h"
 #include "quorix_common_interface.h"
 
@@ -21,13 +22,18 @@ constexpr std::uint8_t kVersionV3 = 3;
 constexpr std::uint8_t kVersionMax = 3;
 constexpr std::uint8_t kEventLevelMax = 2;
 constexpr std::size_t kTextMax = 16;
-constexpr std::size_t kStringRequestMax = 18;
-constexpr std::size_t kEngineRequestMax = 50;
-constexpr std::size_t kWholeRecordRequest = kRecordSize + 2;
+// Group and parameter come first; then the parameter's data.
+constexpr std::size_t kHeader = 2;
+constexpr LengthRule kParamRequest = atLeast(kHeader + 1);
+constexpr LengthRule kTestRequest = atLeast(2);
+constexpr LengthRule kByteRequest = exactly(kHeader + 1);
+constexpr LengthRule kTextRequest = atMost(kHeader + kTextMax);
 constexpr std::size_t kPassMin = 8;
 constexpr std::size_t kPassMax = 16;
 constexpr std::size_t kEngineDigitsMin = 10;
 constexpr std::size_t kEngineDigitsMax = 48;
+constexpr LengthRule kEngineRequest = atMost(kHeader + kEngineDigitsMax);
+constexpr LengthRule kWholeRecordRequest = exactly(kHeader + kRecordSize);
 
 constexpr const char *kSetFn = "SetSNMPTrapCfg";
 constexpr const char *kAllFn = "ValidateSNMPTrapCfgAll";
@@ -112,15 +118,17 @@ std::size_t passLength(const Text &t) {
     return strnlen(t.str(), t.length);
 }
 
+unsigned validateAll(unsigned char *req);
+
 unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &changed) {
     ByteView rec = record();
     const std::uint8_t param = req[1];
-    const unsigned char *data = req + 2;
+    const unsigned char *data = req + kHeader;
     const bool v3 = rec.u8(kVersion) == kVersionV3;
-    const std::size_t copy = n == kStringRequestMax ? kTextMax : n - 2;
+    const std::size_t copy = n - kHeader;
     switch (param) {
         case 0: {
-            if (n != 3) return kCcReqDataLenInvalid;
+            if (!kByteRequest.accepts(n)) return kCcReqDataLenInvalid;
             if (data[0] > kVersionMax) {
                 SAY(kSetFn, "Invalid version!\n");
                 return kCcParamOutOfRange;
@@ -142,7 +150,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
             return kCcOk;
         }
         case 1:
-            if (n != 3) return kCcReqDataLenInvalid;
+            if (!kByteRequest.accepts(n)) return kCcReqDataLenInvalid;
             if (data[0] > kEventLevelMax) {
                 SAY(kSetFn, "Invalid event level limit:%d\n", data[0]);
                 return kCcInvalidDataField;
@@ -154,9 +162,9 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
             return kCcOk;
         case 2: {
             if (v3) return kCcNotAllowedNow;
-            if (n > kStringRequestMax) return kCcReqDataLenInvalid;
+            if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
             Text t(data, copy);
-            if (!strictText(data, n - 2)) {
+            if (!strictText(data, copy)) {
                 SAY(kSetFn, "Invalid community:%s\n", t.str());
                 return kCcParamOutOfRange;
             }
@@ -164,9 +172,9 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
             return kCcOk;
         }
         case 3: {
-            if (n > kStringRequestMax) return kCcReqDataLenInvalid;
+            if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
             Text t(data, copy);
-            if (!strictText(data, n - 2)) {
+            if (!strictText(data, copy)) {
                 SAY(kSetFn, "Invalid HostID!\n");
                 return kCcInvalidDataField;
             }
@@ -179,9 +187,9 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
         }
         case 4: {
             if (!v3) return kCcNotAllowedNow;
-            if (n > kStringRequestMax) return kCcReqDataLenInvalid;
+            if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
             Text t(data, copy);
-            if (!strictText(data, n - 2)) {
+            if (!strictText(data, copy)) {
                 SAY(kSetFn, "Invalid username:%s\n", t.str());
                 return kCcParamOutOfRange;
             }
@@ -192,9 +200,9 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
         case 7: {
             const bool auth = param == 5;
             if (!v3) return kCcNotAllowedNow;
-            if (n > kStringRequestMax) return kCcReqDataLenInvalid;
+            if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
             Text t(data, copy);
-            if (!strictText(data, n - 2)) {
+            if (!strictText(data, copy)) {
                 SAY(kSetFn, auth ? "Invalid authprotocol!\n" : "Invalid privprotocol!\n");
                 return auth ? kCcParamOutOfRange : kCcInvalidDataField;
             }
@@ -213,9 +221,9 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
         case 8: {
             const bool auth = param == 6;
             if (!v3) return kCcNotAllowedNow;
-            if (n > kStringRequestMax) return kCcReqDataLenInvalid;
+            if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
             Text t(data, copy);
-            if (!strictText(data, n - 2)) {
+            if (!strictText(data, copy)) {
                 SAY(kSetFn, auth ? "Invalid authpassword!\n" : "Invalid privpassword!\n");
                 return kCcParamOutOfRange;
             }
@@ -229,9 +237,9 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
         }
         case 9: {
             if (!v3) return kCcNotAllowedNow;
-            if (n > kEngineRequestMax) return kCcReqDataLenInvalid;
-            Text t(data, n - 2);
-            switch (engineId(t.bytes, (n - 2) & 255)) {
+            if (!kEngineRequest.accepts(n)) return kCcReqDataLenInvalid;
+            Text t(data, copy);
+            switch (engineId(t.bytes, copy & 0xFF)) {
                 case 1:
                     SAY(kSetFn, "Invalid EngineID:%s\n", t.str());
                     return kCcParamOutOfRange;
@@ -244,7 +252,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
             }
         }
         case 10:
-            if (n != 3) return kCcReqDataLenInvalid;
+            if (!kByteRequest.accepts(n)) return kCcReqDataLenInvalid;
             if (ValidateSNMPTrapCfgDeviceType(data[0]) != 0) {
                 SAY(kSetFn, "Invalid DeviceType:%d\n", data[0]);
                 return kCcParamOutOfRange;
@@ -255,7 +263,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
             }
             return kCcOk;
         case 255: {
-            if (n != kWholeRecordRequest) return kCcReqDataLenInvalid;
+            if (!kWholeRecordRequest.accepts(n)) return kCcReqDataLenInvalid;
             if (data[kVersion] > kVersionMax || data[kEventLevel] > kEventLevelMax) {
                 SAY(kSetFn, "Invalid trapversion or eventlevellimit!\n");
                 return kCcParamOutOfRange;
@@ -267,7 +275,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
             }
             unsigned char copyOfRecord[kRecordSize];
             std::memcpy(copyOfRecord, data, kRecordSize);
-            unsigned cc = ValidateSNMPTrapCfgAll(copyOfRecord);
+            unsigned cc = validateAll(copyOfRecord);
             if (cc != kCcOk) return cc;
             changed = 1;
             return kCcOk;
@@ -389,7 +397,7 @@ unsigned setInterface(const unsigned char *req, std::size_t n) {
     std::uint8_t changed = 0;
     switch (req[0]) {
         case 0: {
-            if (n <= 2) return kCcReqDataLenInvalid;
+            if (!kParamRequest.accepts(n)) return kCcReqDataLenInvalid;
             unsigned cc = setParameter(req, n, changed);
             if (cc == kCcReqDataLenInvalid || cc == kCcParamOutOfRange || cc == kCcInvalidDataField ||
                 cc == kCcNotAllowedNow)
@@ -403,7 +411,7 @@ unsigned setInterface(const unsigned char *req, std::size_t n) {
             break;
         }
         case 2:
-            if (n < 2) return kCcReqDataLenInvalid;
+            if (!kTestRequest.accepts(n)) return kCcReqDataLenInvalid;
             postDestinationTest(req[1]);
             return kCcOk;
         default:
@@ -442,7 +450,8 @@ QRX_EXPORT unsigned QuorixSetBMCSnmpTrapCfgInterface(const unsigned char *reques
 
 QRX_EXPORT unsigned SetSNMPTrapCfg(const unsigned char *request, int length, unsigned char *changed) {
     if (request == nullptr || changed == nullptr) return qrx::config::svc::kCcUnspecified;
-    if (length <= 2) return qrx::config::svc::kCcReqDataLenInvalid;
+    if (length < 0 || !st::kParamRequest.accepts(static_cast<std::size_t>(length)))
+        return qrx::config::svc::kCcReqDataLenInvalid;
     return st::setParameter(request, static_cast<std::size_t>(length), *changed);
 }
 
