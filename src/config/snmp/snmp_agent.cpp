@@ -9,6 +9,7 @@
 #include "config/snmp/snmp_agent_layout.h"
 #include "config/common/service.h"
 #include "core/export.h"
+#include "core/request_reader.h"
 #include "core/shared_block.h"
 #include "quorix_common_interface.h"
 #include "quorix_platform.h"
@@ -22,7 +23,13 @@ namespace {
 
 constexpr std::size_t kTextMax = 16;
 constexpr std::size_t kPassMax = 20;
-constexpr std::size_t kWholeRequest = kRecordSize + 1;  // record offset k is request byte k + 1
+// The parameter comes first; then its data (a whole record: offset k is request byte k + 1).
+constexpr std::size_t kHeader = 1;
+constexpr LengthRule kByteRequest = exactly(kHeader + 1);
+constexpr LengthRule kTextRequest = atMost(kHeader + kTextMax);
+constexpr LengthRule kPassRequest = atMost(kHeader + kPassMax);
+constexpr LengthRule kWholeRequest = exactly(kHeader + kRecordSize);
+constexpr LengthRule kRestartRequest = exactly(kHeader);
 constexpr std::uint8_t kParamWhole = 254;
 constexpr std::uint8_t kParamRestart = 255;
 
@@ -64,8 +71,8 @@ bool storeSecretField(std::size_t offset, const SecretRule &rule, std::size_t co
 }
 
 unsigned setWhole(const unsigned char *req, std::size_t n) {
-    if (n != kWholeRequest) return kCcReqDataLenInvalid;
-    const unsigned char *r = req + 1;
+    if (!kWholeRequest.accepts(n)) return kCcReqDataLenInvalid;
+    const unsigned char *r = req + kHeader;
     if (r[kV1Enable] > 1 || r[kV2Enable] > 1 || r[kV3Enable] > 1) return kCcParamOutOfRange;
     const bool v12 = r[kV1Enable] == 1 || r[kV2Enable] == 1;
     const bool v3 = r[kV3Enable] == 1;
@@ -159,13 +166,13 @@ unsigned setInterface(const unsigned char *req, std::size_t n, std::uint8_t save
     if (req == nullptr || n == 0) return kCcReqDataLenInvalid;
     ByteView rec = record();
     const std::uint8_t param = req[0];
-    const unsigned char *data = req + 1;
+    const unsigned char *data = req + kHeader;
     bool changed = false;
     bool known = false;
     for (const ByteParam &b : kByteParams) {
         if (b.param != param) continue;
         known = true;
-        if (n != 2) return kCcReqDataLenInvalid;
+        if (!kByteRequest.accepts(n)) return kCcReqDataLenInvalid;
         if (data[0] < b.min || data[0] > b.max) return b.cc;
         if (rec.u8(b.offset) != data[0]) {
             rec.setU8(b.offset, data[0]);
@@ -177,9 +184,9 @@ unsigned setInterface(const unsigned char *req, std::size_t n, std::uint8_t save
             case 2:
             case 3:
             case 8: {
-                if (n > kTextMax + 1) return kCcReqDataLenInvalid;
-                const std::size_t copy = n == kTextMax + 1 ? kTextMax : n - 1;
-                if (!strictText(data, n - 1)) return kCcParamOutOfRange;
+                if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
+                const std::size_t copy = n - kHeader;
+                if (!strictText(data, copy)) return kCcParamOutOfRange;
                 if (param == 8) {
                     Text wanted(data, copy);
                     if (std::memcmp(rec.data() + kUserName, wanted.bytes, kTextMax) != 0) {
@@ -195,9 +202,9 @@ unsigned setInterface(const unsigned char *req, std::size_t n, std::uint8_t save
             }
             case 9:
             case 10: {
-                if (n > kPassMax + 1) return kCcReqDataLenInvalid;
-                const std::size_t copy = n == kPassMax + 1 ? kPassMax : n - 1;
-                if (!strictText(data, n - 1)) return kCcParamOutOfRange;
+                if (!kPassRequest.accepts(n)) return kCcReqDataLenInvalid;
+                const std::size_t copy = n - kHeader;
+                if (!strictText(data, copy)) return kCcParamOutOfRange;
                 changed = storeSecretField(param == 9 ? kAuthPassword : kPrivPassword, kPassRule, kPassMax, data, copy);
                 break;
             }
@@ -208,7 +215,7 @@ unsigned setInterface(const unsigned char *req, std::size_t n, std::uint8_t save
                 break;
             }
             case kParamRestart:
-                if (n != 1) return kCcReqDataLenInvalid;
+                if (!kRestartRequest.accepts(n)) return kCcReqDataLenInvalid;
                 restartAgent();
                 return kCcOk;
             default:
