@@ -35,36 +35,37 @@ constexpr const char *kLocalFacilitiesNone = ";local1.none;local3.none;local4.no
 constexpr const char *kLevelSeverities[][4] = {
     {"info", "warn", "crit", "alert"}, {"warn", "crit", "alert"}, {"crit", "alert"}, {"alert"}};
 
-std::string format(const char *fmt, ...) __attribute__((format(printf, 1, 2)));
-std::string format(const char *fmt, ...) {
-    char buf[256];
-    va_list ap;
-    va_start(ap, fmt);
-    std::vsnprintf(buf, sizeof buf, fmt, ap);
-    va_end(ap);
-    return buf;
-}
+// One line's selector: at most 127 characters, as the writer has always cut it.
+struct Selector {
+    char text[kSelectorMax + 1] = {};
+};
 
-// "localN.sev1,localN.sev2,..." for the severities LEVEL forwards.
-std::string severityList(const char *facility, int level) {
-    std::string list;
+// "[# ]localN.sev1,localN.sev2,..." for the severities LEVEL forwards.
+Selector severityList(const char *prefix, const char *facility, int level) {
+    Selector s;
+    std::size_t used = 0;
+    auto add = [&](const char *part) {
+        const int n = std::snprintf(s.text + used, sizeof s.text - used, "%s", part);
+        if (n > 0) used += static_cast<std::size_t>(n) < sizeof s.text - used ? static_cast<std::size_t>(n)
+                                                                                : sizeof s.text - 1 - used;
+    };
+    add(prefix);
+    bool first = true;
     for (const char *sev : kLevelSeverities[level]) {
         if (sev == nullptr) break;
-        if (!list.empty()) list += ',';
-        list += std::string(facility) + '.' + sev;
+        if (!first) add(",");
+        first = false;
+        add(facility);
+        add(".");
+        add(sev);
     }
-    return list;
-}
-
-std::string capped(std::string text, std::size_t max) {
-    if (text.size() > max) text.resize(max);
-    return text;
+    return s;
 }
 
 struct Selectors {
-    std::string audit;
-    std::string idl;
-    std::string test;
+    Selector audit;
+    Selector idl;
+    const char *test = "";
 };
 
 Selectors selectorsFor(const SyslogConfig &c, std::size_t i) {
@@ -72,73 +73,89 @@ Selectors selectorsFor(const SyslogConfig &c, std::size_t i) {
     Selectors s;
     s.test = i == c.testTarget ? "local7.*" : "# local7.*";
     if (c.level > kLevelMax || d.type < 1 || d.type > 3) {
-        s.audit = s.idl = "#";
+        s.audit.text[0] = s.idl.text[0] = '#';
         return s;
     }
     const bool auditOn = d.enable != 0 && (d.type == 2 || d.type == 3);
     const bool idlOn = d.enable != 0 && (d.type == 1 || d.type == 3);
-    s.audit = capped((auditOn ? "" : "# ") + severityList("local1", c.level), kSelectorMax);
-    s.idl = capped((idlOn ? "" : "# ") + severityList("local4", c.level), kSelectorMax);
+    s.audit = severityList(auditOn ? "" : "# ", "local1", c.level);
+    s.idl = severityList(idlOn ? "" : "# ", "local4", c.level);
     return s;
 }
 
 }  // namespace
 
-std::string baseBlock(const SyslogConfig &c) {
-    std::string text = format("#SYSLOG=%d,TAG=%d,LEVEL=%d,PROTOCAL=%d\n", c.syslog, c.tag, c.level, c.protocol);
+void ConfigText::append(std::string_view text) {
+    const std::size_t room = kCapacity - 1 - length_;
+    const std::size_t n = text.size() < room ? text.size() : room;
+    std::memcpy(buffer_ + length_, text.data(), n);
+    length_ += n;
+    buffer_[length_] = '\0';
+}
+
+void ConfigText::appendf(const char *format, ...) {
+    char line[256];
+    va_list ap;
+    va_start(ap, format);
+    const int n = std::vsnprintf(line, sizeof line, format, ap);
+    va_end(ap);
+    if (n > 0) append(std::string_view(line, static_cast<std::size_t>(n) < sizeof line ? n : sizeof line - 1));
+}
+
+void baseBlock(const SyslogConfig &c, ConfigText &out) {
+    out.appendf("#SYSLOG=%d,TAG=%d,LEVEL=%d,PROTOCAL=%d\n", c.syslog, c.tag, c.level, c.protocol);
     for (std::size_t i = 0; i < kDestCount; ++i) {
         const Destination &d = c.dest[i];
-        text += format("#DEST%d=%d,TYPE=%d,PORT=%d,HOSTNAME=%s\n", static_cast<int>(i), d.enable, d.type,
-                       static_cast<int>(d.port), d.host.c_str());
+        out.appendf("#DEST%d=%d,TYPE=%d,PORT=%d,HOSTNAME=%s\n", static_cast<int>(i), d.enable, d.type,
+                    static_cast<int>(d.port), d.host);
     }
-    for (const FixedLine &line : kLocalFiles) text += std::string(line.selector) + kTab3 + line.action + "\n";
-    for (const char *sev : kSeverities)
-        text += std::string("*.=") + sev + kLocalFacilitiesNone + kTab3 + "/extlog/" + sev + ".log\n";
-    return text;
+    for (const FixedLine &line : kLocalFiles) out.appendf("%s%s%s\n", line.selector, kTab3, line.action);
+    for (const char *sev : kSeverities) out.appendf("*.=%s%s%s/extlog/%s.log\n", sev, kLocalFacilitiesNone, kTab3, sev);
 }
 
-std::string tlsBlock(int protocol) {
+void tlsBlock(int protocol, ConfigText &out) {
     if (protocol == kProtocolTlsOneWay) {
-        return "$DefaultNetstreamDriverCAFile\t\t\t/conf/syslog-ca.pem\n"
-               "$DefaultNetstreamDriver\t\t\tgtls\n"
-               "$ActionSendStreamDriverMode\t\t\t1\n"
-               "$ActionSendStreamDriverAuthMode\t\t\tanon\n";
+        out.append("$DefaultNetstreamDriverCAFile\t\t\t/conf/syslog-ca.pem\n"
+                   "$DefaultNetstreamDriver\t\t\tgtls\n"
+                   "$ActionSendStreamDriverMode\t\t\t1\n"
+                   "$ActionSendStreamDriverAuthMode\t\t\tanon\n");
+    } else if (protocol == kProtocolTlsTwoWay) {
+        out.append("$DefaultNetstreamDriverCAFile\t\t\t/conf/syslog-ca.pem\n"
+                   "$DefaultNetstreamDriverCertFile\t\t\t/conf/syslog-cert.pem\n"
+                   "$DefaultNetstreamDriverKeyFile\t\t\t/conf/syslog-priv.pem\n"
+                   "$DefaultNetstreamDriver\t\t\t\tgtls\n"
+                   "$ActionSendStreamDriverMode\t\t\t1\n"
+                   "$ActionSendStreamDriverAuthMode\t\t\tx509/name\n"
+                   "$ActionSendStreamDriverPermittedPeer\t\t*\n");
     }
-    if (protocol == kProtocolTlsTwoWay) {
-        return "$DefaultNetstreamDriverCAFile\t\t\t/conf/syslog-ca.pem\n"
-               "$DefaultNetstreamDriverCertFile\t\t\t/conf/syslog-cert.pem\n"
-               "$DefaultNetstreamDriverKeyFile\t\t\t/conf/syslog-priv.pem\n"
-               "$DefaultNetstreamDriver\t\t\t\tgtls\n"
-               "$ActionSendStreamDriverMode\t\t\t1\n"
-               "$ActionSendStreamDriverAuthMode\t\t\tx509/name\n"
-               "$ActionSendStreamDriverPermittedPeer\t\t*\n";
-    }
-    return "";
 }
 
-std::string destinationBlock(const SyslogConfig &c) {
+void destinationBlock(const SyslogConfig &c, ConfigText &out) {
     const char *prefix = c.protocol == kProtocolUdp ? "@" : "@@";
-    std::string address[kDestCount];
+    char address[kDestCount][kAddressMax + 1];
     Selectors sel[kDestCount];
     for (std::size_t i = 0; i < kDestCount; ++i) {
         const Destination &d = c.dest[i];
-        address[i] = capped(format("%s[%s]:%d", prefix, d.host.c_str(), static_cast<int>(d.port)), kAddressMax);
+        // Cut at 79 characters, as the writer has always done.
+        std::snprintf(address[i], sizeof address[i], "%s[%s]:%d", prefix, d.host, static_cast<int>(d.port));
         sel[i] = selectorsFor(c, i);
     }
-    std::string text;
     for (std::size_t i = 0; i < kDestCount; ++i) {
-        text += sel[i].audit + kTab3 + address[i] + "\n";
-        text += sel[i].idl + kTab3 + address[i] + "\n";
+        out.appendf("%s%s%s\n", sel[i].audit.text, kTab3, address[i]);
+        out.appendf("%s%s%s\n", sel[i].idl.text, kTab3, address[i]);
     }
-    text += "#TEST_FUNC\n";
-    for (std::size_t i = 0; i < kDestCount; ++i) text += sel[i].test + kTab3 + address[i] + "\n";
-    return text;
+    out.append("#TEST_FUNC\n");
+    for (std::size_t i = 0; i < kDestCount; ++i) out.appendf("%s%s%s\n", sel[i].test, kTab3, address[i]);
 }
 
-std::string configText(const SyslogConfig &c) {
-    if (c.syslog == kSyslogDisabled) return baseBlock(c);
-    if (c.protocol > kProtocolTlsTwoWay) return "";
-    return baseBlock(c) + tlsBlock(c.protocol) + destinationBlock(c);
+ConfigText configText(const SyslogConfig &c) {
+    ConfigText out;
+    if (c.syslog != kSyslogDisabled && c.protocol > kProtocolTlsTwoWay) return out;
+    baseBlock(c, out);
+    if (c.syslog == kSyslogDisabled) return out;
+    tlsBlock(c.protocol, out);
+    destinationBlock(c, out);
+    return out;
 }
 
 void applyHeaderLine(const char *line, SyslogConfig &config, int &tagSeen) {
@@ -166,7 +183,7 @@ void applyHeaderLine(const char *line, SyslogConfig &config, int &tagSeen) {
         if (n >= 2 && (enable == 0 || enable == 1)) d.enable = static_cast<std::uint8_t>(enable);
         if (n >= 3 && type >= 0 && type <= 3) d.type = static_cast<std::uint8_t>(type);
         if (n >= 4 && port >= 1 && port <= 65534) d.port = static_cast<std::uint32_t>(port);
-        if (n >= 5 && host[0] != '\0') d.host.assign(host, strnlen(host, kHostTextMax));
+        if (n >= 5 && host[0] != '\0') d.setHost(std::string_view(host, strnlen(host, kHostTextMax)));
     }
 }
 

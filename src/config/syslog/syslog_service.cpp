@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <string>
 
 #include "core/completion_codes.h"
 #include "config/syslog/syslog_file.h"
@@ -74,13 +73,13 @@ ByteView destRecord(std::size_t i) {
     return sharedBlock().at(kDestOffset + i * kDestRecordSize);
 }
 
-bool writeOnce(FILE *f, const std::string &text) {
+bool writeOnce(FILE *f, std::string_view text) {
     return std::fwrite(text.data(), 1, text.size(), f) == text.size() && std::fflush(f) == 0;
 }
 
 // The same text up to three times on the open file; a failed attempt is not
 // undone, a later one appends.
-bool writeWithRetries(FILE *f, const std::string &text) {
+bool writeWithRetries(FILE *f, std::string_view text) {
     for (int attempt = 0; attempt < kWriteAttempts; ++attempt) {
         if (writeOnce(f, text)) return true;
         std::clearerr(f);
@@ -164,7 +163,7 @@ Destination readDestination(ByteView record) {
     d.enable = record.u8(kDestEnable);
     d.type = record.u8(kDestType);
     const char *host = reinterpret_cast<const char *>(record.data() + kDestHost);
-    d.host.assign(host, strnlen(host, kHostTextMax));
+    d.setHost(std::string_view(host, strnlen(host, kHostTextMax)));
     d.port = record.u32(kDestPort);
     return d;
 }
@@ -173,7 +172,7 @@ void writeDestination(ByteView record, const Destination &d) {
     record.setU8(kDestEnable, d.enable);
     record.setU8(kDestType, d.type);
     record.fill(kDestHost, 0, kDestHostSize);
-    record.copyIn(kDestHost, d.host.data(), std::min(d.host.size(), kHostTextMax));
+    record.copyIn(kDestHost, d.host, strnlen(d.host, kHostTextMax));
     record.setU32(kDestPort, d.port);
 }
 
@@ -231,7 +230,8 @@ unsigned writeConfigFile(const SyslogConfig &c) {
         QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "Open syslog.conf failed .");
         return kCcUnspecified;
     }
-    const std::string text = configText(c);
+    const ConfigText file = configText(c);
+    const std::string_view text = file.view();
     // An unknown transport leaves the file empty.
     if (!text.empty() && !writeWithRetries(f.get(), text)) {
         f.reset();
@@ -291,7 +291,7 @@ unsigned setDestination(RequestReader req) {
         QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleIpmi, "Invalid data format of Syslog destination!");
         return kCcInvalidDataField;
     }
-    d.host.assign(host, strnlen(host, kHostTextMax));
+    d.setHost(std::string_view(host, strnlen(host, kHostTextMax)));
     SyslogConfig c = readBlockConfig();
     if (c.dest[index] == d) return kCcOk;
     c.dest[index] = d;
@@ -331,20 +331,16 @@ extern "C" {
 
 QRX_EXPORT unsigned QuorixSetSyslogConfigInterface(const unsigned char *request, int length) {
     if (request == nullptr || length < 1) return sl::kCcReqDataLenInvalid;
-    try {
-        qrx::RequestReader req(request, static_cast<std::size_t>(length));
-        switch (req.u8()) {
-            case sl::kSelectGlobals:
-                return sl::setGlobals(req);
-            case sl::kSelectDestination:
-                return sl::setDestination(req);
-            case sl::kSelectTest:
-                return sl::sendTest(req);
-            default:
-                return sl::kCcParamOutOfRange;
-        }
-    } catch (...) {
-        return sl::kCcUnspecified;
+    qrx::RequestReader req(request, static_cast<std::size_t>(length));
+    switch (req.u8()) {
+        case sl::kSelectGlobals:
+            return sl::setGlobals(req);
+        case sl::kSelectDestination:
+            return sl::setDestination(req);
+        case sl::kSelectTest:
+            return sl::sendTest(req);
+        default:
+            return sl::kCcParamOutOfRange;
     }
 }
 
@@ -367,31 +363,23 @@ QRX_EXPORT int QuorixGetSyslogConfigInterface(int selector, unsigned char *respo
 
 QRX_EXPORT unsigned QuorixSyslogWriteToFile(const unsigned char *record) {
     if (record == nullptr) return sl::kCcInvalidDataField;
-    try {
-        return sl::writeConfigFile(sl::readWriterRecord(record));
-    } catch (...) {
-        return sl::kCcUnspecified;
-    }
+    return sl::writeConfigFile(sl::readWriterRecord(record));
 }
 
 QRX_EXPORT unsigned QuorixSyslogConfigInit(void) {
-    try {
-        sl::SyslogConfig c;  // the defaults
-        sl::storeBlockConfig(c);
-        sl::File f(std::fopen(sl::kConfFile, "r"));
-        if (!f) return static_cast<unsigned>(-1);
-        int tagSeen = 0;
-        char line[1024];
-        while (std::fgets(line, sizeof line, f.get()) != nullptr) {
-            line[std::strcspn(line, "\r\n")] = '\0';
-            sl::applyHeaderLine(line, c, tagSeen);
-        }
-        sl::storeBlockConfig(c);
-        sl::setTag(static_cast<unsigned>(tagSeen));
-        return 0;
-    } catch (...) {
-        return static_cast<unsigned>(-1);
+    sl::SyslogConfig c;  // the defaults
+    sl::storeBlockConfig(c);
+    sl::File f(std::fopen(sl::kConfFile, "r"));
+    if (!f) return static_cast<unsigned>(-1);
+    int tagSeen = 0;
+    char line[1024];
+    while (std::fgets(line, sizeof line, f.get()) != nullptr) {
+        line[std::strcspn(line, "\r\n")] = '\0';
+        sl::applyHeaderLine(line, c, tagSeen);
     }
+    sl::storeBlockConfig(c);
+    sl::setTag(static_cast<unsigned>(tagSeen));
+    return 0;
 }
 
 QRX_EXPORT unsigned QuorixSetSyslogTag(unsigned tag) {
