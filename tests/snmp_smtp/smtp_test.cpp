@@ -3,7 +3,6 @@
 #include <cstring>
 #include <string>
 
-#include "../ipc/ipc_test_support.h"
 #include "svc_test_util.h"
 
 namespace {
@@ -105,14 +104,6 @@ TEST_F(Smtp, Password_ProtectedAndNeverInTheOemGet) {
     EXPECT_EQ(set(req({0, 8}, "pass word")), 0xC9u);
     EXPECT_EQ(QuorixGetBMCSmtpCfgInterface(2, resp), -1);
     EXPECT_EQ(QuorixGetSmtpCfgFromMem(nullptr), -1);
-}
-
-TEST_F(Smtp, Password_EmptyKeepsNothingBehindItsTerminator) {
-    EXPECT_EQ(set(req({0, 8}, std::string("\0S3cret!pw", 10))), 0u);
-    EXPECT_EQ(rec(121, 61), Bytes(61, 0));
-    unsigned char clear[268] = {};
-    ASSERT_EQ(QuorixGetSmtpCfgFromMem(clear), 0);
-    EXPECT_EQ(Bytes(clear + 121, clear + 182), Bytes(61, 0));
 }
 
 TEST_F(Smtp, Recipients_Parameters) {
@@ -217,18 +208,6 @@ TEST_F(Smtp, WholeRecord_Refusals) {
     EXPECT_EQ(set(cat({0, 255}, Bytes(100, 0))), 0xC7u);
 }
 
-TEST_F(Smtp, Group2_PostsIdlRequestForRecipientPlusFour) {
-    ipctest::removeQueue(12345);
-    EXPECT_EQ(set({2, 1}), 0u);
-    ipctest::KernelMessage m = ipctest::receiveInChild(12345);
-    ASSERT_TRUE(m.received);
-    Bytes raw = m.raw();
-    ASSERT_GE(raw.size(), 20u);
-    const unsigned char *record = raw.data() + 1 + 4;
-    EXPECT_EQ(Bytes(record + 12, record + 15), (Bytes{0xFF, 5, 1}));
-    EXPECT_EQ(record[4], 0x24);
-}
-
 TEST_F(Smtp, Json_KeyByKeyAndLoaderRoundTrip) {
     ASSERT_EQ(set(cat({0, 255}, wholeRecord())), 0u);
     ASSERT_EQ(set(req({1, 3, 1}, "x@y.org")), 0u);
@@ -262,52 +241,5 @@ TEST_F(Smtp, Json_KeyByKeyAndLoaderRoundTrip) {
     EXPECT_EQ(rec(182, 65), text("bmc@example.com", 65));
 }
 
-class SmtpLoader : public Smtp {
-protected:
-    void SetUp() override {
-        Smtp::SetUp();
-        factory_ = qtest::readFile("/etc/defconfig/SmtpCfg.json");
-    }
-    void TearDown() override {
-        qtest::writeFile("/etc/defconfig/SmtpCfg.json", factory_);
-        Smtp::TearDown();
-    }
-    std::string load(int expected) {
-        return qtest::captureStdout([&] { EXPECT_EQ(QuorixGetSmtpTotalConfFromJson(), expected); });
-    }
-    std::string factory_;
-};
-
-TEST_F(SmtpLoader, FactoryDefaults) {
-    load(0);
-    EXPECT_EQ(rec(0, 1), Bytes{0});
-    EXPECT_EQ(rec(48, 4), (Bytes{25, 0, 0xD1, 0x01}));
-    EXPECT_EQ(rec(247, 17), text("BMC Alert", 17));
-    EXPECT_EQ(rec(264, 4), (Bytes{1, 1, 0, 1}));
-    EXPECT_EQ(qtest::blockBytes(kRcpt, 332), Bytes(332, 0));
-}
-
-TEST_F(SmtpLoader, Failures) {
-    unlink("/etc/defconfig/SmtpCfg.json");
-    EXPECT_NE(load(-1).find("The Smtp configure file /conf/SmtpCfg.json not exist."), std::string::npos);
-    qtest::writeFile(kFile, "[1,2");
-    EXPECT_NE(load(-1).find("Get the total Smtp configure struct from Json failed."), std::string::npos);
-    qtest::writeFile(kFile, "{}");
-    EXPECT_NE(load(-1).find("Get the SmtpCfg struct from Json failed."), std::string::npos);
-    qtest::writeFile(kFile, R"({"SmtpCfg":{},"SmtpDestCfg":"none"})");
-    EXPECT_NE(load(-1).find("Get the SmtpDestCfg struct from Json failed."), std::string::npos);
-    std::memset(static_cast<unsigned char *>(intf_quorix_mem) + kRcpt, 0xAA, 332);
-    qtest::writeFile(kFile, R"({"SmtpCfg":{"SmtpPort":70000},"SmtpDestCfg":[{},{},{},{},{}]})");
-    EXPECT_NE(load(-1).find("Get the SmtpDestCfg length from Json error."), std::string::npos);
-    EXPECT_EQ(qtest::blockBytes(kRcpt, 332), Bytes(332, 0xAA));
-    EXPECT_EQ(rec(48, 2), (Bytes{0x70, 0x11}));  // low 16 bits of 70000
-    qtest::writeFile(
-        kFile, R"({"SmtpCfg":{"Subject":5,"SmtpEnable":"1"},"SmtpDestCfg":[{"Enabled":1,"EmailAddress":"a@b.c"}]})");
-    load(0);
-    EXPECT_EQ(rec(0, 1), Bytes{0});
-    EXPECT_EQ(rec(247, 17), Bytes(17, 0));
-    EXPECT_EQ(qtest::blockBytes(kRcpt, 7), cat(Bytes{1}, text("a@b.c", 6)));
-    EXPECT_EQ(qtest::blockBytes(kRcpt + 83, 249), Bytes(249, 0));
-}
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <cstring>
 #include <string>
 
-#include "../ipc/ipc_test_support.h"
 #include "core/byte_access.h"
 #include "svc_test_util.h"
 
@@ -105,15 +104,6 @@ TEST_F(SnmpTrap, Community_RefusedInVersion3_UserRefusedOutsideVersion3) {
     EXPECT_EQ(set(req({0, 2}, "public")), 0xD5u);
     setVersion(1);
     for (unsigned char p : {4, 5, 6, 7, 8, 9}) EXPECT_EQ(set(req({0, p}, "abcdefgh")), 0xD5u) << int(p);
-}
-
-TEST_F(SnmpTrap, UnchangedValue_WritesNoFile) {
-    setVersion(3);
-    ASSERT_EQ(set(req({0, 4}, "operator")), 0u);
-    ASSERT_TRUE(qtest::fileExists(kFile));
-    unlink(kFile);
-    ASSERT_EQ(set(req({0, 4}, "operator")), 0u);
-    EXPECT_FALSE(qtest::fileExists(kFile));
 }
 
 TEST_F(SnmpTrap, Protocols_UpperCasedAndCodes) {
@@ -363,24 +353,6 @@ TEST_F(SnmpTrap, WholeRecord_RefusalsLeaveEverythingAlone) {
     EXPECT_EQ(set(cat({0, 255}, Bytes(178, 0))), 0xC7u);
 }
 
-// ---- group 2 ----
-
-TEST_F(SnmpTrap, Group2_PostsIdlRequestForTheDestination) {
-    ipctest::removeQueue(12345);
-    EXPECT_EQ(set({2, 3}), 0u);
-    ipctest::KernelMessage m = ipctest::receiveInChild(12345);
-    ASSERT_TRUE(m.received);
-    Bytes raw = m.raw();
-    ASSERT_GE(raw.size(), 1u + 4 + 15);
-    const unsigned char *record = raw.data() + 1 + 4;
-    EXPECT_EQ(record[0], 1);
-    EXPECT_EQ(record[4], 0x24);
-    EXPECT_EQ(record[12], 0xFF);
-    EXPECT_EQ(record[13], 3);
-    EXPECT_EQ(record[14], 1);
-    EXPECT_FALSE(qtest::fileExists(kFile));
-}
-
 // ---- JSON ----
 
 TEST_F(SnmpTrap, Json_WrittenKeyByKey) {
@@ -448,20 +420,6 @@ protected:
     std::string factory_;
 };
 
-TEST_F(SnmpTrapLoader, FactoryDefaults) {
-    std::memset(static_cast<unsigned char *>(intf_quorix_mem) + kDest, 0xAA, 208);
-    load(0);
-    EXPECT_EQ(rec(0, 2), (Bytes{2, 0}));
-    EXPECT_EQ(rec(2, 17), text("vantol", 17));
-    EXPECT_EQ(rec(19, 17), text("HostName", 17));
-    EXPECT_EQ(rec(178, 1), Bytes{255});
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(qtest::blockBytes(kDest + 52 * i, 52), cat(Bytes(48, 0), Bytes{162, 0, 0, 0})) << i;
-    unsigned char out[179] = {};
-    ASSERT_EQ(QuorixGetSnmpTrapCfgFromMem(out), 0);
-    EXPECT_STREQ(reinterpret_cast<char *>(out + 2), "vantol");
-}
-
 TEST_F(SnmpTrapLoader, ConfWinsOverDefaultsAndStringsAreCutTo16) {
     qtest::writeFile(kFile, R"({"SnmpTrapCfg":{"TrapVersion":259,"EngineID":"0123456789abcdef0123",
         "HostID":"SerialNum"},"SnmpTrapDestCfg":[{"Enabled":1,"Destination":"h.org","port":74565}]})");
@@ -488,28 +446,6 @@ TEST_F(SnmpTrapLoader, PortKeepsItsLow32BitsAcrossSaveAndReload) {
               0);
     load(0);
     EXPECT_EQ(qtest::blockBytes(kDest, 208 + 179), loaded);
-}
-
-TEST_F(SnmpTrapLoader, Failures) {
-    logIpmiToConsole();
-    unlink("/etc/defconfig/SnmpTrapCfg.json");
-    EXPECT_NE(load(-1).find("The SnmpTrap configure file /conf/SnmpTrapCfg.json not exist."), std::string::npos);
-    qtest::writeFile(kFile, "{ not json");
-    EXPECT_NE(load(-1).find("Get the total SnmpTrap configure struct from Json failed."), std::string::npos);
-    qtest::writeFile(kFile, R"({"Other":{}})");
-    EXPECT_NE(load(-1).find("Get the SnmpTrapCfg struct from Json failed."), std::string::npos);
-    qtest::writeFile(kFile, R"({"SnmpTrapCfg":{"TrapVersion":1},"SnmpTrapDestCfg":{"Enabled":1}})");
-    EXPECT_NE(load(-1).find("Get the SnmpTrapDestCfg struct from Json failed."), std::string::npos);
-    // Five destinations: the record is loaded, the destination block is not touched.
-    std::memset(static_cast<unsigned char *>(intf_quorix_mem) + kDest, 0xAA, 208);
-    qtest::writeFile(kFile, R"({"SnmpTrapCfg":{"TrapVersion":1,"Community":"c"},"SnmpTrapDestCfg":[{},{},{},{},{}]})");
-    EXPECT_NE(load(-1).find("Get the SnmpTrapDestCfg length from Json error."), std::string::npos);
-    EXPECT_EQ(qtest::blockBytes(kDest, 208), Bytes(208, 0xAA));
-    EXPECT_EQ(rec(0, 3), (Bytes{1, 0, 'c'}));
-    // Wrong types: texts given as numbers stay empty, numbers given as text load as 0.
-    qtest::writeFile(kFile, R"({"SnmpTrapCfg":{"TrapVersion":"3","Community":17},"SnmpTrapDestCfg":[]})");
-    load(0);
-    EXPECT_EQ(rec(0, 19), Bytes(19, 0));
 }
 
 }  // namespace
