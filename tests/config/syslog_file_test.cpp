@@ -209,6 +209,9 @@ TEST(SyslogHeaderParse, DestinationLines) {
     const std::string longHost(60, 'a');
     applyHeaderLine(("#DEST3=1,TYPE=2,PORT=65534,HOSTNAME=" + longHost).c_str(), c, tagSeen);
     EXPECT_EQ(c.dest[3], destination(1, 2, std::string(46, 'a'), 65534));
+    // A line cut after its enable still sets it.
+    applyHeaderLine("#DEST0=1", c, tagSeen);
+    EXPECT_EQ(c.dest[0], (Destination{1, 3, "", 514}));
     applyHeaderLine("local7.*\t\t\t@[h]:514", c, tagSeen);
     applyHeaderLine("#TEST_FUNC", c, tagSeen);
     EXPECT_EQ(tagSeen, 0);

@@ -242,4 +242,10 @@ TEST_F(Smtp, Json_KeyByKeyAndLoaderRoundTrip) {
 }
 
 
+TEST_F(Smtp, Loader_TakesSixtyPasswordCharacters) {
+    qtest::writeFile(kFile, "{\"SmtpCfg\":{\"PassWord\":\"" + std::string(61, 'p') + "\"},\"SmtpDestCfg\":[]}");
+    ASSERT_EQ(QuorixGetSmtpTotalConfFromJson(), 0);
+    EXPECT_EQ(rec(121, 61), text(std::string(60, 'p'), 61));
+}
+
 }  // namespace

@@ -130,6 +130,20 @@ TEST_F(SnmpTrap, Refusals_LeaveBlockAndFileAlone_AndSayWhy) {
     EXPECT_EQ(snapshot(), before);
 }
 
+TEST_F(SnmpTrap, Readers_CopyTheBlockAndRefuseNull) {
+    ASSERT_EQ(set({1, 2, 2, 0x00, 0x00, 0x12, 0x34}), 0u);
+    unsigned char dest[208];
+    std::memset(dest, 0x5A, sizeof dest);
+    ASSERT_EQ(QuorixGetSnmpTrapDstCfg(dest), 0);
+    EXPECT_EQ(Bytes(dest, dest + 208), qtest::blockBytes(kDest, 208));
+    unsigned char resp[210] = {};
+    ASSERT_EQ(QuorixGetBMCSnmpTrapCfgInterface(1, resp), 209);
+    EXPECT_EQ(Bytes(resp + 1, resp + 209), qtest::blockBytes(kDest, 208));
+    EXPECT_EQ(QuorixGetBMCSnmpTrapCfgInterface(0, nullptr), -1);
+    EXPECT_EQ(QuorixGetBMCSnmpTrapCfgInterface(2, resp), -1);
+    EXPECT_EQ(QuorixGetSnmpTrapDstCfg(nullptr), -1);
+}
+
 TEST_F(SnmpTrap, Messages_CarryFunctionNameAndLine) {
     std::string out = qtest::captureStdout([] {
         EXPECT_EQ(QuorixSetBMCSnmpTrapCfgInterface(Bytes{0, 1, 3}.data(), 3), 0xCCu);
