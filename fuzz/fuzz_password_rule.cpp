@@ -1,6 +1,6 @@
 // Password-rule set interface: request sequences against the EEPROM record;
 // the block is never written.
-#include "config/password_rule_layout.h"
+#include "config/password_rule/password_rule_layout.h"
 #include "fuzz_support.h"
 #include "quorix_common_interface.h"
 

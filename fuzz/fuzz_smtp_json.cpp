@@ -1,5 +1,5 @@
 // Loader of "/conf/SmtpCfg.json": the input is the file.
-#include "config/smtp_layout.h"
+#include "config/smtp/smtp_layout.h"
 #include "fuzz_support.h"
 #include "loader_support.h"
 #include "quorix_common_interface.h"

@@ -1,6 +1,6 @@
 // SMTP set interface: request sequences against the mail record, the
 // recipients and "/conf/SmtpCfg.json".
-#include "config/smtp_layout.h"
+#include "config/smtp/smtp_layout.h"
 #include "fuzz_support.h"
 #include "quorix_common_interface.h"
 

@@ -1,5 +1,5 @@
 // Loader of "/conf/SnmpAgentCfg.json": the input is the file.
-#include "config/snmp_agent_layout.h"
+#include "config/snmp/snmp_agent_layout.h"
 #include "fuzz_support.h"
 #include "loader_support.h"
 #include "quorix_common_interface.h"

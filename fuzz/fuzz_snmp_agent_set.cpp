@@ -1,6 +1,6 @@
 // SNMP agent set interface: request sequences against the agent record and
 // "/conf/SnmpAgentCfg.json". Each request's first byte is its save flag.
-#include "config/snmp_agent_layout.h"
+#include "config/snmp/snmp_agent_layout.h"
 #include "fuzz_support.h"
 #include "quorix_common_interface.h"
 

@@ -1,5 +1,5 @@
 // Loader of "/conf/SnmpTrapCfg.json": the input is the file.
-#include "config/snmp_trap_layout.h"
+#include "config/snmp/snmp_trap_layout.h"
 #include "fuzz_support.h"
 #include "loader_support.h"
 #include "quorix_common_interface.h"

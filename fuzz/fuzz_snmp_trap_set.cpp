@@ -2,7 +2,7 @@
 // destinations and "/conf/SnmpTrapCfg.json".
 #include <algorithm>
 
-#include "config/snmp_trap_layout.h"
+#include "config/snmp/snmp_trap_layout.h"
 #include "fuzz_support.h"
 #include "quorix_common_interface.h"
 

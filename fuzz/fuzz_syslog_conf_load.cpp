@@ -1,5 +1,5 @@
 // Start-up parse of "/conf/syslog.conf": the input is the file.
-#include "config/syslog_layout.h"
+#include "config/syslog/syslog_layout.h"
 #include "fuzz_support.h"
 #include "loader_support.h"
 #include "quorix_common_interface.h"

@@ -1,6 +1,6 @@
 // Syslog set interface: request sequences against the syslog area of the
 // block and "/conf/syslog.conf".
-#include "config/syslog_layout.h"
+#include "config/syslog/syslog_layout.h"
 #include "fuzz_support.h"
 #include "quorix_common_interface.h"
 #include "syslog_checks.h"

@@ -3,7 +3,7 @@
 // terminated inside its field.
 #pragma once
 
-#include "config/syslog_layout.h"
+#include "config/syslog/syslog_layout.h"
 #include "fuzz_support.h"
 #include "quorix_common_interface.h"
 

@@ -1,6 +1,6 @@
 // Text of "/conf/syslog.conf": exact lines, and every variant the writer can
 // produce accepted by the real rsyslogd.
-#include "config/syslog_file.h"
+#include "config/syslog/syslog_file.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +12,28 @@
 namespace {
 
 using namespace qrx::config::syslog;
+
+Destination destination(std::uint8_t enable, std::uint8_t type, const std::string &host, std::uint32_t port) {
+    Destination d;
+    d.enable = enable;
+    d.type = type;
+    d.setHost(host);
+    d.port = port;
+    return d;
+}
+std::string str(const ConfigText &t) {
+    return std::string(t.view());
+}
+std::string baseText(const SyslogConfig &c) {
+    ConfigText t;
+    baseBlock(c, t);
+    return str(t);
+}
+std::string destText(const SyslogConfig &c) {
+    ConfigText t;
+    destinationBlock(c, t);
+    return str(t);
+}
 
 const std::string kBaseTail =
     "local1.*\t\t\t/extlog/audit.log\n"
@@ -37,7 +59,7 @@ SyslogConfig udpLevel2() {
     c.protocol = 0;
     c.dest[0].enable = 1;
     c.dest[0].type = 2;
-    c.dest[0].host = "h";
+    c.dest[0].setHost("h");
     return c;
 }
 
@@ -62,14 +84,14 @@ TEST(SyslogFileText, UdpLevel2AuditDestinationLineForLine) {
         "# local7.*\t\t\t@[]:514\n"
         "# local7.*\t\t\t@[]:514\n"
         "# local7.*\t\t\t@[]:514\n";
-    EXPECT_EQ(configText(udpLevel2()), expected);
+    EXPECT_EQ(str(configText(udpLevel2())), expected);
 }
 
 TEST(SyslogFileText, DisabledSyslogWritesTheBaseBlockOnly) {
     SyslogConfig c = udpLevel2();
     c.syslog = 1;
     c.protocol = 1;
-    EXPECT_EQ(configText(c),
+    EXPECT_EQ(str(configText(c)),
               "#SYSLOG=1,TAG=0,LEVEL=2,PROTOCAL=1\n"
               "#DEST0=1,TYPE=2,PORT=514,HOSTNAME=h\n"
               "#DEST1=0,TYPE=3,PORT=514,HOSTNAME=\n"
@@ -100,9 +122,9 @@ TEST(SyslogFileText, SelectorsPerLevelAndType) {
         c.level = static_cast<std::uint8_t>(k.level);
         c.dest[1].enable = static_cast<std::uint8_t>(k.enable);
         c.dest[1].type = static_cast<std::uint8_t>(k.type);
-        c.dest[1].host = "10.1.2.3";
+        c.dest[1].setHost("10.1.2.3");
         c.dest[1].port = 0x1234;
-        const std::string text = destinationBlock(c);
+        const std::string text = destText(c);
         const std::string address = "\t\t\t@@[10.1.2.3]:4660\n";
         EXPECT_NE(text.find(std::string(k.audit) + address + k.idl + address), std::string::npos)
             << k.level << "/" << k.enable << "/" << k.type << "\n"
@@ -112,15 +134,15 @@ TEST(SyslogFileText, SelectorsPerLevelAndType) {
 
 TEST(SyslogFileText, TestTargetActivatesItsLocal7Line) {
     SyslogConfig c = udpLevel2();
-    c.dest[2].host = "::1";
+    c.dest[2].setHost("::1");
     c.testTarget = 2;
-    const std::string text = destinationBlock(c);
+    const std::string text = destText(c);
     EXPECT_NE(text.find("#TEST_FUNC\n# local7.*\t\t\t@[h]:514\n# local7.*\t\t\t@[]:514\nlocal7.*\t\t\t@[::1]:514\n"
                         "# local7.*\t\t\t@[]:514\n"),
               std::string::npos)
         << text;
     c.testTarget = 4;
-    EXPECT_EQ(destinationBlock(c).find("\nlocal7.*"), std::string::npos);
+    EXPECT_EQ(destText(c).find("\nlocal7.*"), std::string::npos);
 }
 
 TEST(SyslogFileText, TlsBlocksSitBetweenBaseAndDestinations) {
@@ -131,8 +153,8 @@ TEST(SyslogFileText, TlsBlocksSitBetweenBaseAndDestinations) {
         "$DefaultNetstreamDriver\t\t\tgtls\n"
         "$ActionSendStreamDriverMode\t\t\t1\n"
         "$ActionSendStreamDriverAuthMode\t\t\tanon\n";
-    EXPECT_EQ(configText(c), baseBlock(c) + oneWay + destinationBlock(c));
-    EXPECT_NE(destinationBlock(c).find("local1.crit,local1.alert\t\t\t@@[h]:514\n"), std::string::npos);
+    EXPECT_EQ(str(configText(c)), baseText(c) + oneWay + destText(c));
+    EXPECT_NE(destText(c).find("local1.crit,local1.alert\t\t\t@@[h]:514\n"), std::string::npos);
     c.protocol = 3;
     const std::string twoWay =
         "$DefaultNetstreamDriverCAFile\t\t\t/conf/syslog-ca.pem\n"
@@ -142,9 +164,9 @@ TEST(SyslogFileText, TlsBlocksSitBetweenBaseAndDestinations) {
         "$ActionSendStreamDriverMode\t\t\t1\n"
         "$ActionSendStreamDriverAuthMode\t\t\tx509/name\n"
         "$ActionSendStreamDriverPermittedPeer\t\t*\n";
-    EXPECT_EQ(configText(c), baseBlock(c) + twoWay + destinationBlock(c));
+    EXPECT_EQ(str(configText(c)), baseText(c) + twoWay + destText(c));
     c.protocol = 4;
-    EXPECT_EQ(configText(c), "");
+    EXPECT_EQ(str(configText(c)), "");
 }
 
 TEST(SyslogHeaderParse, TakesOnlyTheValuesStartUpAccepts) {
@@ -186,7 +208,10 @@ TEST(SyslogHeaderParse, DestinationLines) {
     EXPECT_EQ(c.dest[0], Destination{});
     const std::string longHost(60, 'a');
     applyHeaderLine(("#DEST3=1,TYPE=2,PORT=65534,HOSTNAME=" + longHost).c_str(), c, tagSeen);
-    EXPECT_EQ(c.dest[3], (Destination{1, 2, std::string(46, 'a'), 65534}));
+    EXPECT_EQ(c.dest[3], destination(1, 2, std::string(46, 'a'), 65534));
+    // A line cut after its enable still sets it.
+    applyHeaderLine("#DEST0=1", c, tagSeen);
+    EXPECT_EQ(c.dest[0], (Destination{1, 3, "", 514}));
     applyHeaderLine("local7.*\t\t\t@[h]:514", c, tagSeen);
     applyHeaderLine("#TEST_FUNC", c, tagSeen);
     EXPECT_EQ(tagSeen, 0);
@@ -241,10 +266,10 @@ TEST_F(RsyslogAccepts, EveryProtocolLevelTypeAndTestTarget) {
                         c.level = static_cast<std::uint8_t>(level);
                         c.testTarget = static_cast<std::uint8_t>(target);
                         for (std::size_t i = 0; i < kDestCount; ++i) {
-                            c.dest[i] = Destination{static_cast<std::uint8_t>(enable), static_cast<std::uint8_t>(i),
-                                                    hosts[i], ports[i]};
+                            c.dest[i] = destination(static_cast<std::uint8_t>(enable), static_cast<std::uint8_t>(i), hosts[i],
+                                                    ports[i]);
                         }
-                        const std::string text = configText(c);
+                        const std::string text = str(configText(c));
                         EXPECT_EQ(rsyslogComplaints(text), "") << text;
                         ++checked;
                     }

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "config/syslog_file.h"
+#include "config/syslog/syslog_file.h"
 #include "quorix_test.h"
 
 namespace {
@@ -144,7 +144,7 @@ TEST_F(SyslogService, GlobalsChangeWritesFileRestartsThenStores) {
     c.syslog = 2;
     c.level = 3;
     c.protocol = 1;
-    EXPECT_EQ(qtest::readFile(kConf), sl::configText(c));
+    EXPECT_EQ(qtest::readFile(kConf), std::string(sl::configText(c).view()));
     EXPECT_EQ(calls(), "stop\nstart\n");
 }
 

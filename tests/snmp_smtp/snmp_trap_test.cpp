@@ -3,7 +3,6 @@
 #include <cstring>
 #include <string>
 
-#include "../ipc/ipc_test_support.h"
 #include "core/byte_access.h"
 #include "svc_test_util.h"
 
@@ -53,15 +52,96 @@ TEST_F(SnmpTrap, Version_StoresAndClearsTheOtherGroupsSecrets) {
     EXPECT_EQ(rec(2, 17), Bytes(17, 0));
 }
 
-TEST_F(SnmpTrap, Version_OutOfRangeAndLengthCodes) {
+// One row per request: the version set first (kAny: left as it is), the
+// completion code, and the bytes the block then holds at a record offset
+// (kDest + offset for destinations).
+constexpr int kAny = -1;
+constexpr std::size_t kNone = ~std::size_t{0};
+struct CodeCase {
+    int version;
+    Bytes request;
+    unsigned cc;
+    std::size_t offset = kNone;
+    Bytes stored = {};
+};
+
+TEST_F(SnmpTrap, Parameters_CodesAndStoredBytes) {
+    const std::size_t dest1Port = kDest - kRec + 52 + 48;
+    const CodeCase cases[] = {
+        {kAny, {0, 0, 4}, 0xC9},
+        {kAny, {0, 0, 2, 0}, 0xC7},
+        {kAny, {0, 0}, 0xC7},
+        {kAny, {0, 11, 1}, 0xC9},
+        {kAny, {3, 0, 1}, 0xC9},
+        {kAny, {0, 1, 2}, 0x00, 1, {2}},
+        {kAny, {0, 1, 3}, 0xCC},
+        {kAny, {0, 1, 1, 0}, 0xC7},
+        {kAny, {0, 10, 211}, 0x00, 178, {211}},
+        {kAny, {0, 10, 6}, 0xC9},
+        {kAny, {0, 10, 255}, 0x00, 178, {255}},
+        {kAny, {0, 10, 4, 4}, 0xC7},
+        {kAny, req({0, 3}, "SerialNum"), 0x00, 19, text("SerialNum", 17)},
+        {kAny, req({0, 3}, "Nobody"), 0xCC},
+        {kAny, req({0, 3}, "Host Name"), 0xCC},
+        {3, req({0, 2}, "public"), 0xD5},
+        {1, req({0, 4}, "abcdefgh"), 0xD5},
+        {1, req({0, 5}, "abcdefgh"), 0xD5},
+        {1, req({0, 6}, "abcdefgh"), 0xD5},
+        {1, req({0, 7}, "abcdefgh"), 0xD5},
+        {1, req({0, 8}, "abcdefgh"), 0xD5},
+        {1, req({0, 9}, "abcdefgh"), 0xD5},
+        // Protocol names as the table spells them, stored upper case; each way of failing has its code.
+        {3, req({0, 5}, "sha"), 0xCC},
+        {3, req({0, 5}, "SHA"), 0x00, 53, text("SHA", 17)},
+        {3, req({0, 5}, "XYZ"), 0xCC},
+        {3, req({0, 5}, "S A"), 0xC9},
+        {3, req({0, 7}, "DES"), 0x00, 91, text("DES", 17)},
+        {3, req({0, 7}, "XYZ"), 0xC9},
+        {3, req({0, 7}, "D S"), 0xCC},
+        {3, req({0, 9}, "0123456789"), 0x00, 129, text("0123456789", 49)},
+        {3, req({0, 9}, "01234567GG"), 0xC9},
+        {3, req({0, 9}, "012345678"), 0xC7},
+        {3, req({0, 9}, std::string(49, 'a')), 0xC7},
+        // Destination ports: big-endian in the request, little-endian in the block.
+        {kAny, {1, 1, 2, 0x00, 0x00, 0x00, 0xA2}, 0x00, dest1Port, {0xA2, 0, 0, 0}},
+        {kAny, {1, 1, 2, 0x00, 0x00, 0x12, 0x34}, 0x00, dest1Port, {0x34, 0x12, 0, 0}},
+        {kAny, {1, 1, 2, 0x00, 0x01, 0x00, 0x00}, 0xC9, dest1Port, {0x34, 0x12, 0, 0}},
+        {kAny, {1, 1, 2, 0x00, 0x00, 0xA2}, 0xC7},
+        {kAny, {1, 1, 0, 1}, 0x00, dest1Port - 48, {1}},
+        {kAny, {1, 1, 0, 2}, 0xC9},
+        {kAny, {1, 1, 7, 2}, 0xC9},
+        {kAny, {1, 4, 0, 1}, 0xC9},
+        {kAny, {1, 1, 0}, 0xC7},
+    };
+    for (const CodeCase &c : cases) {
+        if (c.version != kAny) setVersion(static_cast<unsigned char>(c.version));
+        EXPECT_EQ(set(c.request), c.cc) << ::testing::PrintToString(c.request);
+        if (c.offset != kNone) {
+            EXPECT_EQ(rec(c.offset, c.stored.size()), c.stored) << ::testing::PrintToString(c.request);
+        }
+    }
+}
+
+TEST_F(SnmpTrap, Refusals_LeaveBlockAndFileAlone_AndSayWhy) {
     auto before = snapshot();
     std::string out = qtest::captureStdout([&] { EXPECT_EQ(set({0, 0, 4}), 0xC9u); });
     EXPECT_NE(out.find("] Invalid version!\n"), std::string::npos) << out;
     EXPECT_EQ(set({0, 0, 2, 0}), 0xC7u);
-    EXPECT_EQ(set({0, 0}), 0xC7u);
-    EXPECT_EQ(set({0, 11, 1}), 0xC9u);
-    EXPECT_EQ(set({3, 0, 1}), 0xC9u);
     EXPECT_EQ(snapshot(), before);
+}
+
+TEST_F(SnmpTrap, Readers_CopyTheBlockAndRefuseNull) {
+    ASSERT_EQ(set({1, 2, 2, 0x00, 0x00, 0x12, 0x34}), 0u);
+    unsigned char dest[208];
+    std::memset(dest, 0x5A, sizeof dest);
+    ASSERT_EQ(QuorixGetSnmpTrapDstCfg(dest), 0);
+    EXPECT_EQ(Bytes(dest, dest + 208), qtest::blockBytes(kDest, 208));
+    unsigned char resp[210] = {};
+    ASSERT_EQ(QuorixGetBMCSnmpTrapCfgInterface(1, resp), 209);
+    EXPECT_EQ(Bytes(resp + 1, resp + 209), qtest::blockBytes(kDest, 208));
+    EXPECT_EQ(QuorixGetBMCSnmpTrapCfgInterface(0, nullptr), -1);
+    EXPECT_EQ(QuorixGetBMCSnmpTrapCfgInterface(2, resp), -1);
+    EXPECT_EQ(QuorixGetSnmpTrapDstCfg(nullptr), -1);
 }
 
 TEST_F(SnmpTrap, Messages_CarryFunctionNameAndLine) {
@@ -70,19 +150,6 @@ TEST_F(SnmpTrap, Messages_CarryFunctionNameAndLine) {
     });
     EXPECT_EQ(out.rfind("[SetSNMPTrapCfg ", 0), 0u) << out;
     EXPECT_NE(out.find("] Invalid event level limit:3\n"), std::string::npos) << out;
-}
-
-TEST_F(SnmpTrap, EventLevelAndDeviceType_Table) {
-    struct Case {
-        Bytes request;
-        unsigned cc;
-    } cases[] = {
-        {{0, 1, 2}, 0x00},  {{0, 1, 3}, 0xCC},    {{0, 1, 1, 0}, 0xC7},  {{0, 10, 211}, 0x00},
-        {{0, 10, 6}, 0xC9}, {{0, 10, 255}, 0x00}, {{0, 10, 4, 4}, 0xC7},
-    };
-    for (const Case &c : cases) EXPECT_EQ(set(c.request), c.cc) << int(c.request[1]) << " " << int(c.request[2]);
-    EXPECT_EQ(rec(1, 1), Bytes{2});
-    EXPECT_EQ(rec(178, 1), Bytes{255});
 }
 
 TEST_F(SnmpTrap, Community_StoredProtectedAndReadBackClear) {
@@ -98,36 +165,6 @@ TEST_F(SnmpTrap, Community_StoredProtectedAndReadBackClear) {
     EXPECT_EQ(Bytes(resp + 3, resp + 20), rec(2, 17));
     EXPECT_EQ(set(req({0, 2}, "seventeen-chars!!")), 0xC7u);
     EXPECT_EQ(set(req({0, 2}, "has blank")), 0xC9u);
-}
-
-TEST_F(SnmpTrap, Community_RefusedInVersion3_UserRefusedOutsideVersion3) {
-    setVersion(3);
-    EXPECT_EQ(set(req({0, 2}, "public")), 0xD5u);
-    setVersion(1);
-    for (unsigned char p : {4, 5, 6, 7, 8, 9}) EXPECT_EQ(set(req({0, p}, "abcdefgh")), 0xD5u) << int(p);
-}
-
-TEST_F(SnmpTrap, UnchangedValue_WritesNoFile) {
-    setVersion(3);
-    ASSERT_EQ(set(req({0, 4}, "operator")), 0u);
-    ASSERT_TRUE(qtest::fileExists(kFile));
-    unlink(kFile);
-    ASSERT_EQ(set(req({0, 4}, "operator")), 0u);
-    EXPECT_FALSE(qtest::fileExists(kFile));
-}
-
-TEST_F(SnmpTrap, Protocols_UpperCasedAndCodes) {
-    setVersion(3);
-    // Names are taken as the table spells them.
-    EXPECT_EQ(set(req({0, 5}, "sha")), 0xCCu);
-    EXPECT_EQ(set(req({0, 5}, "SHA")), 0x00u);
-    EXPECT_EQ(rec(53, 4), text("SHA", 4));
-    EXPECT_EQ(set(req({0, 5}, "XYZ")), 0xCCu);
-    EXPECT_EQ(set(req({0, 5}, "S A")), 0xC9u);
-    EXPECT_EQ(set(req({0, 7}, "DES")), 0x00u);
-    EXPECT_EQ(rec(91, 4), text("DES", 4));
-    EXPECT_EQ(set(req({0, 7}, "XYZ")), 0xC9u);
-    EXPECT_EQ(set(req({0, 7}, "D S")), 0xCCu);
 }
 
 TEST_F(SnmpTrap, PassPhrase_LengthRule) {
@@ -166,22 +203,6 @@ TEST_F(SnmpTrap, EngineId_Validator) {
     std::string out =
         qtest::captureStdout([] { ValidateSNMPTrapCfgEngineID(reinterpret_cast<const unsigned char *>("12%sG"), 5); });
     EXPECT_NE(out.find("] Invalid Engine ID:12%sG\n"), std::string::npos) << out;
-}
-
-TEST_F(SnmpTrap, EngineId_ThroughSetCodes) {
-    setVersion(3);
-    EXPECT_EQ(set(req({0, 9}, "0123456789")), 0u);
-    EXPECT_EQ(rec(129, 11), cat(text("0123456789", 10), Bytes{0}));
-    EXPECT_EQ(set(req({0, 9}, "01234567GG")), 0xC9u);
-    EXPECT_EQ(set(req({0, 9}, "012345678")), 0xC7u);
-    EXPECT_EQ(set(req({0, 9}, std::string(49, 'a'))), 0xC7u);
-}
-
-TEST_F(SnmpTrap, HostId_MustBeAKnownName) {
-    EXPECT_EQ(set(req({0, 3}, "SerialNum")), 0u);
-    EXPECT_EQ(rec(19, 10), text("SerialNum", 10));
-    EXPECT_EQ(set(req({0, 3}, "Nobody")), 0xCCu);
-    EXPECT_EQ(set(req({0, 3}, "Host Name")), 0xCCu);
 }
 
 TEST_F(SnmpTrap, FromMem_PercentStaysPercent) {
@@ -242,18 +263,6 @@ TEST_F(SnmpTrap, Destination_AddressRules) {
     EXPECT_EQ(set({1, 0, 1}), 0xC7u);
     std::string out = qtest::captureStdout([] { EXPECT_EQ(set(req({1, 0, 1}, "nodots")), 0xCCu); });
     EXPECT_NE(out.find("Invalid data format of SNMPTrap destination!"), std::string::npos) << out;
-}
-
-TEST_F(SnmpTrap, Destination_PortBigEndianInRequestLittleInBlock) {
-    EXPECT_EQ(set({1, 1, 2, 0x00, 0x00, 0x00, 0xA2}), 0u);
-    EXPECT_EQ(qtest::blockBytes(kDest + 52 + 48, 4), (Bytes{0xA2, 0, 0, 0}));
-    EXPECT_EQ(set({1, 1, 2, 0x00, 0x00, 0x12, 0x34}), 0u);
-    EXPECT_EQ(qtest::blockBytes(kDest + 52 + 48, 4), (Bytes{0x34, 0x12, 0, 0}));
-    EXPECT_EQ(set({1, 1, 2, 0x00, 0x01, 0x00, 0x00}), 0xC9u);
-    EXPECT_EQ(set({1, 1, 2, 0x00, 0x00, 0xA2}), 0xC7u);
-    EXPECT_EQ(set({1, 1, 0, 1}), 0u);
-    EXPECT_EQ(set({1, 1, 0, 2}), 0xC9u);
-    EXPECT_EQ(set({1, 1, 7, 2}), 0xC9u);
 }
 
 TEST_F(SnmpTrap, Destination_WholeEntry) {
@@ -363,24 +372,6 @@ TEST_F(SnmpTrap, WholeRecord_RefusalsLeaveEverythingAlone) {
     EXPECT_EQ(set(cat({0, 255}, Bytes(178, 0))), 0xC7u);
 }
 
-// ---- group 2 ----
-
-TEST_F(SnmpTrap, Group2_PostsIdlRequestForTheDestination) {
-    ipctest::removeQueue(12345);
-    EXPECT_EQ(set({2, 3}), 0u);
-    ipctest::KernelMessage m = ipctest::receiveInChild(12345);
-    ASSERT_TRUE(m.received);
-    Bytes raw = m.raw();
-    ASSERT_GE(raw.size(), 1u + 4 + 15);
-    const unsigned char *record = raw.data() + 1 + 4;
-    EXPECT_EQ(record[0], 1);
-    EXPECT_EQ(record[4], 0x24);
-    EXPECT_EQ(record[12], 0xFF);
-    EXPECT_EQ(record[13], 3);
-    EXPECT_EQ(record[14], 1);
-    EXPECT_FALSE(qtest::fileExists(kFile));
-}
-
 // ---- JSON ----
 
 TEST_F(SnmpTrap, Json_WrittenKeyByKey) {
@@ -448,20 +439,6 @@ protected:
     std::string factory_;
 };
 
-TEST_F(SnmpTrapLoader, FactoryDefaults) {
-    std::memset(static_cast<unsigned char *>(intf_quorix_mem) + kDest, 0xAA, 208);
-    load(0);
-    EXPECT_EQ(rec(0, 2), (Bytes{2, 0}));
-    EXPECT_EQ(rec(2, 17), text("vantol", 17));
-    EXPECT_EQ(rec(19, 17), text("HostName", 17));
-    EXPECT_EQ(rec(178, 1), Bytes{255});
-    for (int i = 0; i < 4; ++i)
-        EXPECT_EQ(qtest::blockBytes(kDest + 52 * i, 52), cat(Bytes(48, 0), Bytes{162, 0, 0, 0})) << i;
-    unsigned char out[179] = {};
-    ASSERT_EQ(QuorixGetSnmpTrapCfgFromMem(out), 0);
-    EXPECT_STREQ(reinterpret_cast<char *>(out + 2), "vantol");
-}
-
 TEST_F(SnmpTrapLoader, ConfWinsOverDefaultsAndStringsAreCutTo16) {
     qtest::writeFile(kFile, R"({"SnmpTrapCfg":{"TrapVersion":259,"EngineID":"0123456789abcdef0123",
         "HostID":"SerialNum"},"SnmpTrapDestCfg":[{"Enabled":1,"Destination":"h.org","port":74565}]})");
@@ -488,28 +465,6 @@ TEST_F(SnmpTrapLoader, PortKeepsItsLow32BitsAcrossSaveAndReload) {
               0);
     load(0);
     EXPECT_EQ(qtest::blockBytes(kDest, 208 + 179), loaded);
-}
-
-TEST_F(SnmpTrapLoader, Failures) {
-    logIpmiToConsole();
-    unlink("/etc/defconfig/SnmpTrapCfg.json");
-    EXPECT_NE(load(-1).find("The SnmpTrap configure file /conf/SnmpTrapCfg.json not exist."), std::string::npos);
-    qtest::writeFile(kFile, "{ not json");
-    EXPECT_NE(load(-1).find("Get the total SnmpTrap configure struct from Json failed."), std::string::npos);
-    qtest::writeFile(kFile, R"({"Other":{}})");
-    EXPECT_NE(load(-1).find("Get the SnmpTrapCfg struct from Json failed."), std::string::npos);
-    qtest::writeFile(kFile, R"({"SnmpTrapCfg":{"TrapVersion":1},"SnmpTrapDestCfg":{"Enabled":1}})");
-    EXPECT_NE(load(-1).find("Get the SnmpTrapDestCfg struct from Json failed."), std::string::npos);
-    // Five destinations: the record is loaded, the destination block is not touched.
-    std::memset(static_cast<unsigned char *>(intf_quorix_mem) + kDest, 0xAA, 208);
-    qtest::writeFile(kFile, R"({"SnmpTrapCfg":{"TrapVersion":1,"Community":"c"},"SnmpTrapDestCfg":[{},{},{},{},{}]})");
-    EXPECT_NE(load(-1).find("Get the SnmpTrapDestCfg length from Json error."), std::string::npos);
-    EXPECT_EQ(qtest::blockBytes(kDest, 208), Bytes(208, 0xAA));
-    EXPECT_EQ(rec(0, 3), (Bytes{1, 0, 'c'}));
-    // Wrong types: texts given as numbers stay empty, numbers given as text load as 0.
-    qtest::writeFile(kFile, R"({"SnmpTrapCfg":{"TrapVersion":"3","Community":17},"SnmpTrapDestCfg":[]})");
-    load(0);
-    EXPECT_EQ(rec(0, 19), Bytes(19, 0));
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "command.h"
-#include "config/password_rule_layout.h"
+#include "config/password_rule/password_rule_layout.h"
 #include "quorix_common_interface.h"
 
 namespace ctl {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "command.h"
-#include "config/smtp_layout.h"
+#include "config/smtp/smtp_layout.h"
 #include "config_request.h"
 #include "core/byte_access.h"
 #include "quorix_common_interface.h"

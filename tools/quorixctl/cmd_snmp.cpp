@@ -5,8 +5,8 @@
 #include <string>
 
 #include "command.h"
-#include "config/snmp_agent_layout.h"
-#include "config/snmp_trap_layout.h"
+#include "config/snmp/snmp_agent_layout.h"
+#include "config/snmp/snmp_trap_layout.h"
 #include "config_request.h"
 #include "core/byte_access.h"
 #include "quorix_common_interface.h"

@@ -12,7 +12,7 @@
 
 #include "command.h"
 #include "config_request.h"
-#include "config/syslog_layout.h"
+#include "config/syslog/syslog_layout.h"
 #include "quorix_common_interface.h"
 
 namespace ctl {

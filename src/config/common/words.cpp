@@ -1,5 +1,6 @@
 // Exported word tables and the word/index routines over them.
-#include "config/words.h"
+#include "config/common/validators.h"
+#include "config/common/words.h"
 
 #include <strings.h>
 
@@ -213,12 +214,7 @@ QRX_EXPORT int QuorixSyslogLevel2IDLSeverity(int severity, char *dest, unsigned 
 }
 
 QRX_EXPORT unsigned ValidateSNMPTrapCfgInput(const unsigned char *bytes, int length) {
-    if (bytes == nullptr) return 1;
-    for (int i = 0; i < length; ++i) {
-        // Zero bytes are padding of fixed fields and do not end the check.
-        if (bytes[i] != 0 && (bytes[i] < 33 || bytes[i] > 126)) return 1;
-    }
-    return 0;
+    return qrx::config::isPrintableField(bytes, length > 0 ? static_cast<std::size_t>(length) : 0) ? 0 : 1;
 }
 
 QRX_EXPORT unsigned ValidateSNMPTrapCfgDeviceType(unsigned code) {

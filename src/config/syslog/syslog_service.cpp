@@ -7,13 +7,14 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <string>
 
 #include "core/completion_codes.h"
-#include "config/syslog_file.h"
-#include "config/syslog_layout.h"
-#include "config/validators.h"
+#include "config/syslog/syslog_file.h"
+#include "config/syslog/syslog_layout.h"
+#include "config/common/validators.h"
 #include "core/export.h"
+#include "diag/log_names.h"
+#include "core/request_reader.h"
 #include "core/shared_block.h"
 #include "quorix_common_interface.h"
 #include "quorix_platform.h"
@@ -32,22 +33,23 @@ constexpr const char *kStartCommand = "/etc/init.d/rsyslog start";
 
 using namespace qrx::cc;
 
-constexpr unsigned kLevelError = 2;
 constexpr int kWriteAttempts = 3;
 
 constexpr std::uint8_t kSelectGlobals = 0;
 constexpr std::uint8_t kSelectDestination = 1;
 constexpr std::uint8_t kSelectTest = 2;
-constexpr std::size_t kGlobalsRequestLength = 5;
-constexpr std::size_t kDestinationRequestLength = 55;
-constexpr std::size_t kTestRequestLength = 2;
-// Destination request: index, enable, type, 47 host bytes, port most significant byte first.
-constexpr std::size_t kReqDestIndex = 1;
-constexpr std::size_t kReqDestEnable = 2;
-constexpr std::size_t kReqDestType = 3;
-constexpr std::size_t kReqDestHost = 4;
-constexpr std::size_t kReqDestPort = kReqDestHost + kDestHostSize;
-static_assert(kReqDestPort + 4 == kDestinationRequestLength, "destination request is 55 bytes");
+// Selector, then: syslog, tag, level, protocol.
+constexpr LengthRule kGlobalsRequest = exactly(5);
+// Selector, then: index, enable, type, 47 host bytes, port most significant byte first.
+constexpr LengthRule kDestinationRequest = exactly(4 + kDestHostSize + 4);
+// Selector, then the destination index.
+constexpr LengthRule kTestRequest = exactly(2);
+constexpr std::uint8_t kTagMax = 2;
+constexpr std::uint8_t kLevelMax = 3;
+constexpr std::uint8_t kProtocolMax = 3;
+constexpr std::uint8_t kDestEnableMax = 1;
+constexpr std::uint8_t kDestTypeMax = 3;
+constexpr std::uint32_t kPortMax = 0xFFFF;
 
 constexpr int kFruDevice = 0;
 constexpr int kFruReadLength = 255;
@@ -67,35 +69,17 @@ struct FileCloser {
 };
 using File = std::unique_ptr<FILE, FileCloser>;
 
-// Bounds-aware reader of a request; reads past the end give 0 (the length
-// test runs before any field is used).
-class Cursor {
-public:
-    Cursor(const unsigned char *data, std::size_t length) : data_(data), length_(length) {}
-    std::size_t length() const { return length_; }
-    std::uint8_t u8(std::size_t off) const { return off < length_ ? data_[off] : 0; }
-    std::uint32_t u32be(std::size_t off) const {
-        return (static_cast<std::uint32_t>(u8(off)) << 24) | (static_cast<std::uint32_t>(u8(off + 1)) << 16) |
-               (static_cast<std::uint32_t>(u8(off + 2)) << 8) | u8(off + 3);
-    }
-    const unsigned char *at(std::size_t off) const { return data_ + off; }
-
-private:
-    const unsigned char *data_;
-    std::size_t length_;
-};
-
 ByteView destRecord(std::size_t i) {
     return sharedBlock().at(kDestOffset + i * kDestRecordSize);
 }
 
-bool writeOnce(FILE *f, const std::string &text) {
+bool writeOnce(FILE *f, std::string_view text) {
     return std::fwrite(text.data(), 1, text.size(), f) == text.size() && std::fflush(f) == 0;
 }
 
 // The same text up to three times on the open file; a failed attempt is not
 // undone, a later one appends.
-bool writeWithRetries(FILE *f, const std::string &text) {
+bool writeWithRetries(FILE *f, std::string_view text) {
     for (int attempt = 0; attempt < kWriteAttempts; ++attempt) {
         if (writeOnce(f, text)) return true;
         std::clearerr(f);
@@ -115,25 +99,61 @@ const char *writeFailureMessage(const SyslogConfig &c) {
     }
 }
 
-// A field of the product area of FRU device 0; empty when it cannot be read.
-std::string fruField(int field) {
+// A field of the product area of FRU device 0 into out; empty when it cannot be read.
+void fruField(int field, char *out, std::size_t size) {
+    out[0] = '\0';
     unsigned char fru[kFruReadLength] = {};
     char value[64] = {};
-    if (quorix_read_fru(kFruDevice, 0, kFruReadLength, fru) != kFruReadLength) return "";
-    if (QuorixParseEEPROMFRUData(fru, kFruReadLength, kFruProductArea, field, value, sizeof value - 1) != 0) return "";
-    return std::string(value, strnlen(value, sizeof value));
+    if (quorix_read_fru(kFruDevice, 0, kFruReadLength, fru) != kFruReadLength) return;
+    if (QuorixParseEEPROMFRUData(fru, kFruReadLength, kFruProductArea, field, value, sizeof value - 1) != 0) return;
+    std::snprintf(out, size, "%.*s", static_cast<int>(strnlen(value, sizeof value)), value);
 }
 
-// Last line of "/etc/hostname" without its last character (the line feed).
-bool hostnameFromFile(std::string &name) {
+// Last line of "/etc/hostname" without its last character (the line feed) into out.
+bool hostnameFromFile(char *out, std::size_t size) {
     File f(std::fopen(kHostnameFile, "r"));
     if (!f) return false;
     char line[256];
-    std::string last;
-    while (std::fgets(line, sizeof line, f.get()) != nullptr) last = line;
-    if (!last.empty()) last.pop_back();
-    name = last;
+    char last[256] = {};
+    while (std::fgets(line, sizeof line, f.get()) != nullptr) std::snprintf(last, sizeof last, "%s", line);
+    const std::size_t length = std::strlen(last);
+    if (length > 0) last[length - 1] = '\0';
+    std::snprintf(out, size, "%s", last);
     return true;
+}
+
+int restartSyslog() {
+    if (safe_system(kStopCommand) < 0) {
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "stop syslog failed.");
+        return -1;
+    }
+    if (safe_system(kStartCommand) < 0) {
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "start syslog failed.");
+        return -1;
+    }
+    return 0;
+}
+
+// The message tag in the block: FRU serial or part number, else the host name.
+unsigned setTag(unsigned tag) {
+    char text[kTagTextSize] = {};
+    if (tag == kTagSerial) {
+        fruField(kFruSerialField, text, sizeof text);
+    } else if (tag == kTagPart) {
+        fruField(kFruPartField, text, sizeof text);
+    } else {
+        char name[kTagTextSize + 1] = {};
+        if (g_tagSetBefore && gethostname(name, kTagTextSize) == 0) {
+            std::snprintf(text, sizeof text, "%.*s", static_cast<int>(strnlen(name, kTagTextSize)), name);
+        } else if (!hostnameFromFile(text, sizeof text)) {
+            return static_cast<unsigned>(-1);
+        }
+    }
+    const ByteView block = sharedBlock();
+    block.fill(kTagTextOffset, 0, kTagTextSize);
+    block.copyIn(kTagTextOffset, text, std::strlen(text));
+    g_tagSetBefore = true;
+    return 0;
 }
 
 }  // namespace
@@ -143,7 +163,7 @@ Destination readDestination(ByteView record) {
     d.enable = record.u8(kDestEnable);
     d.type = record.u8(kDestType);
     const char *host = reinterpret_cast<const char *>(record.data() + kDestHost);
-    d.host.assign(host, strnlen(host, kHostTextMax));
+    d.setHost(std::string_view(host, strnlen(host, kHostTextMax)));
     d.port = record.u32(kDestPort);
     return d;
 }
@@ -152,7 +172,7 @@ void writeDestination(ByteView record, const Destination &d) {
     record.setU8(kDestEnable, d.enable);
     record.setU8(kDestType, d.type);
     record.fill(kDestHost, 0, kDestHostSize);
-    record.copyIn(kDestHost, d.host.data(), std::min(d.host.size(), kHostTextMax));
+    record.copyIn(kDestHost, d.host, strnlen(d.host, kHostTextMax));
     record.setU32(kDestPort, d.port);
 }
 
@@ -207,33 +227,30 @@ unsigned writeConfigFile(const SyslogConfig &c) {
     if (c.testTarget > kDestCount && c.testTarget != kNoTestTarget) return kCcInvalidDataField;
     File f(std::fopen(kConfFile, "w"));
     if (!f) {
-        QuorixDebug(kLevelError, "QRXMONITOR", "Open syslog.conf failed .");
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "Open syslog.conf failed .");
         return kCcUnspecified;
     }
-    const std::string text = configText(c);
+    const ConfigText file = configText(c);
+    const std::string_view text = file.view();
     // An unknown transport leaves the file empty.
     if (!text.empty() && !writeWithRetries(f.get(), text)) {
         f.reset();
-        QuorixDebug(kLevelError, "QRXMONITOR", "%s", writeFailureMessage(c));
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "%s", writeFailureMessage(c));
         return kCcUnspecified;
     }
     f.reset();
     // A failed restart is logged by the restart; the file is written.
-    QuorixRestartSyslog();
+    restartSyslog();
     return kCcOk;
 }
 
-unsigned writeConfig(const SyslogConfig &c) {
-    unsigned char record[kWriterRecordSize];
-    writeWriterRecord(c, record);
-    return QuorixSyslogWriteToFile(record);
-}
 
-unsigned setGlobals(const Cursor &req) {
+unsigned setGlobals(RequestReader req) {
     g_lastTestTarget = kNoTestTarget;
-    if (req.length() != kGlobalsRequestLength) return kCcReqDataLenInvalid;
-    const std::uint8_t syslog = req.u8(1), tag = req.u8(2), level = req.u8(3), protocol = req.u8(4);
-    if ((syslog != kSyslogDisabled && syslog != kSyslogEnabled) || tag > 2 || level > 3 || protocol > 3)
+    if (!kGlobalsRequest.accepts(req.length())) return kCcReqDataLenInvalid;
+    const std::uint8_t syslog = req.u8(), tag = req.u8(), level = req.u8(), protocol = req.u8();
+    if ((syslog != kSyslogDisabled && syslog != kSyslogEnabled) || tag > kTagMax || level > kLevelMax ||
+        protocol > kProtocolMax)
         return kCcParamOutOfRange;
     SyslogConfig c = readBlockConfig();
     if (c.syslog == syslog && c.tag == tag && c.level == level && c.protocol == protocol) return kCcOk;
@@ -243,48 +260,50 @@ unsigned setGlobals(const Cursor &req) {
     c.level = level;
     c.protocol = protocol;
     c.testTarget = kNoTestTarget;
-    if (unsigned cc = writeConfig(c); cc != kCcOk) return cc;
+    if (unsigned cc = writeConfigFile(c); cc != kCcOk) return cc;
     ByteView block = sharedBlock();
     block.setU8(kSyslogEnableOffset, syslog);
     block.setU8(kLevelOffset, level);
     block.setU8(kProtocolOffset, protocol);
     if (tag != storedTag) {
         block.setU8(kTagOffset, tag);
-        QuorixSetSyslogTag(tag);
+        setTag(tag);
     }
     return kCcOk;
 }
 
-unsigned setDestination(const Cursor &req) {
+unsigned setDestination(RequestReader req) {
     g_lastTestTarget = kNoTestTarget;
-    if (req.length() != kDestinationRequestLength) return kCcReqDataLenInvalid;
-    const std::uint8_t index = req.u8(kReqDestIndex);
+    if (!kDestinationRequest.accepts(req.length())) return kCcReqDataLenInvalid;
+    const std::uint8_t index = req.u8();
     Destination d;
-    d.enable = req.u8(kReqDestEnable);
-    d.type = req.u8(kReqDestType);
-    d.port = req.u32be(kReqDestPort);
-    if (index >= kDestCount || d.enable > 1 || d.type > 3 || d.port > 0xFFFF) return kCcParamOutOfRange;
-    if (!isPrintableField(req.at(kReqDestHost), kDestHostSize)) return kCcInvalidDataField;
+    d.enable = req.u8();
+    d.type = req.u8();
+    const RequestText hostBytes = req.text(kDestHostSize);
+    d.port = req.u32be();
+    if (index >= kDestCount || d.enable > kDestEnableMax || d.type > kDestTypeMax || d.port > kPortMax)
+        return kCcParamOutOfRange;
+    if (!isPrintableField(hostBytes.data, kDestHostSize)) return kCcInvalidDataField;
     char host[kDestHostSize + 1] = {};
-    std::memcpy(host, req.at(kReqDestHost), kDestHostSize);
+    std::memcpy(host, hostBytes.data, kDestHostSize);
     // An enabled destination with an empty host is accepted.
     if (host[0] != '\0' && !isValidHost(host)) {
-        QuorixDebug(kLevelError, "IPMI", "Invalid data format of Syslog destination!");
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleIpmi, "Invalid data format of Syslog destination!");
         return kCcInvalidDataField;
     }
-    d.host.assign(host, strnlen(host, kHostTextMax));
+    d.setHost(std::string_view(host, strnlen(host, kHostTextMax)));
     SyslogConfig c = readBlockConfig();
     if (c.dest[index] == d) return kCcOk;
     c.dest[index] = d;
     c.testTarget = kNoTestTarget;
-    if (unsigned cc = writeConfig(c); cc != kCcOk) return cc;
+    if (unsigned cc = writeConfigFile(c); cc != kCcOk) return cc;
     writeDestination(destRecord(index), d);
     return kCcOk;
 }
 
-unsigned sendTest(const Cursor &req) {
-    if (req.length() != kTestRequestLength) return kCcReqDataLenInvalid;
-    const std::uint8_t index = req.u8(1);
+unsigned sendTest(RequestReader req) {
+    if (!kTestRequest.accepts(req.length())) return kCcReqDataLenInvalid;
+    const std::uint8_t index = req.u8();
     if (index >= kDestCount) return kCcParamOutOfRange;
     SyslogConfig c = readBlockConfig();
     if (c.syslog == kSyslogDisabled || c.dest[index].enable != 1) return kCcNotAllowedNow;
@@ -292,7 +311,7 @@ unsigned sendTest(const Cursor &req) {
     if (index != g_lastTestTarget) {
         g_lastTestTarget = index;
         c.testTarget = index;
-        if (unsigned cc = writeConfig(c); cc != kCcOk) return cc;
+        if (unsigned cc = writeConfigFile(c); cc != kCcOk) return cc;
     }
     char ident[kTagTextSize + 1] = {};
     sharedBlock().copyOut(kTagTextOffset, ident, kTagTextSize);
@@ -312,20 +331,16 @@ extern "C" {
 
 QRX_EXPORT unsigned QuorixSetSyslogConfigInterface(const unsigned char *request, int length) {
     if (request == nullptr || length < 1) return sl::kCcReqDataLenInvalid;
-    try {
-        const sl::Cursor req(request, static_cast<std::size_t>(length));
-        switch (req.u8(0)) {
-            case sl::kSelectGlobals:
-                return sl::setGlobals(req);
-            case sl::kSelectDestination:
-                return sl::setDestination(req);
-            case sl::kSelectTest:
-                return sl::sendTest(req);
-            default:
-                return sl::kCcParamOutOfRange;
-        }
-    } catch (...) {
-        return sl::kCcUnspecified;
+    qrx::RequestReader req(request, static_cast<std::size_t>(length));
+    switch (req.u8()) {
+        case sl::kSelectGlobals:
+            return sl::setGlobals(req);
+        case sl::kSelectDestination:
+            return sl::setDestination(req);
+        case sl::kSelectTest:
+            return sl::sendTest(req);
+        default:
+            return sl::kCcParamOutOfRange;
     }
 }
 
@@ -348,57 +363,27 @@ QRX_EXPORT int QuorixGetSyslogConfigInterface(int selector, unsigned char *respo
 
 QRX_EXPORT unsigned QuorixSyslogWriteToFile(const unsigned char *record) {
     if (record == nullptr) return sl::kCcInvalidDataField;
-    try {
-        return sl::writeConfigFile(sl::readWriterRecord(record));
-    } catch (...) {
-        return sl::kCcUnspecified;
-    }
+    return sl::writeConfigFile(sl::readWriterRecord(record));
 }
 
 QRX_EXPORT unsigned QuorixSyslogConfigInit(void) {
-    try {
-        sl::SyslogConfig c;  // the defaults
-        sl::storeBlockConfig(c);
-        sl::File f(std::fopen(sl::kConfFile, "r"));
-        if (!f) return static_cast<unsigned>(-1);
-        int tagSeen = 0;
-        char line[1024];
-        while (std::fgets(line, sizeof line, f.get()) != nullptr) {
-            line[std::strcspn(line, "\r\n")] = '\0';
-            sl::applyHeaderLine(line, c, tagSeen);
-        }
-        sl::storeBlockConfig(c);
-        QuorixSetSyslogTag(static_cast<unsigned>(tagSeen));
-        return 0;
-    } catch (...) {
-        return static_cast<unsigned>(-1);
+    sl::SyslogConfig c;  // the defaults
+    sl::storeBlockConfig(c);
+    sl::File f(std::fopen(sl::kConfFile, "r"));
+    if (!f) return static_cast<unsigned>(-1);
+    int tagSeen = 0;
+    char line[1024];
+    while (std::fgets(line, sizeof line, f.get()) != nullptr) {
+        line[std::strcspn(line, "\r\n")] = '\0';
+        sl::applyHeaderLine(line, c, tagSeen);
     }
+    sl::storeBlockConfig(c);
+    sl::setTag(static_cast<unsigned>(tagSeen));
+    return 0;
 }
 
 QRX_EXPORT unsigned QuorixSetSyslogTag(unsigned tag) {
-    try {
-        std::string text;
-        if (tag == sl::kTagSerial) {
-            text = sl::fruField(sl::kFruSerialField);
-        } else if (tag == sl::kTagPart) {
-            text = sl::fruField(sl::kFruPartField);
-        } else {
-            char name[sl::kTagTextSize + 1] = {};
-            if (sl::g_tagSetBefore && gethostname(name, sl::kTagTextSize) == 0) {
-                text.assign(name, strnlen(name, sl::kTagTextSize));
-            } else if (!sl::hostnameFromFile(text)) {
-                return static_cast<unsigned>(-1);
-            }
-        }
-        if (text.size() > sl::kTagTextSize - 1) text.resize(sl::kTagTextSize - 1);
-        const qrx::ByteView block = qrx::sharedBlock();
-        block.fill(sl::kTagTextOffset, 0, sl::kTagTextSize);
-        block.copyIn(sl::kTagTextOffset, text.data(), text.size());
-        sl::g_tagSetBefore = true;
-        return 0;
-    } catch (...) {
-        return static_cast<unsigned>(-1);
-    }
+    return sl::setTag(tag);
 }
 
 QRX_EXPORT int QuorixGetSyslogTag(char *dest, int size) {
@@ -409,15 +394,7 @@ QRX_EXPORT int QuorixGetSyslogTag(char *dest, int size) {
 }
 
 QRX_EXPORT int QuorixRestartSyslog(void) {
-    if (safe_system(sl::kStopCommand) < 0) {
-        QuorixDebug(sl::kLevelError, "QRXMONITOR", "stop syslog failed.");
-        return -1;
-    }
-    if (safe_system(sl::kStartCommand) < 0) {
-        QuorixDebug(sl::kLevelError, "QRXMONITOR", "start syslog failed.");
-        return -1;
-    }
-    return 0;
+    return sl::restartSyslog();
 }
 
 }  // extern "C"

@@ -1,7 +1,7 @@
 // Reversible protection of stored passwords. Cipher, key, base64 and the
 // feature switch belong to the platform; a build without the encryption
 // feature stores passwords in plain, so every call then succeeds untouched.
-#include "config/secret.h"
+#include "config/common/secret.h"
 
 #include <cstdio>
 #include <cstring>
@@ -66,6 +66,25 @@ int protectStoredText(unsigned char *field, int length) {
     const std::size_t text = strnlen(reinterpret_cast<const char *>(field), size);
     std::memset(field + text, 0, size - text);
     return protectInPlace(field, length);
+}
+
+bool sameSecret(const unsigned char *field, const SecretRule &rule, std::size_t taken, const unsigned char *text,
+                std::size_t compared) {
+    unsigned char clear[kInPlaceMaxLength + 1] = {};
+    std::memcpy(clear, field, taken < sizeof clear ? taken : sizeof clear);
+    unprotectInPlace(clear, static_cast<int>(rule.span));
+    return std::memcmp(clear, text, compared < sizeof clear ? compared : sizeof clear) == 0;
+}
+
+void storeSecret(unsigned char *field, const SecretRule &rule, const unsigned char *text, std::size_t length) {
+    unsigned char work[kInPlaceMaxLength + 1] = {};
+    std::memcpy(work, text, length < rule.size ? length : rule.size);
+    protectStoredText(work, static_cast<int>(rule.span));
+    std::memset(field, 0, rule.size);
+    // The protected form of a short span fits the field whole; behind it the field stays zero.
+    const std::size_t stored = rule.cutAtZero ? strnlen(reinterpret_cast<const char *>(work), rule.span) : rule.span;
+    std::memcpy(field, work, stored);
+    if (rule.terminate) field[rule.size - 1] = 0;
 }
 
 int unprotectInPlace(unsigned char *buf, int length) {

@@ -4,7 +4,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <cstring>
+#include <string_view>
 
 #include "core/byte_access.h"
 
@@ -49,11 +50,17 @@ inline constexpr int kProtocolTlsTwoWay = 3;
 struct Destination {
     std::uint8_t enable = 0;
     std::uint8_t type = 3;
-    std::string host;  // at most 46 characters
+    char host[kHostTextMax + 1] = {};  // at most 46 characters, terminated
     std::uint32_t port = 514;
 
+    // Takes at most 46 characters of text.
+    void setHost(std::string_view text) {
+        const std::size_t n = text.size() < kHostTextMax ? text.size() : kHostTextMax;
+        std::memcpy(host, text.data(), n);
+        host[n] = '\0';
+    }
     bool operator==(const Destination &o) const {
-        return enable == o.enable && type == o.type && host == o.host && port == o.port;
+        return enable == o.enable && type == o.type && std::strcmp(host, o.host) == 0 && port == o.port;
     }
 };
 

@@ -1,5 +1,5 @@
 // Operator-input validators.
-#include "config/validators.h"
+#include "config/common/validators.h"
 
 #include <arpa/inet.h>
 #include <regex.h>
@@ -8,9 +8,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 
-#include "config/words.h"
+#include "config/common/words.h"
 #include "core/export.h"
 #include "quorix_common_interface.h"
 
@@ -74,10 +73,19 @@ bool isValidHost(const char *host) {
     return isValidIpv6(host) || isValidIpv4(host) || isValidDomain(host);
 }
 
-bool isPrintableField(const unsigned char *bytes, unsigned length) {
-    for (unsigned i = 0; i < length; ++i)
-        if (bytes[i] != 0 && (bytes[i] < 33 || bytes[i] > 126)) return false;
+bool charsIn(const unsigned char *bytes, std::size_t length, unsigned char low) {
+    if (bytes == nullptr) return false;
+    for (std::size_t i = 0; i < length; ++i)
+        if (bytes[i] != 0 && (bytes[i] < low || bytes[i] > kLastPrintable)) return false;
     return true;
+}
+
+bool isPrintableField(const unsigned char *bytes, std::size_t length) {
+    return charsIn(bytes, length, kFirstPrintable);
+}
+
+bool isBlankTolerantField(const unsigned char *bytes, std::size_t length) {
+    return charsIn(bytes, length, ' ');
 }
 
 bool isValidEmail(const char *address) {
@@ -146,21 +154,17 @@ QRX_EXPORT int QuorixIsValidUserName(const char *name, unsigned max_length, int 
         std::puts("The first character in the username cannot be a special character.");
         return 1;
     }
-    const std::size_t capacity = static_cast<std::size_t>(max_length) + 1;
-    std::unique_ptr<char, decltype(&std::free)> copy(
-        capacity == 0 ? nullptr : static_cast<char *>(std::calloc(capacity, 1)), &std::free);
-    if (!copy) {
+    // A bound whose terminator does not fit a size_t (32-bit boards) is refused as before.
+    if (static_cast<std::size_t>(max_length) + 1 == 0) {
         std::printf("%s : Cannot allocate memory\n", "QuorixIsValidUserName");
         return 1;
     }
-    const std::size_t length = std::strlen(name);
-    if (length > max_length) {
+    if (std::strlen(name) > max_length) {
         std::puts("Buffer overflow detected ");
         return 1;
     }
-    std::memcpy(copy.get(), name, length);
     const bool dotAllowed = mode != 0;
-    for (const unsigned char *p = reinterpret_cast<const unsigned char *>(copy.get()); *p != 0; ++p) {
+    for (const unsigned char *p = reinterpret_cast<const unsigned char *>(name); *p != 0; ++p) {
         if (!qrx::config::userNameForbidden(*p, dotAllowed)) continue;
         if (mode == 0)
             std::puts("The special character in the requested username is impermissible.");

@@ -3,8 +3,10 @@
 #include <cstring>
 
 #include "core/completion_codes.h"
-#include "config/password_rule_layout.h"
+#include "config/password_rule/password_rule_layout.h"
 #include "core/export.h"
+#include "core/request_reader.h"
+#include "diag/log_names.h"
 #include "quorix_common_interface.h"
 
 namespace {
@@ -34,18 +36,11 @@ qrx::ByteView cache() {
     return qrx::ByteView(g_rule);
 }
 
-std::uint32_t bigEndian(const unsigned char *p, int width) {
-    std::uint32_t v = 0;
-    for (int i = 0; i < width; ++i) v = (v << 8) | p[i];
-    return v;
-}
-
 unsigned char setSingle(const unsigned char *req, int n, bool &changed) {
     const pw::Field &f = pw::kFields[req[0]];
     if (n != static_cast<int>(f.width) + 1) return kCcReqDataLenInvalid;
-    std::uint32_t value = req[1];
-    if (f.width == 2) value = qrx::ByteView(const_cast<unsigned char *>(req)).u16(1);
-    if (f.width == 4) value = qrx::ByteView(const_cast<unsigned char *>(req)).u32(1);
+    qrx::RequestReader r(req + 1, f.width);
+    const std::uint32_t value = f.width == 4 ? r.u32le() : f.width == 2 ? r.u16le() : r.u8();
     if (value < f.min || value > f.max) return kCcParamOutOfRange;
     if (pw::getField(cache(), f) == value) return kCcOk;
     pw::setField(cache(), f, value);
@@ -58,8 +53,9 @@ bool inRange(std::uint32_t v, int field) {
 }
 
 unsigned char setWhole(unsigned char *req, bool &changed) {
-    std::uint32_t maxAge = bigEndian(req + kReqMaxAge, 2);
-    std::uint32_t lockoutMinutes = bigEndian(req + kReqLockoutMinutes, 4);
+    const qrx::RequestReader r(req, kWholeRecordLength);
+    const std::uint32_t maxAge = r.at(kReqMaxAge).u16be();
+    const std::uint32_t lockoutMinutes = r.at(kReqLockoutMinutes).u32be();
     qrx::ByteView c = cache();
     if (req[kReqEnabled] == 1) {
         if (!inRange(req[kReqMinLength], 1) || !inRange(req[kReqComplexity], 2) || !inRange(req[kReqHistory], 5) ||
@@ -111,7 +107,7 @@ QRX_EXPORT int QuorixSetUserPasswordRuleInterface(unsigned char *request, int le
     if (cc != kCcOk || !changed) return cc;
     int written = QuorixWriteMainBoardEEprom(pw::kEepromOffset, g_rule, static_cast<int>(pw::kRecordSize));
     if (written != static_cast<int>(pw::kRecordSize)) {
-        QuorixDebug(2, "QRXMONITOR", "Write UserPassWdRUle to EEPROM failed! retval=%d", written);
+        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "Write UserPassWdRUle to EEPROM failed! retval=%d", written);
         return kCcUnspecified;
     }
     return kCcOk;
@@ -123,7 +119,7 @@ QRX_EXPORT int QuorixGetUserPasswordRuleInterface(unsigned char *response) {
         unsigned char record[pw::kRecordSize];
         int got = QuorixReadMainBoardEEprom(pw::kEepromOffset, record, static_cast<int>(pw::kRecordSize));
         if (got != static_cast<int>(pw::kRecordSize)) {
-            QuorixDebug(2, "QRXMONITOR", "Read UserPassWdRUle to EEPROM failed! retval=%d", got);
+            QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "Read UserPassWdRUle to EEPROM failed! retval=%d", got);
             response[0] = kCcReadFailed;
             return 1;
         }

@@ -5,14 +5,16 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "config/common/validators.h"
 #include "core/completion_codes.h"
+#include "diag/log_names.h"
 
 namespace qrx::config::svc {
 
 using namespace qrx::cc;
 
-inline constexpr unsigned kLevelError = 2;
-inline constexpr const char *kModule = "IPMI";
+inline constexpr unsigned kLevelError = diag::kLogError;
+inline constexpr const char *kModule = diag::kModuleIpmi;
 
 // "[function line] message" on standard output.
 void traceLine(const char *function, int line, const char *format, ...) __attribute__((format(printf, 3, 4)));
@@ -20,13 +22,11 @@ void traceLine(const char *function, int line, const char *format, ...) __attrib
 // Posts the alert-test request for destination code (trap 0..3, mail 4..7) to the IDL service.
 void postDestinationTest(std::uint8_t code);
 
-// Each byte 0 or within [low, 0x7E].
-bool charsIn(const unsigned char *bytes, std::size_t length, unsigned char low);
 inline bool strictText(const unsigned char *b, std::size_t n) {
-    return charsIn(b, n, 0x21);
+    return isPrintableField(b, n);
 }
 inline bool blankTolerantText(const unsigned char *b, std::size_t n) {
-    return charsIn(b, n, 0x20);
+    return isBlankTolerantField(b, n);
 }
 
 // An IPv6 or IPv4 address or a domain name, or empty.

@@ -24,6 +24,22 @@ int unprotectInPlace(unsigned char *buf, int length);
 // request carried behind its terminator would otherwise be stored, and
 // returned by a get, in clear.
 int protectStoredText(unsigned char *field, int length);
+// How a service keeps one protected text field of its record.
+struct SecretRule {
+    std::size_t size;    // bytes of the field
+    std::size_t span;    // bytes protected and unprotected in place
+    bool terminate;      // the field's last byte is forced to zero after protection
+    bool cutAtZero;      // the protected form is stored only up to its first zero byte
+};
+
+// True when the clear form of the stored field, taken from its first taken
+// bytes, equals text over compared bytes (text readable that far).
+bool sameSecret(const unsigned char *field, const SecretRule &rule, std::size_t taken, const unsigned char *text,
+                std::size_t compared);
+// Replaces the field with length bytes of text (cut to the field): clear,
+// copy, protect, terminate.
+void storeSecret(unsigned char *field, const SecretRule &rule, const unsigned char *text, std::size_t length);
+
 // Blowfish then base64 into out (zeroed by the caller, at least 2 x length bytes).
 int protectToBase64(const char *plain, char *out, const char *key, int length);
 // Base64 then Blowfish into out (size bytes, zero-filled behind the text).

@@ -2,12 +2,14 @@
 // JSON file "/conf/SnmpAgentCfg.json" and the agent restart.
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
-#include "config/json_file.h"
-#include "config/secret.h"
-#include "config/snmp_agent_layout.h"
-#include "config/snmp_common.h"
+#include "config/common/json_record.h"
+#include "config/common/secret.h"
+#include "config/snmp/snmp_agent_layout.h"
+#include "config/common/service.h"
 #include "core/export.h"
+#include "core/request_reader.h"
 #include "core/shared_block.h"
 #include "quorix_common_interface.h"
 #include "quorix_platform.h"
@@ -15,14 +17,19 @@
 namespace qrx::config::snmpagent {
 
 using namespace qrx::config::svc;
+using json::Kind;
 
 namespace {
 
-constexpr int kParseTries = 4;
-constexpr int kLookupTries = 4;
 constexpr std::size_t kTextMax = 16;
 constexpr std::size_t kPassMax = 20;
-constexpr std::size_t kWholeRequest = kRecordSize + 1;  // record offset k is request byte k + 1
+// The parameter comes first; then its data (a whole record: offset k is request byte k + 1).
+constexpr std::size_t kHeader = 1;
+constexpr LengthRule kByteRequest = exactly(kHeader + 1);
+constexpr LengthRule kTextRequest = atMost(kHeader + kTextMax);
+constexpr LengthRule kPassRequest = atMost(kHeader + kPassMax);
+constexpr LengthRule kWholeRequest = exactly(kHeader + kRecordSize);
+constexpr LengthRule kRestartRequest = exactly(kHeader);
 constexpr std::uint8_t kParamWhole = 254;
 constexpr std::uint8_t kParamRestart = 255;
 
@@ -48,40 +55,24 @@ struct Text {
     Text(const unsigned char *data, std::size_t n) { std::memcpy(bytes, data, n < kPassMax ? n : kPassMax); }
 };
 
-// Stores a community; false when it is unchanged.
-bool storeCommunity(std::size_t offset, const unsigned char *text, std::size_t copy) {
-    ByteView rec = record();
-    unsigned char work[kCommunitySize] = {};
-    Text wanted(text, copy);
-    rec.copyOut(offset, work, kCommunitySize);
-    unprotectInPlace(work, static_cast<int>(kTextMax));
-    if (std::memcmp(work, wanted.bytes, kTextMax) == 0) return false;
-    std::memset(work, 0, sizeof work);
-    std::memcpy(work, wanted.bytes, copy < kTextMax ? copy : kTextMax);
-    protectStoredText(work, static_cast<int>(kTextMax));
-    rec.fill(offset, 0, kCommunitySize);
-    // The stored form ends at its first zero byte, as the agent reads it.
-    rec.copyIn(offset, work, strnlen(reinterpret_cast<const char *>(work), kTextMax));
-    rec.setU8(offset + kCommunitySize - 1, 0);
-    return true;
-}
+constexpr SecretRule kCommunityRule = {kCommunitySize, kTextMax, true, false};
+// A community set alone is stored up to the first zero byte of its protected form, as the agent reads it.
+constexpr SecretRule kCommunityParamRule = {kCommunitySize, kTextMax, true, true};
+constexpr SecretRule kPassRule = {kPassSize, kPassSize, false, false};
 
-bool storePassPhrase(std::size_t offset, const unsigned char *text, std::size_t copy) {
-    ByteView rec = record();
-    unsigned char work[kPassSize] = {};
+// Stores a protected field when its clear form differs over compared bytes; false when unchanged.
+bool storeSecretField(std::size_t offset, const SecretRule &rule, std::size_t compared, const unsigned char *text,
+                      std::size_t copy) {
+    unsigned char *field = record().data() + offset;
     Text wanted(text, copy);
-    rec.copyOut(offset, work, kPassSize);
-    unprotectInPlace(work, static_cast<int>(kPassSize));
-    if (std::memcmp(work, wanted.bytes, kPassMax) == 0) return false;
-    rec.fill(offset, 0, kPassSize);
-    rec.copyIn(offset, wanted.bytes, copy < kPassMax ? copy : kPassMax);
-    protectStoredText(rec.data() + offset, static_cast<int>(kPassSize));
+    if (sameSecret(field, rule, rule.size, wanted.bytes, compared)) return false;
+    storeSecret(field, rule, wanted.bytes, copy < compared ? copy : compared);
     return true;
 }
 
 unsigned setWhole(const unsigned char *req, std::size_t n) {
-    if (n != kWholeRequest) return kCcReqDataLenInvalid;
-    const unsigned char *r = req + 1;
+    if (!kWholeRequest.accepts(n)) return kCcReqDataLenInvalid;
+    const unsigned char *r = req + kHeader;
     if (r[kV1Enable] > 1 || r[kV2Enable] > 1 || r[kV3Enable] > 1) return kCcParamOutOfRange;
     const bool v12 = r[kV1Enable] == 1 || r[kV2Enable] == 1;
     const bool v3 = r[kV3Enable] == 1;
@@ -98,10 +89,7 @@ unsigned setWhole(const unsigned char *req, std::size_t n) {
     ByteView rec = record();
     if (v12) {
         for (std::size_t off : {kReadOnlyCommunity, kReadWriteCommunity}) {
-            rec.fill(off, 0, kCommunitySize);
-            rec.copyIn(off, r + off, strnlen(reinterpret_cast<const char *>(r + off), kTextMax));
-            protectStoredText(rec.data() + off, static_cast<int>(kTextMax));
-            rec.setU8(off + kCommunitySize - 1, 0);
+            storeSecret(rec.data() + off, kCommunityRule, r + off, strnlen(reinterpret_cast<const char *>(r + off), kTextMax));
         }
     }
     if (v3) {
@@ -110,9 +98,7 @@ unsigned setWhole(const unsigned char *req, std::size_t n) {
         rec.fill(kUserName, 0, kUserNameSize);
         rec.copyIn(kUserName, r + kUserName, strnlen(reinterpret_cast<const char *>(r + kUserName), kTextMax));
         for (std::size_t off : {kAuthPassword, kPrivPassword}) {
-            rec.fill(off, 0, kPassSize);
-            rec.copyIn(off, r + off, strnlen(reinterpret_cast<const char *>(r + off), kPassMax));
-            protectStoredText(rec.data() + off, static_cast<int>(kPassSize));
+            storeSecret(rec.data() + off, kPassRule, r + off, strnlen(reinterpret_cast<const char *>(r + off), kPassMax));
         }
     }
     // The set-over-v1/v2c byte (request byte 37) is never taken from a whole record.
@@ -122,6 +108,28 @@ unsigned setWhole(const unsigned char *req, std::size_t n) {
     return kCcOk;
 }
 
+constexpr json::Field kFields[] = {
+    {"SnmpV1Enable", kV1Enable, 1, Kind::U8, 0, true},
+    {"SnmpV2Enable", kV2Enable, 1, Kind::U8, 0, true},
+    {"ReadOnlyCommunity", kReadOnlyCommunity, kCommunitySize, Kind::Text, kTextMax, true},
+    {"ReadWriteCommunity", kReadWriteCommunity, kCommunitySize, Kind::Text, kTextMax, true},
+    {"SnmpV3Enable", kV3Enable, 1, Kind::U8, 0, true},
+    {"AUTHProtocol", kAuthProtocol, 1, Kind::U8, 0, true},
+    {"PrivProtocol", kPrivProtocol, 1, Kind::U8, 0, true},
+    {"AUTHUserName", kUserName, kUserNameSize, Kind::Text, kTextMax, true},
+    {"AUTHPwd", kAuthPassword, kPassSize, Kind::Text, kTextMax, true},
+    {"PRIVPwd", kPrivPassword, kPassSize, Kind::Text, kTextMax, true},
+    // Read by the loader but never written; kept so on purpose.
+    {"SnmpV1V2SetEnable", kV1V2SetEnable, 1, Kind::U8, 0, false},
+};
+
+constexpr json::LoaderText kLoader = {kFileName,
+                                      kDefaultPath,
+                                      "The Snmp configure file %s not exist.",
+                                      "Get the total Snmp configure struct from Json failed.",
+                                      "SnmpCfg",
+                                      "Get the SnmpCfg struct from Json failed."};
+
 int save(const unsigned char *rec, const char *path) {
     if (rec == nullptr || path == nullptr) {
         QuorixDebug(kLevelError, kModule, "Set Snmp configure to Json failed.");
@@ -129,17 +137,7 @@ int save(const unsigned char *rec, const char *path) {
     }
     json::Ptr root(json_object_new_object());
     json_object *cfg = json_object_new_object();
-    json_object_object_add(cfg, "SnmpV1Enable", json_object_new_int(rec[kV1Enable]));
-    json_object_object_add(cfg, "SnmpV2Enable", json_object_new_int(rec[kV2Enable]));
-    json_object_object_add(cfg, "ReadOnlyCommunity", json::fieldString(rec + kReadOnlyCommunity, kCommunitySize));
-    json_object_object_add(cfg, "ReadWriteCommunity", json::fieldString(rec + kReadWriteCommunity, kCommunitySize));
-    json_object_object_add(cfg, "SnmpV3Enable", json_object_new_int(rec[kV3Enable]));
-    json_object_object_add(cfg, "AUTHProtocol", json_object_new_int(rec[kAuthProtocol]));
-    json_object_object_add(cfg, "PrivProtocol", json_object_new_int(rec[kPrivProtocol]));
-    json_object_object_add(cfg, "AUTHUserName", json::fieldString(rec + kUserName, kUserNameSize));
-    json_object_object_add(cfg, "AUTHPwd", json::fieldString(rec + kAuthPassword, kPassSize));
-    json_object_object_add(cfg, "PRIVPwd", json::fieldString(rec + kPrivPassword, kPassSize));
-    // "SnmpV1V2SetEnable" is read by the loader but not written; kept so on purpose.
+    json::saveFields(cfg, rec, kFields);
     json_object_object_add(root.get(), "SnmpCfg", cfg);
     if (!json::writeAtomically(root.get(), path)) {
         QuorixDebug(kLevelError, kModule, "Set Snmp configure to Json failed.");
@@ -149,37 +147,11 @@ int save(const unsigned char *rec, const char *path) {
 }
 
 int load() {
-    const std::string path = json::sourceFor(kFileName);
-    if (path.empty()) {
-        QuorixDebug(kLevelError, kModule, "The Snmp configure file %s not exist.", kDefaultPath);
-        return -1;
-    }
-    json::Ptr root = json::parseFile(path, kParseTries);
-    if (!root) {
-        QuorixDebug(kLevelError, kModule, "Get the total Snmp configure struct from Json failed.");
-        return -1;
-    }
-    json_object *cfg = json::member(root.get(), "SnmpCfg", kLookupTries);
-    if (cfg == nullptr || !json_object_is_type(cfg, json_type_object)) {
-        QuorixDebug(kLevelError, kModule, "Get the SnmpCfg struct from Json failed.");
-        return -1;
-    }
+    json::Ptr root;
+    json_object *cfg = json::openSection(kLoader, root);
+    if (cfg == nullptr) return -1;
     unsigned char rec[kRecordSize] = {};
-    const struct {
-        const char *key;
-        std::size_t offset;
-    } bytes[] = {{"SnmpV1Enable", kV1Enable}, {"SnmpV2Enable", kV2Enable},     {"SnmpV1V2SetEnable", kV1V2SetEnable},
-                 {"SnmpV3Enable", kV3Enable}, {"AUTHProtocol", kAuthProtocol}, {"PrivProtocol", kPrivProtocol}};
-    for (const auto &b : bytes) rec[b.offset] = static_cast<unsigned char>(json::intMember(cfg, b.key));
-    const struct {
-        const char *key;
-        std::size_t offset;
-    } texts[] = {{"ReadOnlyCommunity", kReadOnlyCommunity},
-                 {"ReadWriteCommunity", kReadWriteCommunity},
-                 {"AUTHUserName", kUserName},
-                 {"AUTHPwd", kAuthPassword},
-                 {"PRIVPwd", kPrivPassword}};
-    for (const auto &t : texts) json::copyStringMember(cfg, t.key, rec + t.offset, kTextMax);
+    json::loadFields(cfg, rec, kFields);
     record().copyIn(0, rec, kRecordSize);
     return 0;
 }
@@ -194,13 +166,13 @@ unsigned setInterface(const unsigned char *req, std::size_t n, std::uint8_t save
     if (req == nullptr || n == 0) return kCcReqDataLenInvalid;
     ByteView rec = record();
     const std::uint8_t param = req[0];
-    const unsigned char *data = req + 1;
+    const unsigned char *data = req + kHeader;
     bool changed = false;
     bool known = false;
     for (const ByteParam &b : kByteParams) {
         if (b.param != param) continue;
         known = true;
-        if (n != 2) return kCcReqDataLenInvalid;
+        if (!kByteRequest.accepts(n)) return kCcReqDataLenInvalid;
         if (data[0] < b.min || data[0] > b.max) return b.cc;
         if (rec.u8(b.offset) != data[0]) {
             rec.setU8(b.offset, data[0]);
@@ -212,9 +184,9 @@ unsigned setInterface(const unsigned char *req, std::size_t n, std::uint8_t save
             case 2:
             case 3:
             case 8: {
-                if (n > kTextMax + 1) return kCcReqDataLenInvalid;
-                const std::size_t copy = n == kTextMax + 1 ? kTextMax : n - 1;
-                if (!strictText(data, n - 1)) return kCcParamOutOfRange;
+                if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
+                const std::size_t copy = n - kHeader;
+                if (!strictText(data, copy)) return kCcParamOutOfRange;
                 if (param == 8) {
                     Text wanted(data, copy);
                     if (std::memcmp(rec.data() + kUserName, wanted.bytes, kTextMax) != 0) {
@@ -223,16 +195,17 @@ unsigned setInterface(const unsigned char *req, std::size_t n, std::uint8_t save
                         changed = true;
                     }
                 } else {
-                    changed = storeCommunity(param == 2 ? kReadOnlyCommunity : kReadWriteCommunity, data, copy);
+                    changed = storeSecretField(param == 2 ? kReadOnlyCommunity : kReadWriteCommunity, kCommunityParamRule,
+                                               kTextMax, data, copy);
                 }
                 break;
             }
             case 9:
             case 10: {
-                if (n > kPassMax + 1) return kCcReqDataLenInvalid;
-                const std::size_t copy = n == kPassMax + 1 ? kPassMax : n - 1;
-                if (!strictText(data, n - 1)) return kCcParamOutOfRange;
-                changed = storePassPhrase(param == 9 ? kAuthPassword : kPrivPassword, data, copy);
+                if (!kPassRequest.accepts(n)) return kCcReqDataLenInvalid;
+                const std::size_t copy = n - kHeader;
+                if (!strictText(data, copy)) return kCcParamOutOfRange;
+                changed = storeSecretField(param == 9 ? kAuthPassword : kPrivPassword, kPassRule, kPassMax, data, copy);
                 break;
             }
             case kParamWhole: {
@@ -242,7 +215,7 @@ unsigned setInterface(const unsigned char *req, std::size_t n, std::uint8_t save
                 break;
             }
             case kParamRestart:
-                if (n != 1) return kCcReqDataLenInvalid;
+                if (!kRestartRequest.accepts(n)) return kCcReqDataLenInvalid;
                 restartAgent();
                 return kCcOk;
             default:
@@ -276,28 +249,16 @@ QRX_EXPORT int QuorixGetSnmpCfgFromMem(unsigned char *buffer) {
 QRX_EXPORT unsigned QuorixSetBMCSnmpCfgInterface(const unsigned char *request, int length, void *unused,
                                                  unsigned char save_flag) {
     (void)unused;
-    try {
-        if (length < 0) return qrx::config::svc::kCcReqDataLenInvalid;
-        return sa::setInterface(request, static_cast<std::size_t>(length), save_flag);
-    } catch (...) {
-        return qrx::config::svc::kCcUnspecified;
-    }
+    if (length < 0) return qrx::config::svc::kCcReqDataLenInvalid;
+    return sa::setInterface(request, static_cast<std::size_t>(length), save_flag);
 }
 
 QRX_EXPORT int QuorixGetSnmpAgentTotalConfFromJson(void) {
-    try {
-        return sa::load();
-    } catch (...) {
-        return -1;
-    }
+    return sa::load();
 }
 
 QRX_EXPORT int QuorixSetSnmpAgentTotalConfToJson(const unsigned char *record, const char *path) {
-    try {
-        return sa::save(record, path);
-    } catch (...) {
-        return -1;
-    }
+    return sa::save(record, path);
 }
 
 }  // extern "C"

@@ -1,5 +1,5 @@
 // Lookup, parsing and atomic replacement of the JSON configuration files.
-#include "config/json_file.h"
+#include "config/common/json_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,8 +14,8 @@ namespace qrx::config::json {
 
 namespace {
 
-bool exists(const std::string &path) {
-    return access(path.c_str(), F_OK) == 0;
+bool exists(const char *path) {
+    return access(path, F_OK) == 0;
 }
 
 bool writeAll(int fd, const char *data, std::size_t length) {
@@ -31,25 +31,34 @@ bool writeAll(int fd, const char *data, std::size_t length) {
     return true;
 }
 
-std::string directoryOf(const std::string &path) {
-    std::size_t slash = path.rfind('/');
-    if (slash == std::string::npos) return ".";
-    return slash == 0 ? "/" : path.substr(0, slash);
+// The folder of path into dir ("." for a bare name).
+void directoryOf(const char *path, Path &dir) {
+    const char *slash = std::strrchr(path, '/');
+    if (slash == nullptr) {
+        std::snprintf(dir, sizeof dir, ".");
+        return;
+    }
+    const int length = slash == path ? 1 : static_cast<int>(slash - path);
+    std::snprintf(dir, sizeof dir, "%.*s", length, path);
+}
+
+bool joined(Path &out, const char *dir, const char *name) {
+    const int n = std::snprintf(out, sizeof out, "%s%s", dir, name);
+    return n > 0 && static_cast<std::size_t>(n) < sizeof out;
 }
 
 }  // namespace
 
-std::string sourceFor(const char *name) {
-    std::string conf = std::string(kConfDir) + name;
-    if (exists(conf)) return conf;
-    std::string def = std::string(kDefaultDir) + name;
-    if (exists(def)) return def;
-    return {};
+bool sourceFor(const char *name, Path &out) {
+    if (joined(out, kConfDir, name) && exists(out)) return true;
+    if (joined(out, kDefaultDir, name) && exists(out)) return true;
+    out[0] = '\0';
+    return false;
 }
 
-Ptr parseFile(const std::string &path, int tries) {
+Ptr parseFile(const char *path, int tries) {
     for (int i = 0; i < tries; ++i) {
-        Ptr root(json_object_from_file(path.c_str()));
+        Ptr root(json_object_from_file(path));
         // A bare scalar parses too; configuration files are objects.
         if (root && json_object_is_type(root.get(), json_type_object)) return root;
     }
@@ -87,22 +96,26 @@ json_object *fieldString(const unsigned char *field, std::size_t size) {
                                       static_cast<int>(strnlen(reinterpret_cast<const char *>(field), size)));
 }
 
-bool writeAtomically(json_object *obj, const std::string &path) {
-    if (obj == nullptr) return false;
+bool writeAtomically(json_object *obj, const char *path) {
+    if (obj == nullptr || path == nullptr) return false;
     const char *text = json_object_to_json_string_ext(obj, JSON_C_TO_STRING_PRETTY);
     if (text == nullptr) return false;
-    std::string temp = path + ".XXXXXX";
-    int fd = mkstemp(temp.data());
+    char temp[kPathMax + 8];
+    const int n = std::snprintf(temp, sizeof temp, "%s.XXXXXX", path);
+    if (n < 0 || static_cast<std::size_t>(n) >= sizeof temp) return false;
+    int fd = mkstemp(temp);
     if (fd < 0) return false;
     bool ok = writeAll(fd, text, std::strlen(text)) && writeAll(fd, "\n", 1) && fchmod(fd, 0644) == 0 && fsync(fd) == 0;
     ok = (close(fd) == 0) && ok;
-    if (ok) ok = rename(temp.c_str(), path.c_str()) == 0;
+    if (ok) ok = rename(temp, path) == 0;
     if (!ok) {
-        unlink(temp.c_str());
+        unlink(temp);
         return false;
     }
     // Make the rename itself durable.
-    int dir = open(directoryOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    Path folder;
+    directoryOf(path, folder);
+    int dir = open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (dir >= 0) {
         fsync(dir);
         close(dir);

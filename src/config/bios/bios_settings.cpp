@@ -1,52 +1,45 @@
 // BIOS setting files: the future-settings merge, attribute lookup and the
 // verdict of the last apply.
-#include "config/bios_settings.h"
+#include "config/bios/bios_settings.h"
 
 #include <json-c/json.h>
 #include <sys/stat.h>
 
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
-#include "config/json_file.h"
+#include "config/common/json_file.h"
 #include "core/export.h"
+#include "diag/log_names.h"
 #include "quorix_common_interface.h"
 
 namespace {
 
 namespace bs = qrx::bios;
 
-struct JsonPut {
-    void operator()(json_object *o) const { json_object_put(o); }
-};
-using JsonPtr = std::unique_ptr<json_object, JsonPut>;
+using qrx::config::json::Ptr;
 
 bool exists(const char *path) {
     struct stat st {};
     return stat(path, &st) == 0;
 }
 
-// json_object_from_file also accepts a bare scalar; the files are objects.
-JsonPtr parseObject(const char *path) {
-    JsonPtr root(json_object_from_file(path));
-    if (root && !json_object_is_type(root.get(), json_type_object)) root.reset();
-    return root;
+// One parse: json_object_from_file also accepts a bare scalar; the files are objects.
+Ptr parseObject(const char *path) {
+    return qrx::config::json::parseFile(path, 1);
 }
 
 json_object *member(json_object *parent, const char *key) {
-    json_object *value = nullptr;
-    if (parent == nullptr || !json_object_object_get_ex(parent, key, &value)) return nullptr;
-    return value;
+    return qrx::config::json::member(parent, key, 1);
 }
 
 int generateFutureSettings() {
-    JsonPtr current = parseObject(bs::kCurrentSettingsPath);
+    Ptr current = parseObject(bs::kCurrentSettingsPath);
     json_object *attributes = member(current.get(), "Attributes");
     if (attributes == nullptr || !json_object_is_type(attributes, json_type_object)) return -1;
 
     if (exists(bs::kFutureSettingsPath)) {
-        JsonPtr future = parseObject(bs::kFutureSettingsPath);
+        Ptr future = parseObject(bs::kFutureSettingsPath);
         if (!future) return -1;
         json_object *pending = member(future.get(), "Attributes");
         if (pending != nullptr && json_object_is_type(pending, json_type_object)) {
@@ -56,7 +49,7 @@ int generateFutureSettings() {
             }
         }
     }
-    JsonPtr out(json_object_new_object());
+    Ptr out(json_object_new_object());
     json_object_object_add(out.get(), "Attributes", json_object_get(attributes));
     // Replaced whole or not at all: a full or read-only "/conf" must not cost
     // the pending settings already there.
@@ -68,17 +61,13 @@ int generateFutureSettings() {
 extern "C" {
 
 QRX_EXPORT int GenerateFutureSetJson(void) {
-    try {
-        return generateFutureSettings();
-    } catch (...) {
-        return -1;
-    }
+    return generateFutureSettings();
 }
 
 QRX_EXPORT int GetCurrentSetValue(const char *name, char *out, int size) {
     if (name == nullptr || out == nullptr) return -1;
     if (!exists(bs::kCurrentSettingsPath)) return -2;
-    JsonPtr current = parseObject(bs::kCurrentSettingsPath);
+    Ptr current = parseObject(bs::kCurrentSettingsPath);
     if (!current) return -3;
     json_object *attributes = member(current.get(), "Attributes");
     if (attributes == nullptr) return -4;
@@ -99,30 +88,30 @@ QRX_EXPORT int GetBiosSetupOption(const char *name) {
 }
 
 QRX_EXPORT int QuorixGetAttributeValueFromJson(void) {
-    JsonPtr future(json_object_from_file(bs::kFutureSettingsPath));
+    Ptr future(json_object_from_file(bs::kFutureSettingsPath));
     if (!future) {
-        QuorixDebug(3, "QRXPWOFFPRO", "Reading bios_future_setting.json failed");
+        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "Reading bios_future_setting.json failed");
         return -1;
     }
     // The registry name is looked up as the Redfish service writes it; only the attributes decide.
     (void)member(future.get(), "AttributeRegistry");
     if (member(future.get(), "Attributes") == nullptr) {
-        QuorixDebug(3, "QRXPWOFFPRO", "Attributes is NULL");
+        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "Attributes is NULL");
         return -1;
     }
     return 0;
 }
 
 QRX_EXPORT int QuorixGetResultFromJson(void) {
-    JsonPtr root(json_object_from_file(bs::kSettingResultPath));
+    Ptr root(json_object_from_file(bs::kSettingResultPath));
     json_object *settingResult = member(root.get(), "SettingResult");
     if (settingResult == nullptr) {
-        QuorixDebug(3, "QRXPWOFFPRO", "SettingResult is NULL");
+        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "SettingResult is NULL");
         return -1;
     }
     json_object *result = member(settingResult, "Result");
     if (result == nullptr) {
-        QuorixDebug(3, "QRXPWOFFPRO", "Result is NULL");
+        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "Result is NULL");
         return -1;
     }
     // The verdict is read with a 64-byte bound, as the result file's writer sizes it.

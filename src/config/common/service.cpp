@@ -1,5 +1,5 @@
 // Shared pieces of the SNMP trap, SNMP agent and SMTP services.
-#include "config/snmp_common.h"
+#include "config/common/service.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -27,19 +27,10 @@ void postDestinationTest(std::uint8_t code) {
     QuorixPostReqToIDL(record);
 }
 
-bool charsIn(const unsigned char *bytes, std::size_t length, unsigned char low) {
-    if (bytes == nullptr) return false;
-    for (std::size_t i = 0; i < length; ++i)
-        if (bytes[i] != 0 && (bytes[i] < low || bytes[i] > 0x7E)) return false;
-    return true;
-}
-
 bool acceptableAddress(const unsigned char *text, std::size_t length) {
     char buffer[128] = {};
     std::memcpy(buffer, text, length < sizeof buffer - 1 ? length : sizeof buffer - 1);
-    if (QuorixIsValidIpv6(buffer) == 0 || QuorixIsValidIpv4(buffer) == 0 || QuorixIsValidDomain(buffer) == 0)
-        return true;
-    return buffer[0] == '\0';
+    return isValidHost(buffer) || buffer[0] == '\0';
 }
 
 }  // namespace qrx::config::svc

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "core/export.h"
+#include "diag/log_names.h"
 #include "quorix_common_interface.h"
 
 namespace {
@@ -31,7 +32,7 @@ QRX_EXPORT int QuorixGetConfFlagInterface(unsigned char *flag) {
             return 0;
         }
         std::printf("[Error]: Read Preserve setup flag from EEPROM failed! Read flag Size=%d \n", got);
-        QuorixDebug(3, "QRXPWOFFPRO", "[Error]: Read Preserve setup flag from EEPROM failed! Read flag Size=%d \n",
+        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "[Error]: Read Preserve setup flag from EEPROM failed! Read flag Size=%d \n",
                     got);
     }
     return -1;
@@ -41,7 +42,7 @@ QRX_EXPORT int QuorixSetConfFlagInterface(unsigned char value) {
     if (value > 1) return 1;
     // Preserving the setup needs the complete pending set first.
     if (value == 1 && GenerateFutureSetJson() != 0) {
-        QuorixDebug(3, "QRXPWOFFPRO", "\r\n===Generate Future Json File fail !!!======\r\n");
+        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "\r\n===Generate Future Json File fail !!!======\r\n");
         return 1;
     }
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
@@ -51,7 +52,7 @@ QRX_EXPORT int QuorixSetConfFlagInterface(unsigned char value) {
             return 0;
         }
         std::printf("\r\n===Write Conf Flag %d EEPROM fail !!!======\r\n", value);
-        QuorixDebug(3, "QRXPWOFFPRO", "\r\n===Write Conf Flag %d To EEPROM fail !!!======\r\n", value);
+        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "\r\n===Write Conf Flag %d To EEPROM fail !!!======\r\n", value);
     }
     return 1;
 }

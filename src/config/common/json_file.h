@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <memory>
-#include <string>
 
 namespace qrx::config::json {
 
@@ -18,10 +17,15 @@ using Ptr = std::unique_ptr<json_object, Put>;
 inline constexpr const char *kConfDir = "/conf/";
 inline constexpr const char *kDefaultDir = "/etc/defconfig/";
 
-// "/conf/<name>" when it exists, else "/etc/defconfig/<name>" when that does; empty otherwise.
-std::string sourceFor(const char *name);
+// Room for a path under "/conf" or "/etc/defconfig" and its temporary twin.
+inline constexpr std::size_t kPathMax = 256;
+using Path = char[kPathMax];
+
+// "/conf/<name>" when it exists, else "/etc/defconfig/<name>" when that does:
+// true and the path in out; false otherwise.
+bool sourceFor(const char *name, Path &out);
 // Parses path, tries times in all; null when it never yields an object.
-Ptr parseFile(const std::string &path, int tries);
+Ptr parseFile(const char *path, int tries);
 // The member key of obj, looked up tries times; null when absent.
 json_object *member(json_object *obj, const char *key, int tries);
 // The low 32 bits of an integer member (0 when absent or not an integer); callers keep the bits they need.
@@ -34,6 +38,6 @@ json_object *fieldString(const unsigned char *field, std::size_t size);
 // Writes obj to path through a temporary file in the same directory, flushed
 // to disk and renamed over path: an interrupted or failed write leaves the
 // previous file whole. True on success.
-bool writeAtomically(json_object *obj, const std::string &path);
+bool writeAtomically(json_object *obj, const char *path);
 
 }  // namespace qrx::config::json
