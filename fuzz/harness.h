@@ -134,13 +134,15 @@ inline std::string firstDifference(const Files &a, const Files &b) {
 inline Bytes eeprom(Region r) {
     Bytes bytes(r.length);
     const int n = static_cast<int>(r.length);
-    if (QuorixReadMainBoardEEprom(static_cast<int>(r.offset), bytes.data(), n) != n) fail("EEPROM read at %zu failed", r.offset);
+    if (QuorixReadMainBoardEEprom(static_cast<int>(r.offset), bytes.data(), n) != n)
+        fail("EEPROM read at %zu failed", r.offset);
     return bytes;
 }
 
 inline void putEeprom(std::size_t offset, Bytes bytes) {
     const int n = static_cast<int>(bytes.size());
-    if (QuorixWriteMainBoardEEprom(static_cast<int>(offset), bytes.data(), n) != n) fail("EEPROM write at %zu failed", offset);
+    if (QuorixWriteMainBoardEEprom(static_cast<int>(offset), bytes.data(), n) != n)
+        fail("EEPROM write at %zu failed", offset);
 }
 
 // An empty request is a zero-size heap block, not a null pointer: any read of it is caught.
@@ -199,7 +201,8 @@ public:
         pageCopy_.resize(pages_.size() * kPage);
     }
     void arm() {
-        for (std::size_t i = 0; i < pages_.size(); ++i) std::memcpy(&pageCopy_[i * kPage], block() + pages_[i] * kPage, kPage);
+        for (std::size_t i = 0; i < pages_.size(); ++i)
+            std::memcpy(&pageCopy_[i * kPage], block() + pages_[i] * kPage, kPage);
         protected_ = fullWatchDue();
         if (protected_) {
             protect(0, kPages, PROT_READ);
@@ -217,8 +220,8 @@ public:
                 bool inside = false;
                 for (const Region &r : owned_) inside = inside || (at >= r.offset && at < r.offset + r.length);
                 if (!inside)
-                    fail("%s wrote block byte 0x%zX (0x%02X -> 0x%02X) outside the regions it owns", what, at, before[at],
-                         block()[at]);
+                    fail("%s wrote block byte 0x%zX (0x%02X -> 0x%02X) outside the regions it owns", what, at,
+                         before[at], block()[at]);
                 changed_.push_back(at);
             }
         }
@@ -229,7 +232,8 @@ public:
     // Copies the owned regions now, to put them back with restore().
     void keepBaseline() {
         baseline_.clear();
-        for (const Region &r : owned_) baseline_.insert(baseline_.end(), block() + r.offset, block() + r.offset + r.length);
+        for (const Region &r : owned_)
+            baseline_.insert(baseline_.end(), block() + r.offset, block() + r.offset + r.length);
     }
     void restore() const {
         std::size_t at = 0;
@@ -352,9 +356,11 @@ public:
         }
         const std::string diff = firstDifference(confBefore_, confFiles());
         if (!diff.empty()) fail("%s refused with 0x%X but changed %s", what, completionCode, diff.c_str());
-        if (eepromBytes() != eepromBefore_) fail("%s refused with 0x%X but changed its EEPROM bytes", what, completionCode);
+        if (eepromBytes() != eepromBefore_)
+            fail("%s refused with 0x%X but changed its EEPROM bytes", what, completionCode);
         const std::vector<std::string> commands = takeCommands();
-        if (!commands.empty()) fail("%s refused with 0x%X but ran \"%s\"", what, completionCode, commands.front().c_str());
+        if (!commands.empty())
+            fail("%s refused with 0x%X but ran \"%s\"", what, completionCode, commands.front().c_str());
     }
     // A region the next call may still change when it refuses with `code`
     // (0: any code), where the handler's definition says it stores before a

@@ -48,13 +48,13 @@ struct Service {
     const char *what, *conf, *section;  // section: the file's JSON object, nullptr for the syslog file
     Region owned;
     int (*load)();
-    int (*save)();  // nullptr: no JSON round trip
-    int (*get)(int which, unsigned char *response);  // which: 0 the record, 1 the list
-    std::size_t recordSize, listSize;                 // listSize 0: no list
-    int (*fromMem)(unsigned char *record);            // the record read in clear; nullptr: none
+    int (*save)();                                          // nullptr: no JSON round trip
+    int (*get)(int which, unsigned char *response);         // which: 0 the record, 1 the list
+    std::size_t recordSize, listSize;                       // listSize 0: no list
+    int (*fromMem)(unsigned char *record);                  // the record read in clear; nullptr: none
     void (*extra)(const Bytes &record, const Bytes &list);  // further checks of what the gets answer
-    std::vector<TextField> secrets;       // record fields; the name is the JSON key
-    bool getBlanksSecrets;                // the get answers zeros there rather than protected bytes
+    std::vector<TextField> secrets;                         // record fields; the name is the JSON key
+    bool getBlanksSecrets;                                  // the get answers zeros there rather than protected bytes
     std::vector<TextField> texts;         // record fields a load leaves terminated, as the secrets the get shows
     std::size_t entries, entrySize;       // the list's records
     std::vector<TextField> entryTexts;    // and their fields a load leaves terminated
@@ -85,10 +85,16 @@ bool smtpLoginRecord(const Bytes &req) {
 }
 
 const Service kServices[] = {
-    {"syslog", "/conf/syslog.conf", nullptr,
+    {"syslog",
+     "/conf/syslog.conf",
+     nullptr,
      {sl::kSyslogEnableOffset, sl::kTagTextOffset + sl::kTagTextSize - sl::kSyslogEnableOffset},
-     [] { return static_cast<int>(QuorixSyslogConfigInit()); }, nullptr,
-     QuorixGetSyslogConfigInterface, sl::kGlobalsSize, sl::kDestCount * sl::kDestRecordSize, nullptr,
+     [] { return static_cast<int>(QuorixSyslogConfigInit()); },
+     nullptr,
+     QuorixGetSyslogConfigInterface,
+     sl::kGlobalsSize,
+     sl::kDestCount *sl::kDestRecordSize,
+     nullptr,
      [](const Bytes &globals, const Bytes &dests) {
          if (globals[0] != sl::kSyslogDisabled && globals[0] != sl::kSyslogEnabled)
              fail("syslog switch stored as %u", globals[0]);
@@ -97,16 +103,32 @@ const Service kServices[] = {
          char tag[sl::kTagTextSize];
          if (QuorixGetSyslogTag(tag, sizeof tag) != 0) fail("syslog tag read failed");
      },
-     {}, false, {}, 0, 0, {}, {}, {0x00, 0xC7, 0xC9, 0xCC, 0xD5}, nullptr,
+     {},
+     false,
+     {},
+     0,
+     0,
+     {},
+     {},
+     {0x00, 0xC7, 0xC9, 0xCC, 0xD5},
+     nullptr,
      [](Bytes &req) { return QuorixSetSyslogConfigInterface(bytesOf(req), static_cast<int>(req.size())); },
      [](const Bytes &, unsigned, Secrets &) {}},
 
-    {"trap", st::kConfPath, "SnmpTrapCfg", {st::kDestBlockOffset, st::kDestBlockSize + st::kRecordSize},
+    {"trap",
+     st::kConfPath,
+     "SnmpTrapCfg",
+     {st::kDestBlockOffset, st::kDestBlockSize + st::kRecordSize},
      QuorixGetSnmpTotalConfFromJson,
      [] {
-         return QuorixSetSnmpTotalConfToJson(block() + st::kRecordOffset, block() + st::kDestBlockOffset, st::kConfPath);
+         return QuorixSetSnmpTotalConfToJson(block() + st::kRecordOffset, block() + st::kDestBlockOffset,
+                                             st::kConfPath);
      },
-     QuorixGetBMCSnmpTrapCfgInterface, st::kRecordSize, st::kDestBlockSize, QuorixGetSnmpTrapCfgFromMem, nullptr,
+     QuorixGetBMCSnmpTrapCfgInterface,
+     st::kRecordSize,
+     st::kDestBlockSize,
+     QuorixGetSnmpTrapCfgFromMem,
+     nullptr,
      {{"Community", st::kCommunity, st::kCommunitySize},
       {"AUTHPwd", st::kAuthPassword, st::kPassSize},
       {"PRIVPwd", st::kPrivPassword, st::kPassSize}},
@@ -116,7 +138,10 @@ const Service kServices[] = {
       {"AUTHProtocol", st::kAuthProtocol, st::kAuthProtocolSize},
       {"PrivProtocol", st::kPrivProtocol, st::kPrivProtocolSize},
       {"EngineID", st::kEngineId, st::kEngineIdSize}},
-     st::kDestCount, st::kDestEntrySize, {{"Destination", st::kDestAddress, st::kDestAddressSize}}, {},
+     st::kDestCount,
+     st::kDestEntrySize,
+     {{"Destination", st::kDestAddress, st::kDestAddressSize}},
+     {},
      {0x00, 0xC7, 0xC9, 0xCC, 0xD5},
      // A version-3 whole record stores a valid engine ID before its last
      // checks, which may still refuse the request.
@@ -130,7 +155,8 @@ const Service kServices[] = {
          // What it may leave: the sent ID, 48 bytes and a terminator, or all zero for an empty one.
          const unsigned char *sent = req.data() + 2 + st::kEngineId;
          bool sentId = engineId()[st::kEngineIdSize - 1] == 0;
-         for (std::size_t i = 0; i + 1 < st::kEngineIdSize; ++i) sentId = sentId && engineId()[i] == (sent[0] ? sent[i] : 0);
+         for (std::size_t i = 0; i + 1 < st::kEngineIdSize; ++i)
+             sentId = sentId && engineId()[i] == (sent[0] ? sent[i] : 0);
          if (!sentId) fail("refused trap record left an engine ID it was not sent");
          return cc;
      },
@@ -149,17 +175,29 @@ const Service kServices[] = {
      }},
 
     // Each request's first byte is its save flag.
-    {"agent", sa::kConfPath, "SnmpCfg", {sa::kRecordOffset, sa::kRecordSize}, QuorixGetSnmpAgentTotalConfFromJson,
+    {"agent",
+     sa::kConfPath,
+     "SnmpCfg",
+     {sa::kRecordOffset, sa::kRecordSize},
+     QuorixGetSnmpAgentTotalConfFromJson,
      [] { return QuorixSetSnmpAgentTotalConfToJson(block() + sa::kRecordOffset, sa::kConfPath); },
-     [](int, unsigned char *response) { return QuorixGetBMCSnmpCfgInterface(response); }, sa::kRecordSize, 0, nullptr,
+     [](int, unsigned char *response) { return QuorixGetBMCSnmpCfgInterface(response); },
+     sa::kRecordSize,
+     0,
+     nullptr,
      nullptr,
      {{"ReadOnlyCommunity", sa::kReadOnlyCommunity, sa::kCommunitySize},
       {"ReadWriteCommunity", sa::kReadWriteCommunity, sa::kCommunitySize},
       {"AUTHPwd", sa::kAuthPassword, sa::kPassSize},
       {"PRIVPwd", sa::kPrivPassword, sa::kPassSize}},
-     false, {{"AUTHUserName", sa::kUserName, sa::kUserNameSize}},
-     0, 0, {}, {sa::kV1V2SetEnable},  // "SnmpV1V2SetEnable" is loaded but never written
-     {0x00, 0xC7, 0xC9, 0xCC}, nullptr,
+     false,
+     {{"AUTHUserName", sa::kUserName, sa::kUserNameSize}},
+     0,
+     0,
+     {},
+     {sa::kV1V2SetEnable},  // "SnmpV1V2SetEnable" is loaded but never written
+     {0x00, 0xC7, 0xC9, 0xCC},
+     nullptr,
      [](Bytes &chunk) -> unsigned {
          if (chunk.empty()) return 0;
          Bytes req(chunk.begin() + 1, chunk.end());
@@ -182,18 +220,29 @@ const Service kServices[] = {
          }
      }},
 
-    {"SMTP", sm::kConfPath, "SmtpCfg", {sm::kRecordOffset, sm::kRecordSize + sm::kRecipientsSize},
-     QuorixGetSmtpTotalConfFromJson, QuorixSetSmtpTotalConfToJson,
-     QuorixGetBMCSmtpCfgInterface, sm::kRecordSize, sm::kRecipientsSize, QuorixGetSmtpCfgFromMem, nullptr,
-     {{"PassWord", sm::kPassword, sm::kPasswordSize}}, true,
+    {"SMTP",
+     sm::kConfPath,
+     "SmtpCfg",
+     {sm::kRecordOffset, sm::kRecordSize + sm::kRecipientsSize},
+     QuorixGetSmtpTotalConfFromJson,
+     QuorixSetSmtpTotalConfToJson,
+     QuorixGetBMCSmtpCfgInterface,
+     sm::kRecordSize,
+     sm::kRecipientsSize,
+     QuorixGetSmtpCfgFromMem,
+     nullptr,
+     {{"PassWord", sm::kPassword, sm::kPasswordSize}},
+     true,
      {{"ServerAddr", sm::kServer, sm::kServerSize},
       {"UserName", sm::kUserName, sm::kUserNameSize},
       {"SenderAddr", sm::kSender, sm::kSenderSize},
       {"Subject", sm::kSubject, sm::kSubjectSize}},
-     sm::kRcptCount, sm::kRcptEntrySize,
+     sm::kRcptCount,
+     sm::kRcptEntrySize,
      {{"EmailAddress", sm::kRcptAddress, sm::kRcptAddressSize},
       {"Description", sm::kRcptDescription, sm::kRcptDescriptionSize}},
-     {}, {0x00, 0xC7, 0xC9, 0xCC},
+     {},
+     {0x00, 0xC7, 0xC9, 0xCC},
      [](const Bytes &req) {
          if (!smtpLoginRecord(req)) return;
          g_session->exemptOnRefusal({sm::kRecordOffset + sm::kUserName, sm::kUserNameSize}, 0xCC);
@@ -211,7 +260,8 @@ const Service kServices[] = {
 // false when the record read in clear fails.
 bool readBack(const Service &v, Bytes &record, Bytes &list) {
     record = dropCode(exactGet(v.what, v.recordSize + 1, [&](unsigned char *b) { return v.get(0, b); }));
-    if (v.listSize > 0) list = dropCode(exactGet(v.what, v.listSize + 1, [&](unsigned char *b) { return v.get(1, b); }));
+    if (v.listSize > 0)
+        list = dropCode(exactGet(v.what, v.listSize + 1, [&](unsigned char *b) { return v.get(1, b); }));
     if (v.extra != nullptr) v.extra(record, list);
     Bytes clear(v.recordSize);
     return v.fromMem == nullptr || v.fromMem(clear.data()) == 0;
@@ -243,7 +293,8 @@ void serviceSet(const std::uint8_t *data, std::size_t size) {
         Bytes record, list;
         if (!readBack(v, record, list)) fail("%s record read from memory failed", v.what);
         for (const TextField &f : v.secrets) {
-            if (!v.getBlanksSecrets) g_session->secrets().checkField(f.name, record.data() + f.offset, f.size);
+            if (!v.getBlanksSecrets)
+                g_session->secrets().checkField(f.name, record.data() + f.offset, f.size);
             else if (std::any_of(&record[f.offset], &record[f.offset] + f.size, [](unsigned char c) { return c; }))
                 fail("%s get left %s bytes in the response", v.what, f.name);
             g_session->secrets().checkJson(v.conf, v.section, f.name);
@@ -295,7 +346,8 @@ Bytes getRule() {
 
 void passwordRuleInit() {
     putEeprom(pw::kEepromOffset, kStartRule);
-    g_session = std::make_unique<Session>(std::vector<Region>{}, std::vector<Region>{{pw::kEepromOffset, pw::kRecordSize}});
+    g_session =
+        std::make_unique<Session>(std::vector<Region>{}, std::vector<Region>{{pw::kEepromOffset, pw::kRecordSize}});
 }
 
 void passwordRule(const std::uint8_t *data, std::size_t size) {
@@ -305,7 +357,8 @@ void passwordRule(const std::uint8_t *data, std::size_t size) {
     for (Bytes &req : splitRequests(data, size, 6)) {
         const Bytes stored = eeprom({pw::kEepromOffset, pw::kRecordSize});
         g_session->before();
-        const unsigned cc = static_cast<unsigned>(QuorixSetUserPasswordRuleInterface(bytesOf(req), static_cast<int>(req.size())));
+        const unsigned cc =
+            static_cast<unsigned>(QuorixSetUserPasswordRuleInterface(bytesOf(req), static_cast<int>(req.size())));
         g_session->after("password rule set", cc);
         expectCode("password rule set", cc, {0x00, 0xC7, 0xC9});
         // What the EEPROM holds after a write is what the get reports.
@@ -319,21 +372,23 @@ void passwordRule(const std::uint8_t *data, std::size_t size) {
 constexpr std::uint16_t kStartDelay = 0x012C;  // 300 s
 
 std::uint16_t currentDelay() {
-    const Bytes r = exactGet("power peak get", 3, [](unsigned char *b) { return QuorixGetPowerPeakConfigInterface(nullptr, 0, b); });
+    const Bytes r = exactGet("power peak get", 3,
+                             [](unsigned char *b) { return QuorixGetPowerPeakConfigInterface(nullptr, 0, b); });
     if (r[0] != 0) fail("power peak get failed");
     return static_cast<std::uint16_t>(r[1] | (r[2] << 8));
 }
 
 void setDelay(std::uint16_t seconds) {
     unsigned char request[2] = {static_cast<unsigned char>(seconds), static_cast<unsigned char>(seconds >> 8)};
-    if (exactGet("power peak set", 1, [&](unsigned char *b) { return QuorixSetPowerPeakConfigInterface(request, 2, b); })[0])
+    if (exactGet("power peak set", 1,
+                 [&](unsigned char *b) { return QuorixSetPowerPeakConfigInterface(request, 2, b); })[0])
         fail("power peak set of %u failed", seconds);
 }
 
 void powerPeakInit() {
     setDelay(kStartDelay);
-    g_session = std::make_unique<Session>(std::vector<Region>{},
-                                          std::vector<Region>{{qrx::power::kPowerPeakEepromOffset, 2}});
+    g_session =
+        std::make_unique<Session>(std::vector<Region>{}, std::vector<Region>{{qrx::power::kPowerPeakEepromOffset, 2}});
 }
 
 void powerPeak(const std::uint8_t *data, std::size_t size) {
@@ -344,15 +399,20 @@ void powerPeak(const std::uint8_t *data, std::size_t size) {
         const bool isSet = chunk[0] & 1;
         Bytes req(chunk.begin() + 1, chunk.end()), response(isSet ? 1 : 3, 0);
         g_session->before();
-        const int n = isSet ? QuorixSetPowerPeakConfigInterface(bytesOf(req), static_cast<int>(req.size()), response.data())
-                            : QuorixGetPowerPeakConfigInterface(bytesOf(req), static_cast<int>(req.size()), response.data());
+        const int n =
+            isSet ? QuorixSetPowerPeakConfigInterface(bytesOf(req), static_cast<int>(req.size()), response.data())
+                  : QuorixGetPowerPeakConfigInterface(bytesOf(req), static_cast<int>(req.size()), response.data());
         g_session->after(isSet ? "power peak set" : "power peak get", response[0]);
-        expectCode("power peak", response[0], isSet ? std::vector<unsigned>{0x00, 0xC7, 0xCC} : std::vector<unsigned>{0x00, 0xC7});
+        expectCode("power peak", response[0],
+                   isSet ? std::vector<unsigned>{0x00, 0xC7, 0xCC} : std::vector<unsigned>{0x00, 0xC7});
         if (n != (response[0] == 0 && !isSet ? 3 : 1)) fail("power peak answered length %d", n);
         if (response[0] != 0) continue;
-        const std::uint16_t delay = isSet ? static_cast<std::uint16_t>(req[0] | (req[1] << 8)) : static_cast<std::uint16_t>(response[1] | (response[2] << 8));
-        if (!isSet && delay > qrx::power::kPowerPeakMaxDelay) fail("power peak get reported more than the longest delay");
-        if (isSet && (eeprom({qrx::power::kPowerPeakEepromOffset, 2}) != Bytes{req[0], req[1]} || currentDelay() != delay))
+        const std::uint16_t delay = isSet ? static_cast<std::uint16_t>(req[0] | (req[1] << 8))
+                                          : static_cast<std::uint16_t>(response[1] | (response[2] << 8));
+        if (!isSet && delay > qrx::power::kPowerPeakMaxDelay)
+            fail("power peak get reported more than the longest delay");
+        if (isSet &&
+            (eeprom({qrx::power::kPowerPeakEepromOffset, 2}) != Bytes{req[0], req[1]} || currentDelay() != delay))
             fail("power peak set of %u did not store it", delay);
     }
 }
@@ -380,7 +440,8 @@ TaskCall callOverTaskTable(const std::uint8_t *data, std::size_t size, std::size
     TaskCall call{Bytes(data + 1, data + 1 + length), Bytes(responseSize, 0), 0};
     std::memset(block() + upd::kTaskTableOffset, 0, upd::kTaskCount * upd::kTaskRecordSize);
     for (std::size_t at = 1 + length; at + 3 <= size; at += 3)
-        block()[upd::kTaskTableOffset + data[at] % upd::kTaskCount * upd::kTaskRecordSize + data[at + 1]] = data[at + 2];
+        block()[upd::kTaskTableOffset + data[at] % upd::kTaskCount * upd::kTaskRecordSize + data[at + 1]] =
+            data[at + 2];
     // The handlers refresh the progress estimate of CPLD and FPGA tasks (the
     // CPLD one also clears the start time of an ended task) and write nothing else.
     std::vector<Region> estimates;
@@ -403,8 +464,8 @@ void expectAnswer(const TaskCall &c, unsigned cc) {
 
 void backgroundTask(const std::uint8_t *data, std::size_t size) {
     if (size == 0) return;
-    const TaskCall c = callOverTaskTable(data, size, 2 + upd::kTaskCount * upd::kTaskRecordSize,
-                                         QuorixBackgroundTaskOperaInterface);
+    const TaskCall c =
+        callOverTaskTable(data, size, 2 + upd::kTaskCount * upd::kTaskRecordSize, QuorixBackgroundTaskOperaInterface);
     if (c.request.size() != 2) return expectAnswer(c, 0xC7);
     const int op = c.request[0], id = c.request[1];
     if (op > 1 || (id > upd::kMaxTaskId && (op == 1 || id != 255))) return expectAnswer(c, 0xCC);
@@ -432,7 +493,8 @@ void updateInfo(const std::uint8_t *data, std::size_t size) {
     for (int id = 0; id < 12; ++id)
         if (taskStatus(id) != upd::kStatusNone) listed.push_back(id);
     if (c.n != static_cast<int>(2 + listed.size() * kEntry) || c.response[0] != 0 || c.response[1] != listed.size())
-        fail("report answered %d bytes, 0x%X, count %d for %zu tasks", c.n, c.response[0], c.response[1], listed.size());
+        fail("report answered %d bytes, 0x%X, count %d for %zu tasks", c.n, c.response[0], c.response[1],
+             listed.size());
     for (std::size_t i = 0; i < listed.size(); ++i) {
         const unsigned char *entry = &c.response[2 + i * kEntry], *task = taskRecord(listed[i]);
         if (entry[0] != task[upd::task::kId] || entry[kStatus] != task[upd::task::kStatus])
@@ -525,7 +587,8 @@ void validators(const std::uint8_t *data, std::size_t size) {
     buffer.push_back(0);
     const Bytes original = buffer;
     char *text = reinterpret_cast<char *>(buffer.data());
-    const std::size_t texts = std::size(kTextChecks), words = std::size(kWordToIndex), indexes = std::size(kIndexToWord);
+    const std::size_t texts = std::size(kTextChecks), words = std::size(kWordToIndex),
+                      indexes = std::size(kIndexToWord);
     std::size_t pick = selector % (texts + words + indexes + 6);
     if (pick < texts) {
         const TextCheck &c = kTextChecks[pick];
@@ -542,7 +605,8 @@ void validators(const std::uint8_t *data, std::size_t size) {
         auto dest = std::make_unique<char[]>(given);
         const unsigned r = kIndexToWord[pick](static_cast<signed char>(raw.empty() ? 0 : raw[0]), dest.get(), given);
         if (r > 1 || (r == 0 && given > 0 && std::memchr(dest.get(), 0, given) == nullptr))
-            fail("index-to-word %zu answered %u, output terminated: %d", pick, r, given > 0 && std::memchr(dest.get(), 0, given));
+            fail("index-to-word %zu answered %u, output terminated: %d", pick, r,
+                 given > 0 && std::memchr(dest.get(), 0, given));
     } else if ((pick -= indexes) == 0) {
         const int r = VerifyStrIsDigit(text, param % 20);
         if (r != 0 && r != 1) fail("VerifyStrIsDigit answered %d", r);

@@ -24,10 +24,16 @@ constexpr int kTurnRecord[] = {0, 0, 1}, kFirstOwned[] = {0, 2, 8}, kDoneRecord[
 // Contents for (side, round): every byte depends on both, the u16 fields
 // have differing bytes.
 FanRecord record(int side, int round) {
-    FanRecord r{1, static_cast<unsigned char>(round % 3), static_cast<unsigned char>(round),
-                static_cast<unsigned char>(0x10 + ((round >> 8) & 0x0F)), static_cast<unsigned char>(side * 0x11),
-                static_cast<unsigned char>(0x20 + side), static_cast<unsigned char>(round % 101),
-                static_cast<unsigned char>(side), 0x34, 0x12};
+    FanRecord r{1,
+                static_cast<unsigned char>(round % 3),
+                static_cast<unsigned char>(round),
+                static_cast<unsigned char>(0x10 + ((round >> 8) & 0x0F)),
+                static_cast<unsigned char>(side * 0x11),
+                static_cast<unsigned char>(0x20 + side),
+                static_cast<unsigned char>(round % 101),
+                static_cast<unsigned char>(side),
+                0x34,
+                0x12};
     std::snprintf(reinterpret_cast<char *>(&r[10]), 16, "S%d R%d", side % 10, round % 10000);
     for (std::size_t i = 26; i < r.size(); ++i) r[i] = static_cast<unsigned char>(round + side + i);
     return r;
@@ -47,7 +53,8 @@ bool waitFor(int index, const FanRecord &expected, int timeoutMs) {
 std::string exchange(int side, int startTimeoutMs) {
     const int other = 3 - side;
     for (int round = 1; round <= kRounds; ++round) {
-        if (side == 2 && !waitFor(kTurnRecord[1], record(1, round), kTimeoutMs)) return "no turn " + std::to_string(round);
+        if (side == 2 && !waitFor(kTurnRecord[1], record(1, round), kTimeoutMs))
+            return "no turn " + std::to_string(round);
         FanRecord turn = record(side, round);
         if (write_quorix_fan_info(kTurnRecord[side], turn.data()) != 0) return "write refused";
         if (side == 1 && !waitFor(kTurnRecord[2], record(2, round), round == 1 ? startTimeoutMs : kTimeoutMs))
@@ -100,7 +107,8 @@ TEST_F(SharedBlockPeer, TurnsAndSeparateWrites_BothProcessesSeeEachOthersValues)
     char line[256];
     while (std::fgets(line, sizeof line, peer) != nullptr) out += line;
     EXPECT_EQ(pclose(peer), 0) << out;
-    EXPECT_EQ(out, "SetDebugInformation input string: debug3_77\n"
-                   "example:quorix_monitor_app --set-debug-info debug0_10\npeer: done\n");
+    EXPECT_EQ(out,
+              "SetDebugInformation input string: debug3_77\n"
+              "example:quorix_monitor_app --set-debug-info debug0_10\npeer: done\n");
 }
 #endif

@@ -171,7 +171,8 @@ TEST_F(FullConf, FutureBiosSettingsAreNotLostWhenTheMergeCannotBeWritten) {
     unlink("/conf/filler");
     ASSERT_EQ(GenerateFutureSetJson(), 0);
     ASSERT_EQ(std::rename(kFuture.c_str(), kCurrent.c_str()), 0);
-    const std::pair<const char *, const char *> values[] = {{"QuietBoot", "0"}, {"NewOpt", "X"}, {"Option299", "Enabled"}};
+    const std::pair<const char *, const char *> values[] = {
+        {"QuietBoot", "0"}, {"NewOpt", "X"}, {"Option299", "Enabled"}};
     for (auto [name, value] : values) {
         char got[16] = {};
         EXPECT_EQ(GetCurrentSetValue(name, got, sizeof got), 0) << name;

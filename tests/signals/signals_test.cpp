@@ -66,7 +66,8 @@ TEST_F(Signals, TableIsInstalledWithEverySignalBlockedAndRestartOthersLeftAlone)
             struct sigaction a {};
             sigaction(sig, nullptr, &a);
             bool fullMask = true;
-            for (int s = 1; s < 32; ++s) fullMask = fullMask && (s == SIGKILL || s == SIGSTOP || sigismember(&a.sa_mask, s));
+            for (int s = 1; s < 32; ++s)
+                fullMask = fullMask && (s == SIGKILL || s == SIGSTOP || sigismember(&a.sa_mask, s));
             if (a.sa_handler == SIG_DFL || a.sa_handler == SIG_IGN || !fullMask || (a.sa_flags & SA_RESTART) == 0)
                 std::printf("bad %d\n", sig);
         }
@@ -89,16 +90,16 @@ struct Simple {
     const char *out;
 };
 const Simple kSimple[] = {
-    {SIGTRAP, 0, "  Received SIGTRAP\n"}, {SIGFPE, 0, ""},
-    {SIGUSR1, 0, "  Received SIGUSR1\n"}, {SIGUSR2, 0, "  Received SIGUSR2\n"},
-    {SIGPIPE, 0, "  Received SIGPIPE\n"}, {SIGCHLD, 0, ""},
-    {SIGCONT, 0, "  Received SIGCONT\n"}, {SIGTSTP, 0, "  Received SIGTSTP\n"},
-    {SIGTTIN, 0, "  Received SIGTTIN\n"}, {SIGTTOU, 0, "  Received SIGTTOU\n"},
-    {SIGURG, 0, "  Received SIGURG\n"},   {SIGXCPU, 0, "  Received SIGXCPU\n"},
-    {SIGXFSZ, 0, "  Received SIGXFSZ\n"}, {SIGVTALRM, 0, "  Received SIGVTALRM\n"},
-    {SIGPROF, 0, "  Received SIGPROF\n"}, {SIGWINCH, 0, "  Received SIGWINCH\n"},
-    {SIGIO, 0, "  Received SIGIO\n"},     {SIGPWR, 0, "  Received SIGPWR\n"},
-    {SIGTERM, 0, "  Received SIGTERM\n"}, {SIGQUIT, -1, "Received SIGQUIT\n[Critical]:Received SIGQUIT\n"},
+    {SIGTRAP, 0, "  Received SIGTRAP\n"},   {SIGFPE, 0, ""},
+    {SIGUSR1, 0, "  Received SIGUSR1\n"},   {SIGUSR2, 0, "  Received SIGUSR2\n"},
+    {SIGPIPE, 0, "  Received SIGPIPE\n"},   {SIGCHLD, 0, ""},
+    {SIGCONT, 0, "  Received SIGCONT\n"},   {SIGTSTP, 0, "  Received SIGTSTP\n"},
+    {SIGTTIN, 0, "  Received SIGTTIN\n"},   {SIGTTOU, 0, "  Received SIGTTOU\n"},
+    {SIGURG, 0, "  Received SIGURG\n"},     {SIGXCPU, 0, "  Received SIGXCPU\n"},
+    {SIGXFSZ, 0, "  Received SIGXFSZ\n"},   {SIGVTALRM, 0, "  Received SIGVTALRM\n"},
+    {SIGPROF, 0, "  Received SIGPROF\n"},   {SIGWINCH, 0, "  Received SIGWINCH\n"},
+    {SIGIO, 0, "  Received SIGIO\n"},       {SIGPWR, 0, "  Received SIGPWR\n"},
+    {SIGTERM, 0, "  Received SIGTERM\n"},   {SIGQUIT, -1, "Received SIGQUIT\n[Critical]:Received SIGQUIT\n"},
     {SIGABRT, 255, "  Received SIGABRT\n"},  // no backtrace, nothing logged
 };
 
@@ -199,7 +200,9 @@ TEST_F(Signals, ModuleNameIsABoundedCopyOfAtMost32Bytes) {
     }
 }
 
-void customHandler(int sig) { std::printf("custom %d\n", sig); }
+void customHandler(int sig) {
+    std::printf("custom %d\n", sig);
+}
 
 TEST_F(Signals, InstallSignalPrintsAFailureAndAlwaysReturnsZero) {
     qtest::ChildResult child = daemon([] {
@@ -211,8 +214,9 @@ TEST_F(Signals, InstallSignalPrintsAFailureAndAlwaysReturnsZero) {
         std::printf("restart=%d blocks-term=%d\n", (a.sa_flags & SA_RESTART) != 0, sigismember(&a.sa_mask, SIGTERM));
         raise(SIGUSR2);
     });
-    EXPECT_EQ(child.out, "Cannot catch signal SigNum 9\nkill=0\nCannot catch signal SigNum 99\nbad=0\nusr2=0\n"
-                         "restart=1 blocks-term=1\ncustom 12\n");
+    EXPECT_EQ(child.out,
+              "Cannot catch signal SigNum 9\nkill=0\nCannot catch signal SigNum 99\nbad=0\nusr2=0\n"
+              "restart=1 blocks-term=1\ncustom 12\n");
 }
 
 }  // namespace
