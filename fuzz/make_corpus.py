@@ -2,7 +2,7 @@
 """Writes the seed corpus of every fuzz target into fuzz/corpus/<target>/.
 
 Seeds are valid requests, commands and files, framed the way each target
-reads its input (see the target's header comment). Run it again after
+reads its input (see its section of targets.cpp). Run it again after
 changing a seed; the files are checked in.
 """
 import json

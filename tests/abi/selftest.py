@@ -1,178 +1,18 @@
 #!/usr/bin/env python3
-"""The ABI checkers against fixture libraries whose faults are known: each
-checker must report exactly those faults, and pass a library without them.
-
-The fixtures are built for the same target as the library (tests/abi/fixtures).
-"""
+"""The ABI checks against fixture libraries whose faults are known: each check
+reports exactly those faults and passes a library without them. The fixtures
+are built for the same target as the library (fixtures/)."""
 
 import argparse
 import os
 import re
-import shutil
 import subprocess
 import sys
-import unittest
 
 HERE = os.path.dirname(os.path.abspath(__file__))
-ARGS = None
-
-
-def checker(script, *args):
-    # -B: no byte-code files in the source tree.
-    proc = subprocess.run([sys.executable, "-B", os.path.join(HERE, script)] + list(args),
-                          stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-    return proc.returncode, proc.stdout.splitlines(), proc.stderr
-
-
-def fixture(variant):
-    return ARGS.fixture_lib[variant]
-
-
-class ExportList(unittest.TestCase):
-    def test_matching_version_script_passes(self):
-        rc, out, err = checker("check_exports.py", "--map", os.path.join(ARGS.fixtures, "abi_fixture.map"),
-                               "--readelf", ARGS.readelf, fixture(1))
-        self.assertEqual((rc, out), (0, ["8 listed, 8 exported, 0 mismatches"]), err)
-
-    def test_stale_version_script_reports_each_mismatch(self):
-        rc, out, err = checker("check_exports.py", "--map", os.path.join(ARGS.fixtures, "stale.map"),
-                               "--readelf", ARGS.readelf, fixture(0))
-        self.assertEqual(rc, 1, err)
-        self.assertEqual(out, [
-            "listed twice in the version script: fx_sum",
-            "exported but not in the version script: fx_extra",
-            "in the version script but not exported: fx_listed_only",
-            "6 listed, 6 exported, 3 mismatches",
-        ])
-
-    def test_additions_to_the_library_must_be_listed(self):
-        # Version 1 exports fx_added and fx_added_value, which stale.map lacks.
-        rc, out, _ = checker("check_exports.py", "--map", os.path.join(ARGS.fixtures, "stale.map"),
-                             "--readelf", ARGS.readelf, fixture(1))
-        self.assertEqual(rc, 1)
-        self.assertIn("exported but not in the version script: fx_added", out)
-        self.assertIn("exported but not in the version script: fx_added_value", out)
-
-
-class HeaderAgreement(unittest.TestCase):
-    def test_header_and_library_disagreements(self):
-        rc, out, err = checker("check_header.py", "--header", os.path.join(ARGS.fixtures, "abi_fixture.h"),
-                               "--castxml", ARGS.castxml, "--cc", ARGS.cc, "--readelf", ARGS.readelf,
-                               "--map", os.path.join(ARGS.fixtures, "abi_fixture.map"),
-                               "--work", os.path.join(ARGS.work, "header"), fixture(0))
-        self.assertEqual(rc, 1, err)
-        # fx_twice (static inline) is no export; fx_hook (a function pointer
-        # object) and fx_value are declared and exported as objects.
-        self.assertEqual(out, [
-            "declared as a data object but exported as FUNC: fx_kind",
-            "declared in the header but not exported: fx_declared_only (function)",
-            "exported but not declared in the header: fx_extra",
-            "3 functions and 3 data objects declared, 6 exported, 3 mismatches",
-        ])
-
-
-class Baseline(unittest.TestCase):
-    @classmethod
-    def setUpClass(cls):
-        cls.baseline = os.path.join(ARGS.work, "baseline", "abi_fixture.abi")
-        shutil.rmtree(os.path.dirname(cls.baseline), ignore_errors=True)
-        rc, out, err = checker("check_abi.py", "--abidw", ARGS.abidw, "--baseline-dir", ARGS.work,
-                               "--baseline", cls.baseline, "--update", fixture(0))
-        assert rc == 0, err
-
-    def compare(self, variant):
-        return checker("check_abi.py", "--abidiff", ARGS.abidiff, "--baseline-dir", ARGS.work,
-                       "--baseline", self.baseline, fixture(variant))
-
-    def test_baseline_holds_no_build_paths(self):
-        with open(self.baseline, encoding="utf-8") as f:
-            text = f.read()
-        self.assertIn("fx_rec_first", text)
-        self.assertNotIn(os.path.dirname(HERE), text)
-        self.assertNotIn(ARGS.work, text)
-
-    def test_same_library_is_compatible(self):
-        rc, out, err = self.compare(0)
-        self.assertEqual(rc, 0, "\n".join(out) + err)
-        self.assertEqual(out[-1], "%s: compatible with %s (additions allowed)"
-                         % (os.path.basename(fixture(0)), self.baseline))
-
-    def test_added_function_and_object_are_compatible(self):
-        rc, out, err = self.compare(1)
-        self.assertEqual(rc, 0, "\n".join(out) + err)
-
-    def assert_breaks(self, variant, kind, detail):
-        rc, out, _ = self.compare(variant)
-        self.assertEqual(rc, 1, "\n".join(out))
-        report = "\n".join(out)
-        self.assertIn(detail, report)
-        self.assertIn("%s: %s change of existing exports against %s"
-                      % (fixture(variant), kind, self.baseline), out)
-        self.assertEqual(out[-1], "If the change is intended, run scripts/update-abi-baseline and commit abi/.")
-
-    def test_changed_parameter_type_fails(self):
-        self.assert_breaks(2, "ABI", "fx_sum")
-
-    def test_grown_record_fails(self):
-        self.assert_breaks(3, "ABI", "type size changed from 64 to 96 (in bits)")
-
-    def test_removed_function_fails(self):
-        self.assert_breaks(4, "incompatible", "fx_rec_first")
-
-    def test_changed_object_type_fails(self):
-        self.assert_breaks(5, "ABI", "fx_value")
-
-    def test_missing_baseline_fails(self):
-        rc, out, _ = checker("check_abi.py", "--abidiff", ARGS.abidiff, "--baseline-dir", ARGS.work,
-                             "--baseline", self.baseline + ".absent", fixture(0))
-        self.assertEqual(rc, 1)
-        self.assertEqual(out, ["no ABI baseline %s.absent for this architecture; create it with "
-                               "scripts/update-abi-baseline" % self.baseline])
-
-
-class Frameless(unittest.TestCase):
-    def run_check(self, *extra):
-        return checker("check_frameless.py", "--slots", os.path.join(ARGS.fixtures, "forwarders.def"),
-                       "--objdump", ARGS.objdump, "--readelf", ARGS.readelf, *extra, ARGS.forwarders)
-
-    def test_framed_and_misrouted_forwarders_fail(self):
-        rc, out, err = self.run_check()
-        self.assertEqual(rc, 1, err)
-        self.assertEqual(len(out), 3, out)
-        self.assertTrue(out[0].startswith("FixtureFramed (slot 7): "), out)
-        self.assertTrue(out[1].startswith("FixtureWrongSlot (slot 9): jumps through "), out)
-        self.assertEqual(out[2], "2 of 4 plain forwarders are frameless tail calls")
-
-    def test_framed_forwarder_is_caught_for_its_frame(self):
-        _, out, _ = self.run_check()
-        # push on ARM; a stack adjustment (or push) before the call on x86-64.
-        self.assertRegex(out[0], r"sets up a frame or calls: (push|stmdb|stmfd)|touches the stack: (push|sub)")
-
-    def test_expected_failures_mode(self):
-        rc, out, err = self.run_check("--expect-framed", "FixtureFramed", "--expect-framed", "FixtureWrongSlot")
-        self.assertEqual(rc, 0, "\n".join(out) + err)
-        rc, out, err = self.run_check("--expect-framed", "FixtureFramed")
-        self.assertEqual(rc, 1)
-
-
-class SoftFloat(unittest.TestCase):
-    def run_check(self, library):
-        return checker("check_softfloat.py", "--objdump", ARGS.objdump, "--readelf", ARGS.readelf, library)
-
-    def test_board_flags_give_soft_float(self):
-        rc, out, err = self.run_check(ARGS.softfloat_lib)
-        self.assertEqual((rc, out), (0, ["%s: soft-float only" % os.path.basename(ARGS.softfloat_lib)]), err)
-
-    def test_vfp_build_is_refused(self):
-        rc, out, err = self.run_check(ARGS.vfp_lib)
-        self.assertEqual(rc, 1, err)
-        self.assertIn("floating-point attribute Tag_FP_arch: VFPv2", out)
-        self.assertTrue(any(re.match(r"floating-point instruction at [0-9a-f]+: vdiv\.f32$", line) for line in out), out)
-        self.assertEqual(out[-1], "%s: uses the FPU" % os.path.basename(ARGS.vfp_lib))
 
 
 def main():
-    global ARGS
     ap = argparse.ArgumentParser()
     for opt in ("objdump", "readelf", "abidw", "abidiff", "castxml", "cc", "fixtures", "work", "forwarders"):
         ap.add_argument("--" + opt, required=True)
@@ -180,14 +20,81 @@ def main():
     ap.add_argument("--no-frameless", action="store_true")
     ap.add_argument("--softfloat-lib")
     ap.add_argument("--vfp-lib")
-    ARGS, rest = ap.parse_known_args()
-    os.makedirs(ARGS.work, exist_ok=True)
-    if ARGS.no_frameless:
-        del globals()["Frameless"]
-    if not ARGS.softfloat_lib:
-        del globals()["SoftFloat"]
-    unittest.main(argv=[sys.argv[0], "-v"] + rest, module="__main__")
+    a = ap.parse_args()
+    os.makedirs(a.work, exist_ok=True)
+    fx = a.fixture_lib
+    fixture = lambda name: os.path.join(a.fixtures, name)
+    baseline = os.path.join(a.work, "abi_fixture.abi")
+    maps = lambda m, lib: ["exports", "--map", fixture(m), "--readelf", a.readelf, lib]
+    diff = lambda lib, base=baseline: ["baseline", "--abidiff", a.abidiff, "--baseline-dir", a.work, "--baseline", base, lib]
+    broken = lambda v, kind: "%s: %s change of existing exports against %s" % (fx[v], kind, baseline)
+    advice = "If the change is intended, run scripts/update-abi-baseline and commit abi/."
+
+    # (what, arguments, exit status, exact output lines or None, patterns the output holds)
+    cases = [
+        ("matching version script", maps("abi_fixture.map", fx[1]), 0, ["8 listed, 8 exported, 0 mismatches"], []),
+        ("stale version script", maps("stale.map", fx[0]), 1, [
+            "listed twice in the version script: fx_sum",
+            "exported but not in the version script: fx_extra",
+            "in the version script but not exported: fx_listed_only",
+            "6 listed, 6 exported, 3 mismatches"], []),
+        ("unlisted additions", maps("stale.map", fx[1]), 1, None,
+         ["^exported but not in the version script: fx_added$", "^exported but not in the version script: fx_added_value$"]),
+        # fx_twice (static inline) is no export; fx_hook (a function pointer) is an object.
+        ("header disagreements", ["header", "--header", fixture("abi_fixture.h"), "--castxml", a.castxml, "--cc", a.cc,
+                                  "--readelf", a.readelf, "--map", fixture("abi_fixture.map"),
+                                  "--work", os.path.join(a.work, "header"), fx[0]], 1, [
+            "declared as a data object but exported as FUNC: fx_kind",
+            "declared in the header but not exported: fx_declared_only (function)",
+            "exported but not declared in the header: fx_extra",
+            "3 functions and 3 data objects declared, 6 exported, 3 mismatches"], []),
+        ("same library", diff(fx[0]), 0,
+         ["%s: compatible with %s (additions allowed)" % (os.path.basename(fx[0]), baseline)], []),
+        ("added function and object", diff(fx[1]), 0, None, ["compatible with"]),
+        ("changed parameter", diff(fx[2]), 1, None, ["fx_sum", re.escape(broken(2, "ABI")), re.escape(advice) + r"\Z"]),
+        ("grown record", diff(fx[3]), 1, None, [r"type size changed from 64 to 96 \(in bits\)", re.escape(broken(3, "ABI"))]),
+        ("removed function", diff(fx[4]), 1, None, ["fx_rec_first", re.escape(broken(4, "incompatible"))]),
+        ("changed object type", diff(fx[5]), 1, None, ["fx_value", re.escape(broken(5, "ABI"))]),
+        ("missing baseline", diff(fx[0], baseline + ".absent"), 1, [
+            "no ABI baseline %s.absent for this architecture; create it with scripts/update-abi-baseline" % baseline], []),
+    ]
+    if not a.no_frameless:
+        cases.append(("framed and misrouted forwarders",
+                       ["frameless", "--slots", fixture("forwarders.def"), "--objdump", a.objdump, "--readelf", a.readelf,
+                        a.forwarders], 1, None,
+                       [r"\AFixtureFramed \(slot 7\): (sets up a frame or calls: (push|stmdb|stmfd)|touches the stack: "
+                        r"(push|sub))[^\n]*\nFixtureWrongSlot \(slot 9\): jumps through [^\n]*\n"
+                        r"2 of 4 plain forwarders are frameless tail calls\Z"]))
+    if a.softfloat_lib:
+        soft = ["softfloat", "--objdump", a.objdump, "--readelf", a.readelf]
+        cases += [("board float flags", soft + [a.softfloat_lib], 0,
+                   ["%s: soft-float only" % os.path.basename(a.softfloat_lib)], []),
+                  ("VFP build", soft + [a.vfp_lib], 1, None,
+                   ["^floating-point attribute Tag_FP_arch: VFPv2$", r"^floating-point instruction at [0-9a-f]+: vdiv\.f32$",
+                    re.escape("%s: uses the FPU" % os.path.basename(a.vfp_lib)) + r"\Z"])]
+
+    def check(args):
+        proc = subprocess.run([sys.executable, "-B", os.path.join(HERE, "abi_check.py")] + args,
+                              stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        return proc.returncode, proc.stdout.rstrip("\n"), proc.stderr
+
+    failures = 0
+    rc, _, err = check(["baseline", "--abidw", a.abidw, "--update", "--baseline", baseline, fx[0]])
+    text = open(baseline, encoding="utf-8").read() if rc == 0 else ""
+    if "fx_rec_first" not in text or os.path.dirname(HERE) in text or a.work in text:
+        print("FAIL baseline written: status %d, fx_rec_first present, no build paths\n%s" % (rc, err))
+        failures += 1
+    for what, args, want_rc, lines, patterns in cases:
+        rc, out, err = check(args)
+        bad = rc != want_rc or (lines is not None and out.split("\n") != lines) or \
+            any(not re.search(p, out, re.M) for p in patterns)
+        print("%s %s" % ("FAIL" if bad else "ok  ", what))
+        if bad:
+            print("  status %d (want %d)\n%s\n%s" % (rc, want_rc, out, err))
+        failures += bad
+    print("%d of %d checker cases failed" % (failures, len(cases) + 1))
+    return 1 if failures else 0
 
 
 if __name__ == "__main__":
-    main()
+    sys.exit(main())

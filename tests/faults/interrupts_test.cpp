@@ -4,9 +4,7 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <signal.h>
-#include <sys/ipc.h>
 #include <sys/msg.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -26,7 +24,6 @@ using Bytes = std::vector<unsigned char>;
 using Clock = std::chrono::steady_clock;
 
 std::atomic<int> g_handled{0};
-void countSignal(int) { g_handled.fetch_add(1, std::memory_order_relaxed); }
 
 Bytes pattern(std::size_t length, unsigned seed) {
     Bytes b(length);
@@ -34,46 +31,39 @@ Bytes pattern(std::size_t length, unsigned seed) {
     return b;
 }
 
-// Sends SIGUSR1 to one thread every interval until stopped; after
-// `actionAfter` handled signals it runs `action` once (from its own thread),
-// which is what lets the interrupted call finish.
+// Sends SIGUSR1 to the creating thread every 500 µs until destroyed; after
+// 20 handled signals it runs `action` once (from its own thread), which is
+// what lets the interrupted call finish.
 class SignalStorm {
 public:
-    SignalStorm(pthread_t target, int actionAfter, std::function<void()> action)
-        : target_(target), actionAfter_(actionAfter), action_(std::move(action)) {
+    explicit SignalStorm(std::function<void()> action) : target_(pthread_self()), action_(std::move(action)) {
         struct sigaction sa {};
-        sa.sa_handler = countSignal;  // no SA_RESTART: every wait sees EINTR
-        sigemptyset(&sa.sa_mask);
+        sa.sa_handler = [](int) { g_handled.fetch_add(1); };  // no SA_RESTART: every wait sees EINTR
         sigaction(SIGUSR1, &sa, &saved_);
         g_handled = 0;
-        thread_ = std::thread([this] { run(); });
+        thread_ = std::thread([this] {
+            for (const auto deadline = Clock::now() + std::chrono::seconds(20); !stop_ && Clock::now() < deadline;) {
+                pthread_kill(target_, SIGUSR1);
+                std::this_thread::sleep_for(std::chrono::microseconds(500));
+                if (!done_ && g_handled.load() >= 20) {
+                    if (action_) action_();
+                    done_ = true;
+                }
+            }
+        });
     }
     ~SignalStorm() {
         stop_ = true;
         thread_.join();
         sigaction(SIGUSR1, &saved_, nullptr);
     }
-    SignalStorm(const SignalStorm &) = delete;
-    SignalStorm &operator=(const SignalStorm &) = delete;
-    bool actionDone() const { return done_; }
+    std::atomic<bool> done_{false};
 
 private:
-    void run() {
-        const auto deadline = Clock::now() + std::chrono::seconds(20);
-        while (!stop_ && Clock::now() < deadline) {
-            pthread_kill(target_, SIGUSR1);
-            std::this_thread::sleep_for(std::chrono::microseconds(500));
-            if (!done_ && g_handled.load() >= actionAfter_) {
-                if (action_) action_();
-                done_ = true;
-            }
-        }
-    }
     pthread_t target_;
-    int actionAfter_;
     std::function<void()> action_;
     struct sigaction saved_ {};
-    std::atomic<bool> stop_{false}, done_{false};
+    std::atomic<bool> stop_{false};
     std::thread thread_;
 };
 
@@ -90,8 +80,7 @@ protected:
         BoundTest::TearDown();
     }
     static void removeQueue() {
-        int id = msgget(kKey, 0);
-        if (id >= 0) msgctl(id, IPC_RMID, nullptr);
+        if (int id = msgget(kKey, 0); id >= 0) msgctl(id, IPC_RMID, nullptr);
     }
 };
 
@@ -99,14 +88,13 @@ TEST_F(Interrupted, BlockedQueueReadGetsTheWholePayload) {
     const int id = QuorixCreateMsgQueue(kKey);
     ASSERT_GE(id, 0);
     const Bytes sent = pattern(1024, 3);
-    int sendResult = -9;
     Bytes got(1100, 0xEE);
-    int rc = -9;
+    int sendResult = -9, rc = -9;
     {
-        SignalStorm storm(pthread_self(), 20, [&] { sendResult = QuorixWriteMsgQueue(kKey, sent.data(), 1024); });
+        // Sent only after 20 signals: the read was interrupted at least that often.
+        SignalStorm storm([&] { sendResult = QuorixWriteMsgQueue(kKey, sent.data(), 1024); });
         rc = QuorixReadMsgQueue(id, got.data(), static_cast<int>(got.size()));
     }
-    // The message is sent only after 20 signals: the read was interrupted at least that often.
     EXPECT_GE(g_handled.load(), 20);
     EXPECT_EQ(sendResult, 0);
     EXPECT_EQ(rc, 0);
@@ -117,27 +105,20 @@ TEST_F(Interrupted, BlockedQueueReadGetsTheWholePayload) {
 TEST_F(Interrupted, BlockingQueueSendWaitsForRoomAndSendsOnce) {
     const int id = QuorixCreateMsgQueue(kKey);
     ASSERT_GE(id, 0);
-    // Fill the queue until the kernel refuses another message.
     struct Message {
         long type;
         unsigned char text[512];
-    } message{};
-    message.type = 1;
-    int queued = 0;
+    } message{1, {}}, last{2, {}}, back{};
+    int queued = 0;  // until the kernel refuses another message
     while (msgsnd(id, &message, sizeof message.text, IPC_NOWAIT) == 0) ++queued;
     ASSERT_EQ(errno, EAGAIN);
     ASSERT_GT(queued, 0);
-    Message last{};
-    last.type = 2;
     const Bytes text = pattern(sizeof last.text, 9);
     std::memcpy(last.text, text.data(), text.size());
     int rc = -9;
     {
         // Room appears only after the send has been interrupted many times.
-        SignalStorm storm(pthread_self(), 20, [&] {
-            Message out{};
-            msgrcv(id, &out, sizeof out.text, 1, IPC_NOWAIT);
-        });
+        SignalStorm storm([&] { msgrcv(id, &back, sizeof back.text, 1, IPC_NOWAIT); });
         rc = sigwrap_msgsnd(id, &last, sizeof last.text, 0);
     }
     EXPECT_GE(g_handled.load(), 20);
@@ -145,7 +126,6 @@ TEST_F(Interrupted, BlockingQueueSendWaitsForRoomAndSendsOnce) {
     struct msqid_ds ds {};
     ASSERT_EQ(msgctl(id, IPC_STAT, &ds), 0);
     EXPECT_EQ(ds.msg_qnum, static_cast<msgqnum_t>(queued));  // one taken, one added
-    Message back{};
     ASSERT_EQ(msgrcv(id, &back, sizeof back.text, 2, IPC_NOWAIT), static_cast<ssize_t>(sizeof back.text));
     EXPECT_EQ(Bytes(back.text, back.text + sizeof back.text), text);
     EXPECT_LT(msgrcv(id, &back, sizeof back.text, 2, IPC_NOWAIT), 0) << "sent twice";
@@ -158,49 +138,41 @@ TEST_F(Interrupted, PipeWritesOfWholeRecordsArriveExactlyOnce) {
     ASSERT_EQ(pipe(fds), 0);
     constexpr int kRecords = 96;
     constexpr std::size_t kRecord = 4096;
-    Bytes received;
-    std::atomic<bool> readerStarted{false};
+    Bytes received, expected;
     std::thread reader;
     std::vector<ssize_t> results;
     {
         // The reader starts only once the writer is blocked on a full pipe.
-        SignalStorm storm(pthread_self(), 20, [&] {
-            readerStarted = true;
+        SignalStorm storm([&] {
             reader = std::thread([&] {
                 unsigned char chunk[1000];
-                ssize_t n;
-                while ((n = read(fds[0], chunk, sizeof chunk)) > 0) {
+                for (ssize_t n; (n = read(fds[0], chunk, sizeof chunk)) > 0;) {
                     received.insert(received.end(), chunk, chunk + n);
                     std::this_thread::sleep_for(std::chrono::microseconds(50));
                 }
             });
         });
-        for (int i = 0; i < kRecords; ++i) {
-            const Bytes record = pattern(kRecord, static_cast<unsigned>(i));
+        for (unsigned i = 0; i < kRecords; ++i) {
+            const Bytes record = pattern(kRecord, i);
+            expected.insert(expected.end(), record.begin(), record.end());
             results.push_back(sigwrap_write(fds[1], record.data(), record.size()));
         }
         // Hold the storm until the reader took over (a fast machine may not fill the pipe first).
-        while (!storm.actionDone()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        while (!storm.done_) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     ASSERT_EQ(sigwrap_close(fds[1]), 0);
     reader.join();
     close(fds[0]);
-    EXPECT_TRUE(readerStarted.load());
     EXPECT_EQ(results, std::vector<ssize_t>(kRecords, static_cast<ssize_t>(kRecord)));
-    ASSERT_EQ(received.size(), kRecords * kRecord);
-    for (int i = 0; i < kRecords; ++i)
-        ASSERT_EQ(Bytes(received.begin() + i * kRecord, received.begin() + (i + 1) * kRecord),
-                  pattern(kRecord, static_cast<unsigned>(i)))
-            << "record " << i;
+    EXPECT_TRUE(received == expected) << received.size() << " bytes received";
 }
 
 TEST_F(Interrupted, FifoOpenWaitsForItsReaderThroughTheSignals) {
     const char *path = "/var/faults_fifo";
     ASSERT_EQ(QuorixCreatePipe(path), 0);
-    int readFd = -1;
-    int writeFd = -9;
+    int readFd = -1, writeFd = -9;
     {
-        SignalStorm storm(pthread_self(), 20, [&] { readFd = open(path, O_RDONLY | O_NONBLOCK); });
+        SignalStorm storm([&] { readFd = open(path, O_RDONLY | O_NONBLOCK); });
         writeFd = sigwrap_open(path, O_WRONLY);
     }
     EXPECT_GE(g_handled.load(), 20);
@@ -216,12 +188,11 @@ TEST_F(Interrupted, FifoOpenWaitsForItsReaderThroughTheSignals) {
 
 TEST_F(Interrupted, NanoSleepResumesUntilTheFullTimeHasPassed) {
     const long kNanos = 200 * 1000 * 1000;
-    int rc = -9;
+    int rc = -9, handled = 0;
     std::string out;
     Clock::duration slept{};
-    int handled = 0;
     {
-        SignalStorm storm(pthread_self(), 1 << 30, nullptr);
+        SignalStorm storm(nullptr);
         out = qtest::captureStdout([&] {
             const auto start = Clock::now();
             rc = QuorixNanoSleep(0, kNanos);

@@ -1,0 +1,269 @@
+#!/usr/bin/env python3
+"""ABI guard of a built library. Each check prints one line per problem and
+a summary, and exits 1 when it finds any:
+
+  exports   --map MAP --readelf R LIB          exports are exactly the version script's global names
+  header    --header H --castxml C --cc CC --readelf R --map MAP --work DIR LIB
+                                               the header declares exactly the exports, each of its kind
+  frameless --slots DEF --objdump O --readelf R LIB
+                                               every Plain slot row compiled to table loads and a jump
+  softfloat --objdump O --readelf R LIB        32-bit ARM: no FPU attribute, no VFP/NEON instruction
+  baseline  --baseline-dir abi [--baseline F] (--abidiff A | --abidw A --update) LIB
+                                               no change to an existing export (additions pass)
+"""
+
+import argparse
+import os
+import re
+import subprocess
+import sys
+import xml.etree.ElementTree as ET
+
+
+def run(cmd):
+    proc = subprocess.run(cmd, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    if proc.returncode != 0:
+        sys.exit("command failed (%d): %s\n%s" % (proc.returncode, " ".join(cmd), proc.stderr))
+    return proc.stdout
+
+
+def without_comments(path):
+    text = re.sub(r"/\*.*?\*/", " ", open(path, encoding="utf-8").read(), flags=re.S)
+    return re.sub(r"(//|#)[^\n]*", "", text)
+
+
+def slot_rows(path):
+    """(kind, slot, name) of every QRX_SLOT row; parameter lists may span lines."""
+    text = without_comments(path)
+    rows = [(m.group(1), int(m.group(2)), m.group(3))
+            for m in re.finditer(r"\bQRX_SLOT\s*\(\s*(\w+)\s*,\s*(\d+)\s*,[^,]+,\s*(\w+)\s*,", text)]
+    if len(rows) != len(re.findall(r"\bQRX_SLOT\s*\(", text)):
+        sys.exit("%s: a QRX_SLOT row is malformed" % path)
+    return rows
+
+
+def version_script(path):
+    """(global names, version node names, names listed twice)."""
+    names, nodes, dups = [], [], []
+    for node in re.finditer(r"([A-Za-z_][\w.]*)?\s*\{(.*?)\}\s*[\w.]*\s*;", without_comments(path), flags=re.S):
+        nodes += [node.group(1)] if node.group(1) else []
+        scope = "global"
+        for tok in re.findall(r"[^\s;]+:|[^\s;]+(?=\s*;)", node.group(2)):
+            if tok.endswith(":"):
+                scope = tok[:-1]
+            elif scope == "global":
+                if any(c in tok for c in "*?[]"):
+                    sys.exit("%s: wildcard %r in the export list; list every name" % (path, tok))
+                (dups if tok in names else names).append(tok)
+    return names, nodes, dups
+
+
+def dynamic_symbols(readelf, library):
+    """Defined dynamic symbols: name -> (address, size, type, section index)."""
+    symbols = {}
+    for parts in (line.split() for line in run([readelf, "--dyn-syms", "-W", library]).splitlines()):
+        if len(parts) < 8 or not parts[0][:-1].isdigit() or parts[6] == "UND" or parts[4] not in ("GLOBAL", "WEAK"):
+            continue
+        symbols[parts[7].split("@")[0]] = (int(parts[1], 16), int(parts[2], 0), parts[3], parts[6])
+    return symbols
+
+
+def exports(args, nodes):
+    """Exported names; the version nodes' own ABS entries are not exports."""
+    return {n: s[2] for n, s in dynamic_symbols(args.readelf, args.library).items()
+            if not (s[3] == "ABS" and n in nodes)}
+
+
+def elf_machine(library):
+    with open(library, "rb") as f:
+        head = f.read(20)
+    if head[:4] != b"\x7fELF":
+        sys.exit("%s is not an ELF file" % library)
+    return {(62, 2): "x86_64", (40, 1): "armel", (183, 2): "aarch64"}.get((int.from_bytes(head[18:20], "little"), head[4]))
+
+
+def report(problems, summary):
+    for p in problems:
+        print(p)
+    print(summary)
+    return 1 if problems else 0
+
+
+def check_exports(args):
+    listed, nodes, dups = version_script(args.map)
+    exported = exports(args, nodes)
+    problems = (["listed twice in the version script: %s" % n for n in dups]
+                + ["exported but not in the version script: %s" % n for n in sorted(set(exported) - set(listed))]
+                + ["in the version script but not exported: %s" % n for n in sorted(set(listed) - set(exported))])
+    return report(problems, "%d listed, %d exported, %d mismatches" % (len(listed), len(exported), len(problems)))
+
+
+def check_header(args):
+    os.makedirs(args.work, exist_ok=True)
+    xml = os.path.join(args.work, os.path.basename(args.header) + ".xml")
+    run([args.castxml, "--castxml-output=1", "-x", "c", "-std=c99", "--castxml-cc-gnu-c", args.cc,
+         "-I", os.path.dirname(args.header), "-o", xml, args.header])
+    root = ET.parse(xml).getroot()
+    files = {f.get("id") for f in root.iter("File") if os.path.realpath(f.get("name")) == os.path.realpath(args.header)}
+    kinds = {"Function": "FUNC", "Variable": "OBJECT"}
+    # Static and inline helpers of the header are not the library's.
+    declared = {el.get("name"): kinds[el.tag] for el in root if el.tag in kinds and el.get("file") in files
+                and el.get("static") != "1" and el.get("inline") != "1"}
+    exported = exports(args, version_script(args.map)[1])
+    kind = {"FUNC": "function", "OBJECT": "data object"}
+    problems = (["declared as a %s but exported as %s: %s" % (kind[t], exported[n], n)
+                 for n, t in sorted(declared.items()) if n in exported and exported[n] != t]
+                + ["declared in the header but not exported: %s (%s)" % (n, kind[t])
+                   for n, t in sorted(declared.items()) if n not in exported]
+                + ["exported but not declared in the header: %s" % n for n in sorted(set(exported) - set(declared))])
+    functions = sum(t == "FUNC" for t in declared.values())
+    return report(problems, "%d functions and %d data objects declared, %d exported, %d mismatches"
+                  % (functions, len(declared) - functions, len(exported), len(problems)))
+
+
+X86_STACK = re.compile(r"%[re]?(sp|bp)\b|%[sb]pl\b")
+ARM_STACK = re.compile(r"\b(sp|fp|lr|r11|r13|r14)\b")
+
+
+def x86_slot(operand, offset):
+    m = re.fullmatch(r"(0x[0-9a-f]+|\d+)?\(%(r\w+)\)", operand)
+    return bool(m) and m.group(2) != "rip" and int(m.group(1) or "0", 0) == offset
+
+
+def frameless_x86(code, slot):
+    """Problem of one x86-64 forwarder; None when it is loads and a jump through its slot."""
+    for i, insn in enumerate(code):
+        op, _, operands = insn.partition(" ")
+        if op in ("endbr64", "nop"):
+            continue
+        if op in ("jmp", "notrack") and "*" in operands:
+            target = operands.replace("jmp", "").strip().lstrip("*")
+            src, _, dst = code[i - 1].partition(" ")[2].rpartition(",") if i else ("", "", "")
+            ok = x86_slot(target, slot * 8) or (code[i - 1].split(" ")[0] in ("mov", "movq") and dst == target
+                                                 and re.fullmatch(r"%\w+", target) and x86_slot(src, slot * 8))
+            return None if ok else "jumps through %s, not slot %d (offset %#x)" % (target, slot, slot * 8)
+        if X86_STACK.search(operands):
+            return "touches the stack: %s" % insn
+        # Table loads, and a byte or short argument narrowed in its register.
+        if not ((op in ("mov", "movq", "movl", "lea") and "(" in operands.split(",")[0])
+                or (re.fullmatch(r"mov[sz][bw][lwq]", op) and re.fullmatch(r"%\w+,%\w+", operands))):
+            return "not a table load: %s" % insn
+    return "no indirect jump"
+
+
+def arm_slot_load(insn, reg, offset):
+    m = re.fullmatch(r"ldr (\w+), \[(r\d+|ip)(?:, #(-?\d+))?\]", insn)
+    return bool(m) and m.group(1) == reg and int(m.group(3) or "0") == offset
+
+
+def frameless_arm(code, slot):
+    for i, insn in enumerate(code):
+        op, _, operands = insn.partition(" ")
+        if op == "bx" and re.fullmatch(r"r\d+|ip", operands):
+            load = code[i - 1] if i else ""
+            return None if arm_slot_load(load, operands, slot * 4) else \
+                "jumps through %s, not loaded from slot %d (offset %d): %s" % (operands, slot, slot * 4, load)
+        if op == "ldr" and operands.startswith("pc,"):
+            return None if arm_slot_load(insn, "pc", slot * 4) else "jumps through %s, not slot %d" % (insn, slot)
+        if op in ("push", "stmdb", "stmfd", "bl", "blx", "b", "pop", "ldm", "ldmia", "ldmfd") or op.startswith("str"):
+            return "sets up a frame or calls: %s" % insn
+        if ARM_STACK.search(operands):
+            return "touches the stack: %s" % insn
+        if not ((op == "ldr" and operands.count("[") == 1)  # literal, GOT entry, table pointer
+                or (op == "add" and re.fullmatch(r"(r\d+|ip), pc, (r\d+|ip)", operands))):  # GOT address
+            return "not a table load: %s" % insn
+    return "no indirect jump"
+
+
+def check_frameless(args):
+    check = {"x86_64": frameless_x86, "armel": frameless_arm}.get(elf_machine(args.library))
+    if check is None:
+        sys.exit("no frameless rule for %s" % args.library)
+    plain = [(name, slot) for kind, slot, name in slot_rows(args.slots) if kind == "Plain"]
+    if not plain:
+        sys.exit("%s has no Plain rows" % args.slots)
+    symbols = dynamic_symbols(args.readelf, args.library)
+    insns = {}
+    for line in run([args.objdump, "-d", "-w", "--no-show-raw-insn", "-j", ".text", args.library]).splitlines():
+        m = re.match(r"^\s*([0-9a-f]+):\s+(.*)$", line)
+        if m:
+            insns[int(m.group(1), 16)] = re.sub(r"\s+", " ", re.split(r"\s[@#;]\s|\s<", m.group(2), maxsplit=1)[0].strip())
+    problems = []
+    for name, slot in plain:
+        if name not in symbols:
+            problems.append("%s: not exported" % name)
+            continue
+        start, size = symbols[name][0] & ~1, symbols[name][1]
+        problem = check([insns[a] for a in sorted(insns) if start <= a < start + size], slot)
+        if problem:
+            problems.append("%s (slot %d): %s" % (name, slot, problem))
+    return report(problems, "%d of %d plain forwarders are frameless tail calls" % (len(plain) - len(problems), len(plain)))
+
+
+FP_ATTRIBUTES = ("Tag_FP_arch", "Tag_ABI_VFP_args", "Tag_Advanced_SIMD_arch", "Tag_ABI_HardFP_use")
+# In unified syntax every VFP/NEON mnemonic starts with "v"; no core ARM one does.
+FP_INSN = re.compile(r"^\s*([0-9a-f]+):\s+(v[a-z0-9]+(?:\.[a-z0-9.]+)?)\s")
+
+
+def check_softfloat(args):
+    problems = ["floating-point attribute %s" % line.strip() for line in run([args.readelf, "-A", args.library]).splitlines()
+                if line.strip().split(":")[0] in FP_ATTRIBUTES]
+    code = run([args.objdump, "-d", "-w", "--no-show-raw-insn", args.library]).splitlines()
+    insns = [m for m in map(FP_INSN.match, code) if m]
+    problems += ["floating-point instruction at %s: %s" % m.groups() for m in insns[:10]]
+    if len(insns) > 10:
+        problems.append("... %d floating-point instructions in all" % len(insns))
+    name = os.path.basename(args.library)
+    return report(problems, "%s: %s" % (name, "uses the FPU" if problems else "soft-float only"))
+
+
+ABIDIFF_ERROR, ABIDIFF_USAGE, ABIDIFF_CHANGE, ABIDIFF_INCOMPATIBLE = 1, 2, 4, 8
+
+
+def check_baseline(args):
+    baseline = args.baseline or os.path.join(args.baseline_dir, elf_machine(args.library) or "unknown",
+                                             os.path.basename(args.library).split(".so")[0] + ".abi")
+    if args.update:
+        os.makedirs(os.path.dirname(baseline), exist_ok=True)
+        # No build paths (it must compare equal from any clone), no line numbers (churn).
+        run([args.abidw, "--no-corpus-path", "--no-comp-dir-path", "--no-show-locs", "--short-locs",
+             "--type-id-style", "hash", "--no-elf-needed", "--out-file", baseline, args.library])
+        print("wrote %s" % baseline)
+        return 0
+    if not os.path.exists(baseline):
+        print("no ABI baseline %s for this architecture; create it with scripts/update-abi-baseline" % baseline)
+        return 1
+    # --no-added-syms: additions are neither reported nor counted. libabigail
+    # calls only removals incompatible; any other change to an existing
+    # export breaks callers built against the baseline as well.
+    proc = subprocess.run([args.abidiff, "--no-added-syms", baseline, args.library],
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    status = proc.returncode
+    if status & (ABIDIFF_ERROR | ABIDIFF_USAGE):
+        print("%s\nabidiff could not compare %s with %s (status %d)" % (proc.stdout, args.library, baseline, status))
+        return 1
+    if status & (ABIDIFF_CHANGE | ABIDIFF_INCOMPATIBLE):
+        print(proc.stdout)
+        print("%s: %s change of existing exports against %s"
+              % (args.library, "incompatible" if status & ABIDIFF_INCOMPATIBLE else "ABI", baseline))
+        print("If the change is intended, run scripts/update-abi-baseline and commit abi/.")
+        return 1
+    print("%s: compatible with %s (additions allowed)" % (os.path.basename(args.library), baseline))
+    return 0
+
+
+def main(argv):
+    ap = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    ap.add_argument("check", choices=("exports", "header", "frameless", "softfloat", "baseline"))
+    for opt in ("map", "readelf", "objdump", "header", "castxml", "cc", "work", "slots", "baseline-dir", "baseline"):
+        ap.add_argument("--" + opt)
+    ap.add_argument("--abidiff", default="abidiff")
+    ap.add_argument("--abidw", default="abidw")
+    ap.add_argument("--update", action="store_true")
+    ap.add_argument("library")
+    args = ap.parse_args(argv)
+    return globals()["check_" + args.check](args)
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
