@@ -9,11 +9,11 @@
 #include <memory>
 #include <string>
 
-#include "config/password_rule_layout.h"
-#include "config/smtp_layout.h"
-#include "config/snmp_agent_layout.h"
-#include "config/snmp_trap_layout.h"
-#include "config/syslog_layout.h"
+#include "config/password_rule/password_rule_layout.h"
+#include "config/smtp/smtp_layout.h"
+#include "config/snmp/snmp_agent_layout.h"
+#include "config/snmp/snmp_trap_layout.h"
+#include "config/syslog/syslog_layout.h"
 #include "fan/fan_curve_layout.h"
 #include "harness.h"
 #include "power/power_layout.h"
