@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "devstate_test_util.h"
+#include "quorix_test.h"
 
 namespace {
 
@@ -64,7 +64,7 @@ TEST_F(DeviceFixture, Server_FillsSuppliesCpusMeDisksAndFans) {
     unsigned char sn[24];
     ASSERT_EQ(QuorixGetHDDSN(7, sn), 0);
     EXPECT_EQ(text(sn, 24), "WD-QX5512307");
-    EXPECT_EQ(dtest::block().u8(49 + 136 * 7 + 4), 2);  // the faulty disk
+    EXPECT_EQ(qtest::block().u8(49 + 136 * 7 + 4), 2);  // the faulty disk
     EXPECT_EQ(QuorixGetFanNumber(), 6);
     EXPECT_EQ(read_device_scan_enable(24), 1);
     EXPECT_EQ(checkBackPlanePresent(), 0);
