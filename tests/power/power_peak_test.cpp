@@ -189,12 +189,9 @@ TEST_F(PowerPeak, Sleep_LongBoundOnFastClock) {
     for (int round = 0; round < 4; ++round) {
         timespec a{}, b{};
         clock_gettime(CLOCK_MONOTONIC, &a);
-        FILE *pipe = popen(command.c_str(), "r");
-        ASSERT_NE(pipe, nullptr);
-        std::string out;
-        char line[256];
-        while (std::fgets(line, sizeof line, pipe) != nullptr) out += line;
-        ASSERT_EQ(pclose(pipe), 0) << out;
+        qtest::CommandRun run = qtest::runCommand(command);
+        const std::string &out = run.out;
+        ASSERT_EQ(run.status, 0) << out;
         clock_gettime(CLOCK_MONOTONIC, &b);
         long realMs = (b.tv_sec - a.tv_sec) * 1000 + (b.tv_nsec - a.tv_nsec) / 1000000;
         unsigned seconds = 0, millis = 0;
