@@ -1,9 +1,11 @@
 // TF card storage against the sandbox's card: "/dev/mmcblk0p1" points at a
 // state file, "/mnt/sdmmc0p1" is a state directory, and mount/umount are
 // stand-ins that record their arguments in "/run/tfcard/mount.log".
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -59,6 +61,21 @@ TEST_F(TfCard, Mount_RunsUmountThenMountEvenWhenTheyFail) {
     EXPECT_EQ(common_mount_tf_card("/dev/mmcblk0p1", "/mnt/sdmmc0p1"), 0) << "exit status not looked at";
     EXPECT_EQ(common_umount_tf_card("/mnt/sdmmc0p1"), 0);
     EXPECT_EQ(common_umount_tf_card(nullptr), -1);
+}
+
+// With no descriptor left the command cannot start: umount says so and fails.
+TEST_F(TfCard, Umount_ReportsACommandThatCannotStart) {
+    std::string out = qtest::inChild([] {
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = limit.rlim_cur < 64 ? limit.rlim_cur : 64;  // keeps the loop below short
+        setrlimit(RLIMIT_NOFILE, &limit);
+        while (dup(STDERR_FILENO) >= 0) {
+        }
+        std::printf("rc=%d\n", common_umount_tf_card("/mnt/sdmmc0p1"));
+    });
+    EXPECT_EQ(out, "execute umount /mnt/sdmmc0p1  failed\nrc=-1\n");
+    EXPECT_FALSE(qtest::fileExists(kMountLog));
 }
 
 // A caller's device or mount point reaches the shell only as a plain path word.
@@ -195,6 +212,8 @@ TEST_F(TfCard, ImageCopy_Failures) {
     EXPECT_NE(out.find(">filename or path too long.\n"), std::string::npos) << out;
     EXPECT_EQ(common_copy_ima_file_to_tf_card(("/tmp/" + std::string(123, 's')).c_str(), "img.", "d"), -1);
     EXPECT_EQ(common_copy_ima_file_to_tf_card(nullptr, "img.", "d"), -1);
+    out = qtest::captureStdout([] { EXPECT_EQ(common_copy_ima_file_to_tf_card("/tmp/image.bin", "img.", "a/b"), -1); });
+    EXPECT_NE(out.find(">invalid image name or directory.\n"), std::string::npos) << out;
     out = qtest::captureStdout([] { EXPECT_EQ(common_copy_ima_file_to_tf_card("/tmp/missing", "img_1.", "d"), -1); });
     EXPECT_NE(out.find(">Copy /tmp/missing to /mnt/sdmmc0p1/d/img_1.new fail in TF card \n"), std::string::npos) << out;
     // A plain file where the directory should be.
