@@ -93,14 +93,9 @@ TEST_F(ComposedOps, PlatformInitialisationFromTwoProcessesCallsSlotZeroOnce) {
     std::string self = qtest::programCommand(std::string(path, static_cast<std::size_t>(len)));
     std::vector<std::string> outputs;
     for (int i = 0; i < 2; ++i) {
-        std::string cmd = "QUORIX_TEST_ROLE=plat-init " + self + " --gtest_filter=ChildRole.PlatInit 2>&1";
-        FILE *p = popen(cmd.c_str(), "r");
-        ASSERT_NE(p, nullptr);
-        std::string out;
-        char buf[512];
-        while (std::fgets(buf, sizeof buf, p) != nullptr) out += buf;
-        EXPECT_EQ(pclose(p), 0) << out;
-        outputs.push_back(out);
+        qtest::CommandRun run = qtest::runCommand("QUORIX_TEST_ROLE=plat-init " + self + " --gtest_filter=ChildRole.PlatInit");
+        EXPECT_EQ(run.status, 0) << run.out;
+        outputs.push_back(run.out);
     }
     EXPECT_NE(outputs[0].find("quorixPlatInit=0"), std::string::npos) << outputs[0];
     EXPECT_NE(outputs[1].find("quorixPlatInit=0"), std::string::npos) << outputs[1];

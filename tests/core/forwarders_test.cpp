@@ -3,7 +3,6 @@
 // empty slots and NULL arguments as its kind says.
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -190,23 +189,5 @@ TEST_P(Forwarder, NullArgumentsAreRefusedWhereTheKindGuardsThem) {
 std::string caseName(const ::testing::TestParamInfo<Case> &info) { return info.param.name; }
 
 INSTANTIATE_TEST_SUITE_P(AllSlots, Forwarder, ::testing::ValuesIn(allForwarders()), caseName);
-
-TEST(ForwarderTable, CoversTheVariantsOfTheInterface) {
-    std::map<std::string, int> perKind;
-    for (const Case &c : allForwarders()) ++perKind[c.kind];
-    EXPECT_EQ(perKind["Plain"], 148);
-    EXPECT_EQ(perKind["Ignored"], 16);
-    EXPECT_EQ(perKind["Status"], 1);
-    EXPECT_EQ(perKind["LowByte"], 1);
-    EXPECT_EQ(perKind["EmptyNeg"], 5);
-    EXPECT_EQ(perKind["EmptyCallZero"], 2);
-    EXPECT_EQ(perKind["EmptyIgnored"], 5);
-    EXPECT_EQ(perKind["EmptyNoop"], 1);
-    EXPECT_EQ(perKind["NullFirst"], 4);
-    EXPECT_EQ(perKind["NullSecond"], 2);
-    EXPECT_EQ(perKind["NullFirstThree"], 1);
-    EXPECT_EQ(perKind["NullFirstEmptyZero"], 1);
-    EXPECT_EQ(perKind["FullyGuarded"], 1);
-}
 
 }  // namespace

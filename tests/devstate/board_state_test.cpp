@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "devstate_test_util.h"
+#include "quorix_test.h"
 
 namespace {
 
-using dtest::block;
+using qtest::block;
 
 constexpr std::size_t kCpuCount = 75482;
 constexpr std::size_t kCpuPresent = 75483;
@@ -28,7 +28,7 @@ TEST_F(BoardState, Counts_AreClampedSilently) {
         {143132, QuorixGetOcpCardNum, 1, 1},      {143132, QuorixGetOcpCardNum, 3, 2},
         {6419986, QuorixGetSysRstartCause, 0xA7, 0xA7},
     };
-    dtest::logToConsole();
+    qtest::logToConsole({"QRXMONITOR"});
     for (const Case &c : cases) {
         block().setU8(c.offset, static_cast<unsigned char>(c.raw));
         int result = -1;
@@ -190,25 +190,14 @@ TEST_F(BoardState, CpldReport_ShowsTheCpldFieldsOfTheBlock) {
     std::size_t bp0 = 119099, rear0 = 119099 + 1470 * 8;
     block().setU8(bp0, 1);
     block().setU8(bp0 + 1, 254);
-    dtest::putText(bp0 + 4, "BP12HDD-Q01\x01");
+    qtest::putText(bp0 + 4, "BP12HDD-Q01\x01");
     block().setU8(bp0 + 302, 0x34);
     block().setU8(bp0 + 558, 12);
-    dtest::putText(rear0 + 4, "BPREAR2");
+    qtest::putText(rear0 + 4, "BPREAR2");
     block().setU8(0x101AD, 1);
-    dtest::putText(0x101B2, "FANPLANE-A");
+    qtest::putText(0x101B2, "FANPLANE-A");
     block().setU8(0x101FD, 0x07);
-    std::string expected =
-        "ShowAllCPLDInfo:main board, backplane and fan plane CPLD info;\n"
-        "    MB CPLD: BoardId: 0x2a; Version: 0x13;\n"
-        "    MB FPGA: BoardId: 0x5; Version: 0x21;\n"
-        "    FrontBackPlaneNum: 1;\n"
-        "    front bp0: InUse: 1; Marker: 0xfe; Board: \"BP12HDD-Q01.\"; CpldVersion: 0x34; DiskSlots: 12;\n"
-        "    RearBackPlaneNum: 5;\n"
-        "    rear bp0: InUse: 0; Marker: 0x0; Board: \"BPREAR2\"; CpldVersion: 0x0; DiskSlots: 0;\n";
-    for (int k = 1; k < 5; ++k)
-        expected += "    rear bp" + std::to_string(k) + ": InUse: 0; Marker: 0x0; Board: \"\"; CpldVersion: 0x0; DiskSlots: 0;\n";
-    expected += "    FanPlaneNum: 1;\n    fanplane0: Board: \"FANPLANE-A\"; CpldVersion: 0x7;\n";
-    EXPECT_EQ(qtest::captureStdout([] { ShowAllCPLDInfo(); }), expected);
+    EXPECT_GOLDEN("cpld_report.txt", qtest::captureStdout([] { ShowAllCPLDInfo(); }));
 }
 
 int g_ocpResults[2] = {0, 0};
@@ -250,11 +239,11 @@ TEST_F(BoardState, PciePolls_QueryEveryDeviceWithBothReadinessFlags) {
         qtest::Sim::get().reset();
         qtest::replaceSlot(pass.slot, pollDevice);
         const unsigned char flags[][2] = {{1, 1}, {1, 0}, {0, 1}, {1, 1}, {2, 1}, {1, 2}};
-        for (std::size_t i = 0; i < 6; ++i) dtest::block().copyIn(pass.flags + 2 * i, flags[i], 2);
-        dtest::block().setU8(pass.flags + 2 * 15, 1);
-        dtest::block().setU8(pass.flags + 2 * 15 + 1, 1);
-        dtest::block().setU8(pass.flags + 2 * 16, 1);  // past the 16 devices
-        dtest::block().setU8(pass.flags + 2 * 16 + 1, 1);
+        for (std::size_t i = 0; i < 6; ++i) qtest::block().copyIn(pass.flags + 2 * i, flags[i], 2);
+        qtest::block().setU8(pass.flags + 2 * 15, 1);
+        qtest::block().setU8(pass.flags + 2 * 15 + 1, 1);
+        qtest::block().setU8(pass.flags + 2 * 16, 1);  // past the 16 devices
+        qtest::block().setU8(pass.flags + 2 * 16 + 1, 1);
         g_polled.clear();
         EXPECT_EQ(pass.poll(), 0);
         EXPECT_EQ(g_polled, (std::vector<int>{0, 3, 15})) << pass.slot;

@@ -11,11 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "devstate_test_util.h"
+#include "quorix_test.h"
 
 namespace {
 
-using dtest::block;
+using qtest::block;
 
 constexpr std::size_t kFront = 49;
 constexpr std::size_t kRear = 39217;
@@ -82,7 +82,7 @@ protected:
                     if (rc != 0) std::printf("scan %d: result %d\n", scan, rc);
                     unsigned char record[18];
                     while (read(fd, record, sizeof record) == static_cast<ssize_t>(sizeof record))
-                        std::printf("scan %d: sel %s\n", scan, dtest::hex(record, sizeof record).c_str());
+                        std::printf("scan %d: sel %s\n", scan, qtest::hex(record, sizeof record).c_str());
                     int id = idlQueue();
                     msqid_ds ds{};
                     while (msgctl(id, IPC_STAT, &ds) == 0 && ds.msg_qnum > 0) {
@@ -90,7 +90,7 @@ protected:
                         QuorixReadMsgQueue(id, payload, sizeof payload);
                         bool restZero = true;
                         for (std::size_t k = 4 + 40; k < sizeof payload; ++k) restZero = restZero && payload[k] == 0;
-                        std::printf("scan %d: idl %s%s\n", scan, dtest::hex(payload, 4 + 40).c_str(),
+                        std::printf("scan %d: idl %s%s\n", scan, qtest::hex(payload, 4 + 40).c_str(),
                                     restZero ? "" : " +");
                     }
                 }
@@ -108,7 +108,7 @@ protected:
 std::string sel(int scan, unsigned sensor, bool assert, unsigned offset) {
     unsigned char r[18] = {0, 0, 0x20, 0, 0, 0x0D, static_cast<unsigned char>(sensor),
                            static_cast<unsigned char>(assert ? 0x6F : 0xEF), static_cast<unsigned char>(offset), 0xFF, 0};
-    return "scan " + std::to_string(scan) + ": sel " + dtest::hex(r, sizeof r) + "\n";
+    return "scan " + std::to_string(scan) + ": sel " + qtest::hex(r, sizeof r) + "\n";
 }
 
 // Request code 0, then the first 40 bytes of the IDL sensor-event record.
@@ -124,7 +124,7 @@ std::string idl(int scan, unsigned sensor, int disk) {
     std::string label = "DISK" + std::to_string(disk) + "_Status ";
     std::copy(label.begin(), label.end(), r + 19);
     r[39] = 0x0A;
-    return "scan " + std::to_string(scan) + ": idl " + dtest::hex(p, sizeof p) + "\n";
+    return "scan " + std::to_string(scan) + ": idl " + qtest::hex(p, sizeof p) + "\n";
 }
 
 TEST_F(DiskSensor, Presence_IsTakenOnTheSixthScanAndAssertedOnce) {
@@ -208,7 +208,7 @@ TEST_F(DiskSensor, StatusPost_SendsTheDiskRecordToTheLogService) {
     int id = idlQueue();
     unsigned char payload[300];
     ASSERT_EQ(QuorixReadMsgQueue(id, payload, sizeof payload), 0);
-    EXPECT_EQ("scan 0: idl " + dtest::hex(payload, 44) + "\n", idl(0, 151, 12));
+    EXPECT_EQ("scan 0: idl " + qtest::hex(payload, 44) + "\n", idl(0, 151, 12));
     ASSERT_EQ(QuorixReadMsgQueue(id, payload, sizeof payload), 0);
     EXPECT_EQ(payload[4 + 15], 0xEF);
     EXPECT_EQ(payload[4 + 17], 100);

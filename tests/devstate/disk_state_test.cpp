@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "devstate_test_util.h"
+#include "quorix_test.h"
 
 namespace {
 
-using dtest::block;
+using qtest::block;
 
 constexpr std::size_t kFront = 49;
 constexpr std::size_t kRear = 39217;
@@ -64,7 +64,7 @@ TEST_F(DiskState, TableCopies_RefuseNullAndOtherTypes) {
 }
 
 TEST_F(DiskState, BackplaneCounts_LogAndClampWhenTooLarge) {
-    dtest::logToConsole();
+    qtest::logToConsole({"QRXMONITOR"});
     struct Case {
         std::size_t offset;
         int (*read)();
@@ -124,10 +124,10 @@ TEST_F(DiskState, SerialNumber_AddressesFrontThenRearRecords) {
                  {rear(9, 0), "R9"}};
     for (const Disk &d : disks) {
         block().setU8(d.at + 1, 1);
-        dtest::putText(d.at + 18, serial(d.tag));
+        qtest::putText(d.at + 18, serial(d.tag));
     }
     block().setU8(front(5, 1), 2);
-    dtest::putText(front(5, 18), serial("F5"));
+    qtest::putText(front(5, 18), serial("F5"));
     struct Case {
         int disk;
         std::string expected;

@@ -2,11 +2,11 @@
 #include <string>
 #include <vector>
 
-#include "devstate_test_util.h"
+#include "quorix_test.h"
 
 namespace {
 
-using dtest::block;
+using qtest::block;
 
 constexpr std::size_t kFanCount = 0x200000;
 constexpr std::size_t kFanRecords = 0x200001;
@@ -72,14 +72,7 @@ TEST_F(FanInfo, Show_PrintsEveryFanAndTheSummaryHealth) {
     write_quorix_fan_info(2, fan2.data());
     int result = 0;
     std::string out = qtest::captureStdout([&] { result = show_fan_info(); });
-    EXPECT_EQ(out,
-              "show_fan_info:fan num 3;\n"
-              "    fan0: Name: FAN0; Health: 0; FrontSpeed: 8200 rpm; RearSpeed: 7900 rpm; MaxSpeed: 12000 rpm; Duty: 45%; "
-              "RotorModel: 1;\n"
-              "    fan1: absent;\n"
-              "    fan2: Name: FAN2.; Health: 2; FrontSpeed: 0 rpm; RearSpeed: 0 rpm; MaxSpeed: 12000 rpm; Duty: 100%; "
-              "RotorModel: 1;\n"
-              "    FanSummaryHealth: 2;\n");
+    EXPECT_GOLDEN("fan_info.txt", out);
     EXPECT_EQ(result, 2);
 }
 

@@ -1,31 +1,14 @@
 // The shipped device fixtures, loaded by quorixctl into the shared block and
 // read back through the library's own readers.
-#include <sys/wait.h>
-
-#include <cstdio>
 #include <string>
 #include <vector>
 
-#include "devstate_test_util.h"
+#include "quorix_test.h"
 
 namespace {
 
-struct CtlRun {
-    int status;
-    std::string out;
-};
-
-CtlRun quorixctl(const std::string &args) {
-    std::string command = qtest::programCommand(QUORIXCTL_PATH) + " " + args + " 2>&1";
-    CtlRun run{-1, ""};
-    FILE *p = popen(command.c_str(), "r");
-    if (p == nullptr) return run;
-    char buf[512];
-    std::size_t n;
-    while ((n = fread(buf, 1, sizeof buf, p)) > 0) run.out.append(buf, n);
-    int status = pclose(p);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
+qtest::CommandRun quorixctl(const std::string &args) {
+    return qtest::runCommand(qtest::programCommand(QUORIXCTL_PATH) + " " + args);
 }
 
 std::string fixture(const char *name) { return std::string(FIXTURE_DIR) + "/" + name; }
@@ -39,7 +22,7 @@ std::string text(const unsigned char *p, std::size_t len) {
 class DeviceFixture : public qtest::BoundTest {};
 
 TEST_F(DeviceFixture, Server_FillsSuppliesCpusMeDisksAndFans) {
-    CtlRun run = quorixctl("sim load " + fixture("server-2psu-2cpu-12disk.json"));
+    qtest::CommandRun run = quorixctl("sim load " + fixture("server-2psu-2cpu-12disk.json"));
     ASSERT_EQ(run.status, 0) << run.out;
     EXPECT_EQ(run.out, "loaded " + fixture("server-2psu-2cpu-12disk.json") +
                            ": 0 block regions, 0 slot results, 23 device records\n");
@@ -64,7 +47,7 @@ TEST_F(DeviceFixture, Server_FillsSuppliesCpusMeDisksAndFans) {
     unsigned char sn[24];
     ASSERT_EQ(QuorixGetHDDSN(7, sn), 0);
     EXPECT_EQ(text(sn, 24), "WD-QX5512307");
-    EXPECT_EQ(dtest::block().u8(49 + 136 * 7 + 4), 2);  // the faulty disk
+    EXPECT_EQ(qtest::block().u8(49 + 136 * 7 + 4), 2);  // the faulty disk
     EXPECT_EQ(QuorixGetFanNumber(), 6);
     EXPECT_EQ(read_device_scan_enable(24), 1);
     EXPECT_EQ(checkBackPlanePresent(), 0);
@@ -88,7 +71,7 @@ TEST_F(DeviceFixture, Rack_SelectsTheTwentyTwoSlotReport) {
     EXPECT_EQ(RackHarlo_Get_BackPlanePort(), 1);
     EXPECT_EQ(GetMaxFrontHDDNVMETemp(0, 5), 46);
     EXPECT_EQ(GetMaxFrontHDDNVMEPresentNum(0, 7), 6);
-    CtlRun run = quorixctl("disk rack " + fixture("rack-nvme-6disk.json"));
+    qtest::CommandRun run = quorixctl("disk rack " + fixture("rack-nvme-6disk.json"));
     ASSERT_EQ(run.status, 0) << run.out;
     EXPECT_NE(run.out.find("slot 10: NVME8    02 01 08\n"), std::string::npos) << run.out;
     EXPECT_NE(run.out.find("slot 17: NVME1    02 01 01\n"), std::string::npos) << run.out;

@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
-#include "devstate_test_util.h"
+#include "quorix_test.h"
 
 namespace {
 
-using dtest::block;
+using qtest::block;
 
 class FruRecords : public qtest::BoundTest {};
 
@@ -205,21 +205,21 @@ TEST_F(FruRecords, ClearEeprom_ErasesPageByPageWithoutCrossingAPage) {
         EXPECT_EQ(QuorixClearEEPROMInfo(c.offset, c.length), c.result) << c.offset << "+" << c.length;
         EXPECT_EQ(g_eepromWrites, c.writes) << c.offset << "+" << c.length;
     }
-    EXPECT_EQ(dtest::block().u8(138227), 0) << "asset offset not cleared";
+    EXPECT_EQ(qtest::block().u8(138227), 0) << "asset offset not cleared";
 }
 
 TEST_F(FruRecords, ClearEeprom_StopsAtAFailedPageAndFlagsClearedAssetData) {
     qtest::replaceSlot(16, write24256);
-    dtest::logToConsole();
+    qtest::logToConsole({"QRXMONITOR"});
     g_eepromWrites.clear();
     g_eepromFailAt = 64;
     std::string out = qtest::captureStdout([] { EXPECT_EQ(QuorixClearEEPROMInfo(0, 200), -1); });
     g_eepromFailAt = -1;
     EXPECT_EQ(g_eepromWrites, (std::vector<std::string>{"0+64", "64+64"}));
     EXPECT_NE(out.find("QuorixClearEEPROMInfo: write of 64 bytes at 64 failed\n"), std::string::npos) << out;
-    EXPECT_EQ(dtest::block().u8(138227), 0);
+    EXPECT_EQ(qtest::block().u8(138227), 0);
     EXPECT_EQ(QuorixClearEEPROMInfo(29100, 21), 0);
-    EXPECT_EQ(dtest::block().u8(138227), 1) << "the CPLD's BIOS information must be written again";
+    EXPECT_EQ(qtest::block().u8(138227), 1) << "the CPLD's BIOS information must be written again";
 }
 
 }  // namespace

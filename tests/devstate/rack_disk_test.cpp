@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "devstate_test_util.h"
+#include "quorix_test.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ class RackDisk : public qtest::BoundTest {
 protected:
     Records src = Records(kRec * 32, 0);
     Records dst = Records(kRec * 18, 0);
-    void useNvmeBackplane() { dtest::block().setU8(119099 + 1470 * 2 + 558, 6); }
+    void useNvmeBackplane() { qtest::block().setU8(119099 + 1470 * 2 + 558, 6); }
 };
 
 TEST_F(RackDisk, GetSlot_MatchesWholeNamesInOrder) {

@@ -11,12 +11,12 @@
 #include <set>
 #include <string>
 
-#include "diag_test_util.h"
+#include "quorix_test.h"
 
 namespace {
 
-using diagtest::kReloadMarker;
-using diagtest::touchControl;
+using qtest::kReloadMarker;
+using qtest::touchControl;
 
 // Replaces every well-formed time text by "T"; any other shape stays visible.
 std::string maskTimes(const std::string &out) {
@@ -36,7 +36,7 @@ class DebugLog : public qtest::BoundTest {
 protected:
     void SetUp() override {
         BoundTest::SetUp();
-        std::filesystem::create_directories(diagtest::kControlDir);
+        std::filesystem::create_directories(qtest::kControlDir);
     }
 
     // Standard output of calls made in a fresh process under time zone tz.
@@ -73,7 +73,7 @@ TEST_F(DebugLog, Threshold_PassesLevelsAtOrAboveIt) {
     };
     for (int t = 0; t < 4; ++t) {
         SCOPED_TRACE(files[t]);
-        qtest::clearDirectory(diagtest::kControlDir);
+        qtest::clearDirectory(qtest::kControlDir);
         touchControl({files[t], "PATH_SERIAL", "ENABLE_IPMI"});
         EXPECT_EQ(logged([] {
                       for (unsigned level = 0; level < 4; ++level) QuorixDebug(level, "IPMI", "m%u", level);
@@ -166,7 +166,7 @@ TEST_F(DebugLog, SeventeenSwitches_First16InDirectoryOrderHonoured) {
         modules.insert(name);
         touchControl({std::string("ENABLE_") + name});
     }
-    auto order = diagtest::enabledInDirectoryOrder();
+    auto order = qtest::enabledInDirectoryOrder();
     ASSERT_EQ(order.size(), 17u);
     std::set<std::string> honoured(order.begin(), order.begin() + 16);
 
@@ -187,7 +187,7 @@ TEST_F(DebugLog, EmptyModuleName_MatchesAnUnusedSlot) {
 }
 
 TEST_F(DebugLog, MissingControlDirectory_NothingLogged) {
-    std::filesystem::remove_all(diagtest::kControlDir);
+    std::filesystem::remove_all(qtest::kControlDir);
     EXPECT_EQ(logged([] { QuorixDebug(3, "", "nowhere"); }), "");
 }
 
@@ -195,13 +195,13 @@ TEST_F(DebugLog, MissingControlDirectory_NothingLogged) {
 // files; the library never removes it.
 TEST_F(DebugLog, ReloadMarker_OnlyItMakesFileChangesVisible) {
     touchControl({"LEVEL_INFO", "PATH_SERIAL", "ENABLE_A"});
-    const std::string a = diagtest::kControlDir + "ENABLE_A";
-    const std::string b = diagtest::kControlDir + "ENABLE_B";
+    const std::string a = qtest::kControlDir + "ENABLE_A";
+    const std::string b = qtest::kControlDir + "ENABLE_B";
     EXPECT_EQ(logged([&] {
                   QuorixDebug(0, "A", "one");
                   touchControl({"ENABLE_B", "LEVEL_CRITICAL"});
                   std::filesystem::remove(a);
-                  std::filesystem::remove(diagtest::kControlDir + "LEVEL_INFO");
+                  std::filesystem::remove(qtest::kControlDir + "LEVEL_INFO");
                   QuorixDebug(0, "B", "ignored: B not loaded");
                   QuorixDebug(0, "A", "two");
                   qtest::writeFile(kReloadMarker, "");

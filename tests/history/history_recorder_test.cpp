@@ -9,11 +9,11 @@
 #include <sstream>
 #include <string>
 
-#include "history_test_support.h"
+#include "quorix_test.h"
 
 namespace {
 
-using htest::Record;
+using qtest::Record;
 
 // Shared-block readings the recorder samples.
 constexpr const char *kPsu0Present = "10816", *kPsu0Reading = "1082f";

@@ -4,13 +4,13 @@
 #include <ctime>
 #include <set>
 
-#include "history_test_support.h"
+#include "quorix_test.h"
 
 namespace {
 
-using htest::HistoryTest;
-using htest::makeRecord;
-using htest::Record;
+using qtest::HistoryTest;
+using qtest::makeRecord;
+using qtest::Record;
 
 QuorixHistoryBlock *const &history(int kind) {
     return kind == 1 ? dayHistoryLinkHead : kind == 2 ? monthHistoryLinkHead : yearHistoryLinkHead;
@@ -27,7 +27,7 @@ TEST_F(HistoryTest, Init_CreatesFullHistoriesOfZeroRecords) {
         EXPECT_EQ(h->head, &h->nodes[0]);
         EXPECT_EQ(h->tail, &h->nodes[capacity[kind] - 1]);
         EXPECT_EQ(h->period, 0u);
-        for (const Record &r : htest::records(h)) EXPECT_EQ(r, Record(216, 0));
+        for (const Record &r : qtest::records(h)) EXPECT_EQ(r, Record(216, 0));
         for (unsigned w : h->work) ASSERT_EQ(w, 0u);
     }
 }
@@ -52,7 +52,7 @@ TEST_F(HistoryTest, Num_KindsOutsideTheTableGiveZeroOrMinusOne) {
 }
 
 TEST_F(HistoryTest, Missing_HistoriesReadAsEmpty) {
-    htest::freeHistories();
+    qtest::freeHistories();
     unsigned char buffer[216];
     for (int kind = 1; kind <= 3; ++kind) {
         EXPECT_EQ(getHistoryDataNum(kind), 0);
@@ -69,7 +69,7 @@ TEST_F(HistoryTest, Append_TwentyFiveRecordsKeepTheNewestTwentyFourOldestFirst) 
     for (unsigned k = 0; k < 25; ++k) ASSERT_EQ(AddHistoryData(dayHistoryLinkHead, makeRecord(k).data()), 0);
 
     EXPECT_EQ(getHistoryDataNum(1), 24);
-    const auto kept = htest::records(dayHistoryLinkHead);
+    const auto kept = qtest::records(dayHistoryLinkHead);
     ASSERT_EQ(kept.size(), 24u);
     for (unsigned i = 0; i < 24; ++i) EXPECT_EQ(kept[i], makeRecord(i + 1)) << i;  // the first of the 25 is gone
 
@@ -92,14 +92,14 @@ TEST_F(HistoryTest, Append_IntoAnEmptiedRingStartsAtTheFirstNode) {
     EXPECT_EQ(h->tail, &h->nodes[0]);
     ASSERT_EQ(AddHistoryData(h, makeRecord(8).data()), 0);
     EXPECT_EQ(getHistoryDataNum(3), 2);
-    EXPECT_EQ(htest::records(h), (std::vector<Record>{makeRecord(7), makeRecord(8)}));
+    EXPECT_EQ(qtest::records(h), (std::vector<Record>{makeRecord(7), makeRecord(8)}));
 }
 
 TEST_F(HistoryTest, Append_NullHistoryOrRecordDoesNothing) {
     const Record r = makeRecord(3);
     EXPECT_EQ(AddHistoryData(nullptr, r.data()), -1);
     EXPECT_EQ(AddHistoryData(dayHistoryLinkHead, nullptr), -1);
-    for (const Record &rec : htest::records(dayHistoryLinkHead)) EXPECT_EQ(rec, Record(216, 0));
+    for (const Record &rec : qtest::records(dayHistoryLinkHead)) EXPECT_EQ(rec, Record(216, 0));
 }
 
 TEST_F(HistoryTest, Clear_ErasesEveryRecordAndStampsTheNewest) {
@@ -109,7 +109,7 @@ TEST_F(HistoryTest, Clear_ErasesEveryRecordAndStampsTheNewest) {
     const std::uint32_t after = static_cast<std::uint32_t>(std::time(nullptr));
 
     EXPECT_EQ(getHistoryDataNum(2), 31);
-    const auto kept = htest::records(monthHistoryLinkHead);
+    const auto kept = qtest::records(monthHistoryLinkHead);
     for (std::size_t i = 0; i + 1 < kept.size(); ++i) EXPECT_EQ(kept[i], Record(216, 0xFF)) << i;
     Record newest = kept.back();
     const std::uint32_t stamp = qrx::ByteView(newest.data()).u32(208);
@@ -118,7 +118,7 @@ TEST_F(HistoryTest, Clear_ErasesEveryRecordAndStampsTheNewest) {
     std::fill(newest.begin() + 208, newest.begin() + 212, 0xFF);
     EXPECT_EQ(newest, Record(216, 0xFF));
     // The other histories are untouched.
-    for (const Record &rec : htest::records(dayHistoryLinkHead)) EXPECT_EQ(rec, Record(216, 0));
+    for (const Record &rec : qtest::records(dayHistoryLinkHead)) EXPECT_EQ(rec, Record(216, 0));
 }
 
 TEST_F(HistoryTest, Clear_BadKindsAreRefused) {
@@ -154,7 +154,7 @@ TEST_F(HistoryTest, CopyHistoryData_TakesRecordsClosedWithinTheRange) {
     for (unsigned k = 0; k < 12; ++k) AddHistoryData(yearHistoryLinkHead, makeRecord(k).data());
     std::vector<unsigned char> buffer(216 * 12);
     // Closing times are 0x69000001 + 3600 k; the range is inclusive at both ends.
-    const unsigned from = htest::closedAt(makeRecord(3)), to = htest::closedAt(makeRecord(6));
+    const unsigned from = qtest::closedAt(makeRecord(3)), to = qtest::closedAt(makeRecord(6));
     ASSERT_EQ(copyHistoryData(3, from, to, buffer.data(), 12), 4);
     for (unsigned i = 0; i < 4; ++i)
         EXPECT_EQ(Record(buffer.begin() + 216 * i, buffer.begin() + 216 * (i + 1)), makeRecord(3 + i)) << i;

@@ -12,22 +12,22 @@
 #include <string>
 #include <thread>
 
-#include "ipc_test_support.h"
+#include "quorix_test.h"
 
 namespace {
 
-using ipctest::Bytes;
+using qtest::Bytes;
 using Lines = std::vector<std::string>;
 
 constexpr int kKey = 0x1234;
 
 // The kernel's view of a payload sent through the frame, worked out from the
 // frame layout: the native long at offset 0 is the type, the text follows.
-ipctest::KernelMessage expectedKernelView(const Bytes &payload) {
+qtest::KernelMessage expectedKernelView(const Bytes &payload) {
     Bytes frame(1025 + sizeof(long), 0);
     frame[0] = 1;
     std::copy(payload.begin(), payload.end(), frame.begin() + 1);
-    ipctest::KernelMessage m;
+    qtest::KernelMessage m;
     m.received = true;
     unsigned long type = 0;
     for (std::size_t i = 0; i < sizeof(long); ++i) type |= static_cast<unsigned long>(frame[i]) << (8 * i);
@@ -36,7 +36,7 @@ ipctest::KernelMessage expectedKernelView(const Bytes &payload) {
     return m;
 }
 
-class MsgQueue : public ipctest::MessagingTest {};
+class MsgQueue : public qtest::MessagingTest {};
 
 TEST_F(MsgQueue, CreateReturnsTheSameQueueForAKeyWithMode0666) {
     int id = QuorixCreateMsgQueue(kKey);
@@ -60,10 +60,10 @@ TEST_F(MsgQueue, CreateFailureIsLoggedWithKeyAndErrno) {
     });
     ASSERT_TRUE(child.exited);
     ASSERT_EQ(child.status, 0);
-    EXPECT_EQ(ipctest::plainOutput(child.out), "id=-1\nwrite=-1\n");
+    EXPECT_EQ(qtest::plainOutput(child.out), "id=-1\nwrite=-1\n");
     const std::string line = "[Critical]:Error creating thread MsgQueue\u3000key :4660ErroNo:13";
-    EXPECT_EQ(ipctest::logLines(child.out), (Lines{line, line}));
-    EXPECT_EQ(ipctest::queuedMessages(kKey), 0);
+    EXPECT_EQ(qtest::logLines(child.out), (Lines{line, line}));
+    EXPECT_EQ(qtest::queuedMessages(kKey), 0);
 }
 
 struct SizeCase {
@@ -76,13 +76,13 @@ class MsgQueueSizes : public MsgQueue, public ::testing::WithParamInterface<Size
 // A peer that is not built on this library receives the message with the
 // kernel's own framing and restores the payload from byte 1.
 TEST_P(MsgQueueSizes, PeerSeesTheFrameAndRestoresThePayloadFromByteOne) {
-    const Bytes payload = ipctest::pattern(GetParam().size, GetParam().seed);
+    const Bytes payload = qtest::pattern(GetParam().size, GetParam().seed);
     const void *data = payload.empty() ? static_cast<const void *>("") : payload.data();  // never null
     std::string out =
         qtest::captureStdout([&] { EXPECT_EQ(QuorixWriteMsgQueue(kKey, data, static_cast<int>(payload.size())), 0); });
     EXPECT_EQ(out, "");
-    ipctest::KernelMessage got = ipctest::receiveInChild(kKey);
-    ipctest::KernelMessage want = expectedKernelView(payload);
+    qtest::KernelMessage got = qtest::receiveInChild(kKey);
+    qtest::KernelMessage want = expectedKernelView(payload);
     ASSERT_TRUE(got.received);
     EXPECT_EQ(got.type, want.type);
     EXPECT_EQ(got.type & 0xFF, 1);  // the frame marker
@@ -110,7 +110,7 @@ TEST_F(MsgQueue, OversizeNegativeAndNullPayloadsAreRefusedAndNothingIsSent) {
     };
     for (const Case &c : cases) {
         std::string out = qtest::captureStdout([&] { EXPECT_EQ(QuorixWriteMsgQueue(kKey, c.data, c.size), -1); });
-        EXPECT_EQ(ipctest::logLines(out), (Lines{c.line})) << c.size;
+        EXPECT_EQ(qtest::logLines(out), (Lines{c.line})) << c.size;
     }
     EXPECT_LT(msgget(kKey, 0), 0) << "no queue is created for a refused payload";
 }
@@ -121,18 +121,18 @@ TEST_F(MsgQueue, FullQueueFailsAtOnceWithTheSendError) {
     msqid_ds info{};
     ASSERT_EQ(msgctl(id, IPC_STAT, &info), 0);
     const int fits = static_cast<int>(info.msg_qbytes / 1024);
-    const Bytes payload = ipctest::pattern(1024, 0x11);
+    const Bytes payload = qtest::pattern(1024, 0x11);
     std::string out = qtest::captureStdout([&] {
         for (int i = 0; i < fits; ++i) ASSERT_EQ(QuorixWriteMsgQueue(kKey, payload.data(), 1024), 0) << i;
         EXPECT_EQ(QuorixWriteMsgQueue(kKey, payload.data(), 1024), -1);
     });
-    EXPECT_EQ(ipctest::logLines(out), (Lines{"[Critical]:Send MsgQueue Error MsgId:" + std::to_string(id) +
+    EXPECT_EQ(qtest::logLines(out), (Lines{"[Critical]:Send MsgQueue Error MsgId:" + std::to_string(id) +
                                              ";ErrNo:" + std::to_string(EAGAIN)}));
-    EXPECT_EQ(ipctest::queuedMessages(kKey), fits);
+    EXPECT_EQ(qtest::queuedMessages(kKey), fits);
 }
 
 TEST_F(MsgQueue, ReadGetsWhatAnotherProcessSentZeroPadded) {
-    const Bytes payload = ipctest::pattern(300, 0x1C);
+    const Bytes payload = qtest::pattern(300, 0x1C);
     qtest::ChildResult sender = qtest::runInChild(
         [&] { _exit(QuorixWriteMsgQueue(kKey, payload.data(), static_cast<int>(payload.size())) == 0 ? 0 : 1); });
     ASSERT_TRUE(sender.exited && sender.status == 0);
@@ -146,14 +146,14 @@ TEST_F(MsgQueue, ReadGetsWhatAnotherProcessSentZeroPadded) {
 }
 
 TEST_F(MsgQueue, ReadIntoASmallBufferGetsTheFirstBytesOnly) {
-    const Bytes payload = ipctest::pattern(300, 0x1D);
+    const Bytes payload = qtest::pattern(300, 0x1D);
     ASSERT_EQ(QuorixWriteMsgQueue(kKey, payload.data(), 300), 0);
     Bytes buffer(16, 0xEE);
     ASSERT_EQ(QuorixReadMsgQueue(msgget(kKey, 0), buffer.data(), 10), 0);
     Bytes want(payload.begin(), payload.begin() + 10);
     want.resize(16, 0xEE);
     EXPECT_EQ(buffer, want);
-    EXPECT_EQ(ipctest::queuedMessages(kKey), 0);
+    EXPECT_EQ(qtest::queuedMessages(kKey), 0);
 }
 
 // The largest text the reader accepts (1025 bytes) from a peer that fills
@@ -190,10 +190,10 @@ TEST_F(MsgQueue, ReadOfATooLongMessageFailsAndLeavesItQueued) {
     const std::string facts = "msgid=" + std::to_string(id) + ", RetVal=-1;errorNo:" + std::to_string(E2BIG);
     // The console line has no line feed of its own; the log line's format
     // ends in one, hence the empty line after it.
-    EXPECT_EQ(ipctest::withoutTimes(out), "[Error]: read the msgid date error: " + facts +
+    EXPECT_EQ(qtest::withoutTimes(out), "[Error]: read the msgid date error: " + facts +
                                               "[Critical]:Read the msgid date error: " + facts + "\n\n");
     EXPECT_EQ(buffer, Bytes(64, 0));  // zeroed before the receive
-    EXPECT_EQ(ipctest::queuedMessages(kKey), 1);
+    EXPECT_EQ(qtest::queuedMessages(kKey), 1);
 }
 
 TEST_F(MsgQueue, ReadRefusesNoQueueAndNoBufferWithoutTouchingTheBuffer) {
@@ -205,18 +205,18 @@ TEST_F(MsgQueue, ReadRefusesNoQueueAndNoBufferWithoutTouchingTheBuffer) {
         EXPECT_EQ(QuorixReadMsgQueue(id, nullptr, 8), -1);
         EXPECT_EQ(QuorixReadMsgQueue(id, buffer.data(), -8), -1);
     });
-    EXPECT_EQ(ipctest::logLines(out), (Lines(3, "[Critical]:QuorixReadMsgQueue Error")));
+    EXPECT_EQ(qtest::logLines(out), (Lines(3, "[Critical]:QuorixReadMsgQueue Error")));
     EXPECT_EQ(buffer, Bytes(8, 0xEE));
-    EXPECT_EQ(ipctest::queuedMessages(kKey), 1);
+    EXPECT_EQ(qtest::queuedMessages(kKey), 1);
 }
 
 TEST_F(MsgQueue, ReadOfARemovedQueueReportsTheError) {
     int id = QuorixCreateMsgQueue(kKey);
-    ipctest::removeQueue(kKey);
+    qtest::removeQueue(kKey);
     Bytes buffer(8);
     std::string out = qtest::captureStdout([&] { EXPECT_EQ(QuorixReadMsgQueue(id, buffer.data(), 8), -1); });
     const std::string facts = "msgid=" + std::to_string(id) + ", RetVal=-1;errorNo:" + std::to_string(EINVAL);
-    EXPECT_EQ(ipctest::withoutTimes(out), "[Error]: read the msgid date error: " + facts +
+    EXPECT_EQ(qtest::withoutTimes(out), "[Error]: read the msgid date error: " + facts +
                                               "[Critical]:Read the msgid date error: " + facts + "\n\n");
 }
 
@@ -263,7 +263,7 @@ TEST_F(MsgQueue, BlockedReadSurvivesAnInterruptingSignalAndGetsTheMessage) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     ASSERT_EQ(processState(pid), 'S');
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_EQ(ipctest::queuedMessages(kKey), 0);
+    EXPECT_EQ(qtest::queuedMessages(kKey), 0);
     ASSERT_EQ(kill(pid, SIGUSR1), 0);
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     ASSERT_EQ(processState(pid), 'S') << "the receive ended on the signal";

@@ -13,11 +13,11 @@
 #include <thread>
 
 #include "ipc/wire_records.h"
-#include "ipc_test_support.h"
+#include "quorix_test.h"
 
 namespace {
 
-using ipctest::Bytes;
+using qtest::Bytes;
 using Lines = std::vector<std::string>;
 
 Bytes sized(std::size_t size, std::initializer_list<std::pair<std::size_t, std::uint8_t>> set) {
@@ -34,7 +34,7 @@ int sendFromChild(const std::function<int()> &send) {
     return std::atoi(child.out.c_str());
 }
 
-class NamedPipes : public ipctest::MessagingTest {};
+class NamedPipes : public qtest::MessagingTest {};
 
 TEST_F(NamedPipes, CreateMakesAFifoOnceAndLeavesAnythingAlreadyThereAlone) {
     mode_t old = umask(0);
@@ -87,7 +87,7 @@ class PipeRequests : public NamedPipes, public ::testing::WithParamInterface<Pip
 TEST_P(PipeRequests, AnotherProcessSendsTheRecordWholeAndGetsItsLength) {
     const PipeRequest &r = GetParam();
     ASSERT_EQ(QuorixCreatePipe(r.path), 0);
-    ipctest::FifoReader reader(r.path);
+    qtest::FifoReader reader(r.path);
     EXPECT_EQ(sendFromChild(r.send), static_cast<int>(r.record.size()));
     EXPECT_EQ(reader.take(), r.record);
 }
@@ -98,14 +98,14 @@ TEST_P(PipeRequests, NoReaderOrNoPipeFailsWithoutWritingAnything) {
     ASSERT_EQ(QuorixCreatePipe(r.path), 0);
     out += qtest::captureStdout([&] { EXPECT_EQ(r.send(), -1); });  // FIFO, no reader
     EXPECT_EQ(out, "");
-    ipctest::FifoReader reader(r.path);
+    qtest::FifoReader reader(r.path);
     EXPECT_EQ(reader.take(), Bytes{});
 }
 
 TEST_P(PipeRequests, EmptyWriteSlotGivesMinusOneSilently) {
     const PipeRequest &r = GetParam();
     ASSERT_EQ(QuorixCreatePipe(r.path), 0);
-    ipctest::FifoReader reader(r.path);
+    qtest::FifoReader reader(r.path);
     intf_handle[150] = nullptr;
     std::string out = qtest::captureStdout([&] { EXPECT_EQ(r.send(), -1); });
     EXPECT_EQ(out, "");
@@ -117,7 +117,7 @@ INSTANTIATE_TEST_SUITE_P(Requests, PipeRequests, ::testing::ValuesIn(kPipeReques
 
 TEST_F(NamedPipes, TaskFailureEventRenamesTheThreadAndAlwaysReturnsZero) {
     ASSERT_EQ(QuorixCreatePipe("/var/quorix_ipmimain_pipe"), 0);
-    ipctest::FifoReader reader("/var/quorix_ipmimain_pipe");
+    qtest::FifoReader reader("/var/quorix_ipmimain_pipe");
     char name[32] = {};
     int failure = -1, recovery = -1;
     std::thread worker([&] {
@@ -157,7 +157,7 @@ class TaskNotice : public NamedPipes, public ::testing::WithParamInterface<Notic
 TEST_P(TaskNotice, AcceptedNoticesGoOutWholeRefusedOnesNotAtAll) {
     const NoticeCase &c = GetParam();
     ASSERT_EQ(QuorixCreatePipe("/var/poweroffscanpipe"), 0);
-    ipctest::FifoReader reader("/var/poweroffscanpipe");
+    qtest::FifoReader reader("/var/poweroffscanpipe");
     std::string out =
         qtest::captureStdout([&] { EXPECT_EQ(QuorixNotifyTaskThread(c.type, c.task), c.accepted ? 0 : -1); });
     if (c.accepted) {
@@ -193,11 +193,11 @@ TEST_F(NamedPipes, NoticeNotWrittenWholeIsAnError) {
 
 // ---- queue requests ----
 
-class QueueRequests : public ipctest::MessagingTest {
+class QueueRequests : public qtest::MessagingTest {
 protected:
     // The payload a peer restores from the message on the queue of key.
     static Bytes received(int key) {
-        ipctest::KernelMessage m = ipctest::receiveInChild(key);
+        qtest::KernelMessage m = qtest::receiveInChild(key);
         EXPECT_TRUE(m.received);
         Bytes raw = m.raw();
         if (raw.size() < 1 + m.text.size()) return Bytes{};
@@ -235,7 +235,7 @@ TEST_F(QueueRequests, IdlLogTypeZeroSendsTheCallersTimeStampUnchanged) {
         EXPECT_EQ(got, idlPayload(record)) << stamp;
         EXPECT_EQ(stampOf(got), stamp);
     }
-    EXPECT_EQ(ipctest::queuedMessages(12347), 0);
+    EXPECT_EQ(qtest::queuedMessages(12347), 0);
 }
 
 TEST_F(QueueRequests, IdlLogTypeOneIsStampedWithLocalWallClockSeconds) {
@@ -295,7 +295,7 @@ TEST_F(QueueRequests, McaSendsRequestCodeOneAndTheFirst256RecordBytes) {
     want[0] = 1;
     std::copy(record.bytes, record.bytes + 256, want.begin() + 4);
     EXPECT_EQ(received(12347), want);
-    EXPECT_EQ(ipctest::queuedMessages(12345), 0);
+    EXPECT_EQ(qtest::queuedMessages(12345), 0);
 }
 
 }  // namespace

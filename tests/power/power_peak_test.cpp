@@ -7,10 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "ipc_test_support.h"
-#include "power_test_util.h"
+#include "quorix_test.h"
 
 namespace {
+
+constexpr int kPowerPeakOffset = 3904;  // EEPROM
 
 using Bytes = std::vector<unsigned char>;
 
@@ -19,7 +20,7 @@ class PowerPeak : public qtest::BoundTest {
 protected:
     void SetUp() override {
         qtest::BoundTest::SetUp();
-        ptest::logToConsole();
+        qtest::logToConsole({"QRXMONITOR"});
     }
 };
 
@@ -47,7 +48,7 @@ std::string set(Bytes req) {
 }
 
 TEST_F(PowerPeak, Set_RangeLengthAndNullChecks) {
-    std::string out = ptest::inChild([] {
+    std::string out = qtest::inChild([] {
         unsigned char res[3] = {};
         unsigned char req[2] = {0x59, 0x02};
         for (const Bytes &refused : {Bytes{0x59, 0x02}, Bytes{0x58}, Bytes{0x58, 0x02, 0}, Bytes{0xFF, 0xFF}})
@@ -60,7 +61,7 @@ TEST_F(PowerPeak, Set_RangeLengthAndNullChecks) {
     });
     // 601 answers 0xCC, 600 is stored and read back from the cache.
     EXPECT_EQ(out, "1:cc|1:c7|1:c7|1:cc|0 0|0|1:00|3:00 58 02\n");
-    EXPECT_EQ(ptest::eeprom(ptest::kPowerPeakOffset, 2), (Bytes{0x58, 0x02}));
+    EXPECT_EQ(qtest::eeprom(kPowerPeakOffset, 2), (Bytes{0x58, 0x02}));
 }
 
 TEST_F(PowerPeak, Get_ReadsEepromOnceAndMapsLargeValuesToTwo) {
@@ -75,20 +76,20 @@ TEST_F(PowerPeak, Get_ReadsEepromOnceAndMapsLargeValuesToTwo) {
         {{0x00, 0x00}, "3:00 00 00"},
     };
     for (const auto &c : cases) {
-        ptest::putEeprom(ptest::kPowerPeakOffset, c.stored);
-        std::string out = ptest::inChild([] {
+        qtest::putEeprom(kPowerPeakOffset, c.stored);
+        std::string out = qtest::inChild([] {
             std::string first = get();
             unsigned reads = qtest::Sim::get().callCount(13);
-            ptest::putEeprom(ptest::kPowerPeakOffset, {0x10, 0x00});
+            qtest::putEeprom(kPowerPeakOffset, {0x10, 0x00});
             std::string second = get();
             std::printf("%s|%s|%u\n", first.c_str(), second.c_str(), qtest::Sim::get().callCount(13) - reads);
         });
-        EXPECT_EQ(ipctest::plainOutput(out), c.answer + "|" + c.answer + "|0\n");
+        EXPECT_EQ(qtest::plainOutput(out), c.answer + "|" + c.answer + "|0\n");
     }
 }
 
 TEST_F(PowerPeak, Get_LengthNullAndReadFailure) {
-    std::string out = ptest::inChild([] {
+    std::string out = qtest::inChild([] {
         unsigned char res[3] = {};
         unsigned char req[1] = {0};
         int n = QuorixGetPowerPeakConfigInterface(req, 1, res);
@@ -98,13 +99,13 @@ TEST_F(PowerPeak, Get_LengthNullAndReadFailure) {
         std::string failed = get();
         std::printf("%s\n", failed.c_str());
     });
-    EXPECT_EQ(ipctest::plainOutput(out), "1 c7\n0\n1:83\n");
-    EXPECT_EQ(ipctest::logLines(out),
+    EXPECT_EQ(qtest::plainOutput(out), "1 c7\n0\n1:83\n");
+    EXPECT_EQ(qtest::logLines(out),
               (std::vector<std::string>{"[Critical]:Read power peak config from EEPROM failed! retval=1"}));
 }
 
 TEST_F(PowerPeak, Set_ShortEepromWriteAnswers0x83ButCaches) {
-    std::string out = ptest::inChild([] {
+    std::string out = qtest::inChild([] {
         qtest::Sim::get().setFault(14, 2);
         std::printf("%s|", set({0x2C, 0x01}).c_str());
         qtest::Sim::get().setFault(14, 0);
@@ -115,8 +116,8 @@ TEST_F(PowerPeak, Set_ShortEepromWriteAnswers0x83ButCaches) {
 
 TEST_F(PowerPeak, Sleep_NoDelayForZeroAndSixHundred) {
     for (Bytes stored : {Bytes{0x00, 0x00}, Bytes{0x58, 0x02}}) {
-        ptest::putEeprom(ptest::kPowerPeakOffset, stored);
-        std::string out = ptest::inChild([] {
+        qtest::putEeprom(kPowerPeakOffset, stored);
+        std::string out = qtest::inChild([] {
             timespec a{}, b{};
             clock_gettime(CLOCK_MONOTONIC, &a);
             int rc = RunPowerPeakSleep();
@@ -126,9 +127,9 @@ TEST_F(PowerPeak, Sleep_NoDelayForZeroAndSixHundred) {
             long elapsedMs = (b.tv_sec - a.tv_sec) * 1000 + (b.tv_nsec - a.tv_nsec) / 1000000;
             std::printf("rc=%d fast=%d\n", rc, elapsedMs < 1000);
         });
-        EXPECT_EQ(ipctest::plainOutput(out), "rc=0 fast=1\n");
+        EXPECT_EQ(qtest::plainOutput(out), "rc=0 fast=1\n");
         int max = stored[0] | (stored[1] << 8);
-        EXPECT_EQ(ipctest::logLines(out),
+        EXPECT_EQ(qtest::logLines(out),
                   (std::vector<std::string>{"[Critical]:Quorix power peak config, state: 0, Max delay time:" +
                                             std::to_string(max)}));
     }
@@ -136,18 +137,18 @@ TEST_F(PowerPeak, Sleep_NoDelayForZeroAndSixHundred) {
 
 TEST_F(PowerPeak, Sleep_ReadFailureReturnsMinusOne) {
     qtest::Sim::get().setFault(13, 1);
-    std::string out = ptest::inChild([] { std::printf("rc=%d\n", RunPowerPeakSleep()); });
-    EXPECT_EQ(ipctest::plainOutput(out), "rc=-1\n");
-    EXPECT_EQ(ipctest::logLines(out),
+    std::string out = qtest::inChild([] { std::printf("rc=%d\n", RunPowerPeakSleep()); });
+    EXPECT_EQ(qtest::plainOutput(out), "rc=-1\n");
+    EXPECT_EQ(qtest::logLines(out),
               (std::vector<std::string>{"[Critical]:Read power peak config from EEPROM failed! retval=-1",
                                         "[Critical]:Get Quorix power peak config failed!"}));
 }
 
 // With a one-second bound the real wait is short; it must match the drawn delay.
 TEST_F(PowerPeak, Sleep_DrawsDelayWithinBoundAndWaitsIt) {
-    ptest::putEeprom(ptest::kPowerPeakOffset, {0x01, 0x00});
+    qtest::putEeprom(kPowerPeakOffset, {0x01, 0x00});
     for (int round = 0; round < 3; ++round) {
-        std::string out = ptest::inChild([] {
+        std::string out = qtest::inChild([] {
             timespec a{}, b{};
             clock_gettime(CLOCK_MONOTONIC, &a);
             int rc = RunPowerPeakSleep();
@@ -158,7 +159,7 @@ TEST_F(PowerPeak, Sleep_DrawsDelayWithinBoundAndWaitsIt) {
         unsigned seconds = 99, millis = 9999;
         long elapsed = -1;
         int rc = -9;
-        std::string plain = ipctest::plainOutput(out);
+        std::string plain = qtest::plainOutput(out);
         ASSERT_EQ(std::sscanf(plain.c_str(),
                               "[Note]: Chassis power on, max delay time=1s, delay time=%us,%ums\nrc=%d elapsed=%ld",
                               &seconds, &millis, &rc, &elapsed),
@@ -173,7 +174,7 @@ TEST_F(PowerPeak, Sleep_DrawsDelayWithinBoundAndWaitsIt) {
         char logged[128];
         std::snprintf(logged, sizeof logged, "[Critical]:Chassis power on, max delay time=1s, delay time=%us,%ums",
                       seconds, millis);
-        EXPECT_EQ(ipctest::logLines(out).back(), logged);
+        EXPECT_EQ(qtest::logLines(out).back(), logged);
     }
 }
 
@@ -181,19 +182,16 @@ TEST_F(PowerPeak, Sleep_DrawsDelayWithinBoundAndWaitsIt) {
 // child process): the drawn delay stays within the bound and is slept in full.
 TEST_F(PowerPeak, Sleep_LongBoundOnFastClock) {
     if (std::string(QRX_FAKETIME_LIB).empty()) GTEST_SKIP() << "libfaketime is not installed";
-    ptest::putEeprom(ptest::kPowerPeakOffset, {0x57, 0x02});  // 599 s
+    qtest::putEeprom(kPowerPeakOffset, {0x57, 0x02});  // 599 s
     std::string command = "FAKETIME='+0 x1000' ASAN_OPTIONS=verify_asan_link_order=0 " +
                           qtest::programCommand(QRX_POWER_PEAK_PROBE, QRX_FAKETIME_LIB);
     unsigned long total = 0;
     for (int round = 0; round < 4; ++round) {
         timespec a{}, b{};
         clock_gettime(CLOCK_MONOTONIC, &a);
-        FILE *pipe = popen(command.c_str(), "r");
-        ASSERT_NE(pipe, nullptr);
-        std::string out;
-        char line[256];
-        while (std::fgets(line, sizeof line, pipe) != nullptr) out += line;
-        ASSERT_EQ(pclose(pipe), 0) << out;
+        qtest::CommandRun run = qtest::runCommand(command);
+        const std::string &out = run.out;
+        ASSERT_EQ(run.status, 0) << out;
         clock_gettime(CLOCK_MONOTONIC, &b);
         long realMs = (b.tv_sec - a.tv_sec) * 1000 + (b.tv_nsec - a.tv_nsec) / 1000000;
         unsigned seconds = 0, millis = 0;

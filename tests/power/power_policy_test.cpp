@@ -7,11 +7,13 @@
 #include <cstring>
 #include <string>
 
-#include "core/shared_block.h"
-#include "ipc_test_support.h"
-#include "power_test_util.h"
+#include "quorix_test.h"
 
 namespace {
+
+// EEPROM offsets and block offsets of the power configuration.
+constexpr int kPowerStatusOffset = 4481, kComOffset = 5120, kSolOffset = 5121;
+constexpr std::size_t kBlockPowerState = 0x621F8F, kBlockCom = 0x621F7B, kBlockSol = 0x621F7A;
 
 const std::string kMarker = "/var/tmp/power_button_press_flag";
 
@@ -20,7 +22,7 @@ protected:
     void SetUp() override {
         qtest::BoundTest::SetUp();
         mkdir("/var/tmp", 01777);
-        ipctest::removeQueue(12345);
+        qtest::removeQueue(12345);
     }
 };
 
@@ -34,9 +36,9 @@ TEST_F(PowerPolicy, Marker_DecidesWhetherPolicyRuns) {
 }
 
 TEST_F(PowerPolicy, ClearMarker_MissingFileIsLoggedAndStillZero) {
-    ptest::logToConsole();
+    qtest::logToConsole({"QRXMONITOR"});
     std::string out = qtest::captureStdout([] { EXPECT_EQ(ClearPowerButtonPressFaileFlag(), 0); });
-    EXPECT_EQ(ipctest::logLines(out),
+    EXPECT_EQ(qtest::logLines(out),
               (std::vector<std::string>{
                   "[Critical]:Unlink /var/tmp/power_button_press_flag fail in ClearPowerButtonPressFaileFlag "}));
 }
@@ -46,13 +48,13 @@ TEST_F(PowerPolicy, NotStartCause_ZeroClearsMarkerAndPostsIdlText) {
     EXPECT_EQ(LoggingPowerPolicyNotStartCause(1), -1);
     EXPECT_EQ(LoggingPowerPolicyNotStartCause(-1), -1);
     EXPECT_TRUE(qtest::fileExists(kMarker)) << "a non-zero value does nothing";
-    EXPECT_EQ(ipctest::queuedMessages(12345), 0);
+    EXPECT_EQ(qtest::queuedMessages(12345), 0);
 
     EXPECT_EQ(LoggingPowerPolicyNotStartCause(0), 0);
     EXPECT_FALSE(qtest::fileExists(kMarker));
-    ipctest::KernelMessage m = ipctest::receiveInChild(12345);
+    qtest::KernelMessage m = qtest::receiveInChild(12345);
     ASSERT_TRUE(m.received);
-    ipctest::Bytes raw = m.raw();
+    qtest::Bytes raw = m.raw();
     ASSERT_GE(raw.size(), 1u + 4u + 296u);
     const unsigned char *record = raw.data() + 1 + 4;  // frame marker, request code
     EXPECT_EQ(record[0], 1) << "stamped with the current time";
@@ -66,10 +68,10 @@ TEST_F(PowerPolicy, NotStartCause_ZeroClearsMarkerAndPostsIdlText) {
 }
 
 TEST_F(PowerPolicy, EepromPowerStatus_ReadWriteAndFailures) {
-    ptest::logToConsole();
+    qtest::logToConsole({"QRXMONITOR"});
     unsigned char state = 0x5A;
     EXPECT_EQ(QuorixEEPROMWritePowerStatus(&state), 0);
-    EXPECT_EQ(ptest::eeprom(ptest::kPowerStatusOffset, 1), std::vector<unsigned char>{0x5A});
+    EXPECT_EQ(qtest::eeprom(kPowerStatusOffset, 1), std::vector<unsigned char>{0x5A});
     unsigned char back = 0;
     EXPECT_EQ(QuorixEEPROMReadPowerStatus(&back), 0);
     EXPECT_EQ(back, 0x5A);
@@ -78,7 +80,7 @@ TEST_F(PowerPolicy, EepromPowerStatus_ReadWriteAndFailures) {
         EXPECT_EQ(QuorixEEPROMWritePowerStatus(nullptr), -3);
         EXPECT_EQ(QuorixEEPROMReadPowerStatus(nullptr), -3);
     });
-    EXPECT_EQ(ipctest::logLines(out),
+    EXPECT_EQ(qtest::logLines(out),
               (std::vector<std::string>{"[Error]:NULL buffer pointer passed into read policy!",
                                         "[Error]:NULL buffer pointer passed into read power  status!"}));
     qtest::Sim::get().setFault(13, 1);
@@ -87,30 +89,30 @@ TEST_F(PowerPolicy, EepromPowerStatus_ReadWriteAndFailures) {
         EXPECT_EQ(QuorixEEPROMWritePowerStatus(&state), -2);
         EXPECT_EQ(QuorixEEPROMReadPowerStatus(&back), -2);
     });
-    EXPECT_EQ(ipctest::logLines(out),
+    EXPECT_EQ(qtest::logLines(out),
               (std::vector<std::string>{"[Error]:Write power status from EEPROM failed! retval=-1",
                                         "[Error]:Read power last status from EEPROM failed! retval=-1"}));
 }
 
 TEST_F(PowerPolicy, MonitorPowerStatus_AcFailureKeepsPreOutageState) {
-    ptest::logToConsole();
+    qtest::logToConsole({"QRXMONITOR"});
     qtest::Sim::get().setResult(230, 1);  // the CPLD latched AC_FAIL
-    std::string out = ptest::inChild([] {
+    std::string out = qtest::inChild([] {
         const int polls[] = {1, 1, 0, 1};
         for (int state : polls) {
             qtest::Sim::get().setResult(2, state);
             int rc = QuorixMonitorPowerStatus(0, 1, 2);
             std::printf("poll %d rc=%d block=%d writes=%u eeprom=%d\n", state, rc,
-                        qtest::blockBytes(ptest::kBlockPowerState, 1)[0], qtest::Sim::get().callCount(14),
-                        ptest::eeprom(ptest::kPowerStatusOffset, 1)[0]);
+                        qtest::blockBytes(kBlockPowerState, 1)[0], qtest::Sim::get().callCount(14),
+                        qtest::eeprom(kPowerStatusOffset, 1)[0]);
         }
     });
-    EXPECT_EQ(ipctest::plainOutput(out),
+    EXPECT_EQ(qtest::plainOutput(out),
               "poll 1 rc=0 block=1 writes=1 eeprom=1\n"
               "poll 1 rc=0 block=1 writes=1 eeprom=1\n"
               "poll 0 rc=0 block=0 writes=1 eeprom=1\n"
               "poll 1 rc=0 block=1 writes=2 eeprom=1\n");
-    EXPECT_EQ(ipctest::logLines(out),
+    EXPECT_EQ(qtest::logLines(out),
               (std::vector<std::string>{"[Critical]:Write power status to EEPROM. Status=1",
                                         "[Critical]:MBCPLD detected AC_FAIL, stop write power status to EEPROM.",
                                         "[Critical]:Write power status to EEPROM. Status=1"}));
@@ -118,16 +120,16 @@ TEST_F(PowerPolicy, MonitorPowerStatus_AcFailureKeepsPreOutageState) {
 
 TEST_F(PowerPolicy, MonitorPowerStatus_OrderlyPowerOffIsStored) {
     qtest::Sim::get().setResult(230, 0);
-    std::string out = ptest::inChild([] {
+    std::string out = qtest::inChild([] {
         qtest::Sim::get().setResult(2, 0x101);  // only the low byte counts
         QuorixMonitorPowerStatus(0, 0, 0);
-        std::printf("%d\n", ptest::eeprom(ptest::kPowerStatusOffset, 1)[0]);
+        std::printf("%d\n", qtest::eeprom(kPowerStatusOffset, 1)[0]);
         qtest::Sim::get().setResult(2, 0);
         QuorixMonitorPowerStatus(0, 0, 0);
-        int stored = ptest::eeprom(ptest::kPowerStatusOffset, 1)[0];
+        int stored = qtest::eeprom(kPowerStatusOffset, 1)[0];
         std::printf("%d %u\n", stored, qtest::Sim::get().callCount(230));
     });
-    EXPECT_EQ(ipctest::plainOutput(out), "1\n0 1\n");
+    EXPECT_EQ(qtest::plainOutput(out), "1\n0 1\n");
 }
 
 TEST_F(PowerPolicy, ComSolValidity_TrueMeansInvalid) {
@@ -145,30 +147,30 @@ TEST_F(PowerPolicy, ComSol_SetStoresEepromAndBlockCache) {
     EXPECT_EQ(QuorixSetSolCfg(5), -1);
     EXPECT_EQ(QuorixSetComCfg(2), 0);
     EXPECT_EQ(QuorixSetComCfg(3), -1);
-    EXPECT_EQ(ptest::eeprom(ptest::kComOffset, 2), (std::vector<unsigned char>{2, 16}));
-    EXPECT_EQ(qtest::blockBytes(ptest::kBlockSol, 2), (std::vector<unsigned char>{16, 2}));
+    EXPECT_EQ(qtest::eeprom(kComOffset, 2), (std::vector<unsigned char>{2, 16}));
+    EXPECT_EQ(qtest::blockBytes(kBlockSol, 2), (std::vector<unsigned char>{16, 2}));
     EXPECT_EQ(qtest::Sim::get().callCount(14), 2u) << "refused values are not written";
     EXPECT_EQ(QuorixGetSolCfg(), 16);
     EXPECT_EQ(QuorixGetComCfg(), 2);
 }
 
 TEST_F(PowerPolicy, ComSol_GetReadsEepromOnceAndMapsInvalidToZero) {
-    qrx::sharedBlock().setU8(ptest::kBlockCom, 255);  // not read yet
-    qrx::sharedBlock().setU8(ptest::kBlockSol, 255);
+    qtest::block().setU8(kBlockCom, 255);  // not read yet
+    qtest::block().setU8(kBlockSol, 255);
     // Blank EEPROM (0xFF) is invalid for both: answered and cached as 0, EEPROM left alone.
     EXPECT_EQ(QuorixGetComCfg(), 0);
     EXPECT_EQ(QuorixGetSolCfg(), 0);
-    EXPECT_EQ(qtest::blockBytes(ptest::kBlockSol, 2), (std::vector<unsigned char>{0, 0}));
-    EXPECT_EQ(ptest::eeprom(ptest::kComOffset, 2), (std::vector<unsigned char>{0xFF, 0xFF}));
+    EXPECT_EQ(qtest::blockBytes(kBlockSol, 2), (std::vector<unsigned char>{0, 0}));
+    EXPECT_EQ(qtest::eeprom(kComOffset, 2), (std::vector<unsigned char>{0xFF, 0xFF}));
     EXPECT_EQ(qtest::Sim::get().callCount(14), 0u);
 
-    ptest::putEeprom(ptest::kComOffset, {1, 4});
-    qrx::sharedBlock().setU8(ptest::kBlockCom, 255);
-    qrx::sharedBlock().setU8(ptest::kBlockSol, 255);
+    qtest::putEeprom(kComOffset, {1, 4});
+    qtest::block().setU8(kBlockCom, 255);
+    qtest::block().setU8(kBlockSol, 255);
     EXPECT_EQ(QuorixGetComCfg(), 1);
     EXPECT_EQ(QuorixGetSolCfg(), 4);
     unsigned reads = qtest::Sim::get().callCount(13);
-    ptest::putEeprom(ptest::kComOffset, {2, 3});
+    qtest::putEeprom(kComOffset, {2, 3});
     EXPECT_EQ(QuorixGetComCfg(), 1) << "cached";
     EXPECT_EQ(QuorixGetSolCfg(), 4) << "cached";
     EXPECT_EQ(qtest::Sim::get().callCount(13), reads);

@@ -1,11 +1,11 @@
 // TF card storage against the sandbox's card: "/dev/mmcblk0p1" points at a
 // state file, "/mnt/sdmmc0p1" is a state directory, and mount/umount are
 // stand-ins that record their arguments in "/run/tfcard/mount.log".
-#include <dirent.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -18,24 +18,6 @@ const std::string kCardFile = "/run/tfcard/mmcblk0p1";
 const std::string kMountLog = "/run/tfcard/mount.log";
 const std::string kMountPoint = "/mnt/sdmmc0p1";
 
-void logToConsole() {
-    qtest::writeFile("/conf/quorix_debug/LEVEL_INFO", "");
-    qtest::writeFile("/conf/quorix_debug/PATH_SERIAL", "");
-    qtest::writeFile("/conf/quorix_debug/ENABLE_QRXMONITOR", "");
-    qtest::writeFile("/var/quorix_debug_reload", "");
-}
-
-std::vector<std::string> listDir(const std::string &path) {
-    std::vector<std::string> names;
-    DIR *d = opendir(path.c_str());
-    if (d == nullptr) return names;
-    while (const dirent *e = readdir(d))
-        if (std::strcmp(e->d_name, ".") != 0 && std::strcmp(e->d_name, "..") != 0) names.push_back(e->d_name);
-    closedir(d);
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 class TfCard : public qtest::BoundTest {
 protected:
     void SetUp() override {
@@ -46,7 +28,7 @@ protected:
         unlink("/run/tfcard/umount.fail");
         mkdir(kMountPoint.c_str(), 0755);
         qtest::clearDirectory(kMountPoint);
-        logToConsole();
+        qtest::logToConsole({"QRXMONITOR"});
         qtest::writeFile("/tmp/image.bin", "image-v1");
     }
     void removeCard() { ASSERT_EQ(unlink(kCardFile.c_str()), 0); }
@@ -79,6 +61,21 @@ TEST_F(TfCard, Mount_RunsUmountThenMountEvenWhenTheyFail) {
     EXPECT_EQ(common_mount_tf_card("/dev/mmcblk0p1", "/mnt/sdmmc0p1"), 0) << "exit status not looked at";
     EXPECT_EQ(common_umount_tf_card("/mnt/sdmmc0p1"), 0);
     EXPECT_EQ(common_umount_tf_card(nullptr), -1);
+}
+
+// With no descriptor left the command cannot start: umount says so and fails.
+TEST_F(TfCard, Umount_ReportsACommandThatCannotStart) {
+    std::string out = qtest::inChild([] {
+        rlimit limit{};
+        getrlimit(RLIMIT_NOFILE, &limit);
+        limit.rlim_cur = limit.rlim_cur < 64 ? limit.rlim_cur : 64;  // keeps the loop below short
+        setrlimit(RLIMIT_NOFILE, &limit);
+        while (dup(STDERR_FILENO) >= 0) {
+        }
+        std::printf("rc=%d\n", common_umount_tf_card("/mnt/sdmmc0p1"));
+    });
+    EXPECT_EQ(out, "execute umount /mnt/sdmmc0p1  failed\nrc=-1\n");
+    EXPECT_FALSE(qtest::fileExists(kMountLog));
 }
 
 // A caller's device or mount point reaches the shell only as a plain path word.
@@ -187,18 +184,18 @@ TEST_F(TfCard, Copies_NeverWriteOutsideTheCard) {
 
 TEST_F(TfCard, ImageCopy_RotatesCurrentToPrevious) {
     ASSERT_EQ(common_copy_ima_file_to_tf_card("/tmp/image.bin", "img_1.2.", "bios"), 0);
-    EXPECT_EQ(listDir(kMountPoint + "/bios"), (std::vector<std::string>{"img_1.2.new"}));
+    EXPECT_EQ(qtest::directoryEntries(kMountPoint + "/bios"), (std::vector<std::string>{"img_1.2.new"}));
     qtest::writeFile("/tmp/image.bin", "image-v2");
     ASSERT_EQ(common_copy_ima_file_to_tf_card("/tmp/image.bin", "img_1.3.", "bios"), 0);
-    EXPECT_EQ(listDir(kMountPoint + "/bios"), (std::vector<std::string>{"img_1.2.old", "img_1.3.new"}));
+    EXPECT_EQ(qtest::directoryEntries(kMountPoint + "/bios"), (std::vector<std::string>{"img_1.2.old", "img_1.3.new"}));
     qtest::writeFile("/tmp/image.bin", "image-v3");
     ASSERT_EQ(common_copy_ima_file_to_tf_card("/tmp/image.bin", "img_1.4.", "bios"), 0);
-    EXPECT_EQ(listDir(kMountPoint + "/bios"), (std::vector<std::string>{"img_1.3.old", "img_1.4.new"}));
+    EXPECT_EQ(qtest::directoryEntries(kMountPoint + "/bios"), (std::vector<std::string>{"img_1.3.old", "img_1.4.new"}));
     EXPECT_EQ(qtest::readFile(kMountPoint + "/bios/img_1.4.new"), "image-v3");
     EXPECT_EQ(qtest::readFile(kMountPoint + "/bios/img_1.3.old"), "image-v2");
     // The same name twice: still exactly one new and one old.
     ASSERT_EQ(common_copy_ima_file_to_tf_card("/tmp/image.bin", "img_1.4.", "bios"), 0);
-    EXPECT_EQ(listDir(kMountPoint + "/bios"), (std::vector<std::string>{"img_1.4.new", "img_1.4.old"}));
+    EXPECT_EQ(qtest::directoryEntries(kMountPoint + "/bios"), (std::vector<std::string>{"img_1.4.new", "img_1.4.old"}));
     EXPECT_FALSE(qtest::fileExists(kMountLog)) << "the image copy does not mount";
 }
 
@@ -206,7 +203,7 @@ TEST_F(TfCard, ImageCopy_CutsNameAtFirstN) {
     mkdir((kMountPoint + "/fw").c_str(), 0755);
     qtest::writeFile(kMountPoint + "/fw/bonus_2.0.new", "x");
     ASSERT_EQ(common_copy_ima_file_to_tf_card("/tmp/image.bin", "cpld_3.1.", "fw"), 0);
-    EXPECT_EQ(listDir(kMountPoint + "/fw"), (std::vector<std::string>{"boold", "cpld_3.1.new"}));
+    EXPECT_EQ(qtest::directoryEntries(kMountPoint + "/fw"), (std::vector<std::string>{"boold", "cpld_3.1.new"}));
 }
 
 TEST_F(TfCard, ImageCopy_Failures) {
@@ -215,6 +212,8 @@ TEST_F(TfCard, ImageCopy_Failures) {
     EXPECT_NE(out.find(">filename or path too long.\n"), std::string::npos) << out;
     EXPECT_EQ(common_copy_ima_file_to_tf_card(("/tmp/" + std::string(123, 's')).c_str(), "img.", "d"), -1);
     EXPECT_EQ(common_copy_ima_file_to_tf_card(nullptr, "img.", "d"), -1);
+    out = qtest::captureStdout([] { EXPECT_EQ(common_copy_ima_file_to_tf_card("/tmp/image.bin", "img.", "a/b"), -1); });
+    EXPECT_NE(out.find(">invalid image name or directory.\n"), std::string::npos) << out;
     out = qtest::captureStdout([] { EXPECT_EQ(common_copy_ima_file_to_tf_card("/tmp/missing", "img_1.", "d"), -1); });
     EXPECT_NE(out.find(">Copy /tmp/missing to /mnt/sdmmc0p1/d/img_1.new fail in TF card \n"), std::string::npos) << out;
     // A plain file where the directory should be.

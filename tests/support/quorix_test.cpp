@@ -1,9 +1,13 @@
 #include "quorix_test.h"
 
+#include "ipc/wire_records.h"
+
 #include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/msg.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -208,10 +212,23 @@ void putEeprom(int offset, const std::vector<unsigned char> &bytes) {
 }
 
 void logToConsole(std::initializer_list<const char *> modules) {
-    writeFile("/conf/quorix_debug/LEVEL_INFO", "");
-    writeFile("/conf/quorix_debug/PATH_SERIAL", "");
-    for (const char *module : modules) writeFile(std::string("/conf/quorix_debug/ENABLE_") + module, "");
-    writeFile("/var/quorix_debug_reload", "");
+    touchControl({"LEVEL_INFO", "PATH_SERIAL"});
+    for (const char *module : modules) touchControl({std::string("ENABLE_") + module});
+    writeFile(kReloadMarker, "");
+}
+
+void touchControl(std::initializer_list<std::string> names) {
+    for (const auto &name : names) writeFile(kControlDir + name, "");
+}
+
+std::vector<std::string> enabledInDirectoryOrder() {
+    std::vector<std::string> names;
+    if (DIR *dir = opendir(kControlDir.c_str())) {
+        while (const dirent *entry = readdir(dir))
+            if (std::strncmp(entry->d_name, "ENABLE_", 7) == 0) names.emplace_back(entry->d_name + 7);
+        closedir(dir);
+    }
+    return names;
 }
 
 std::string inChild(const std::function<void()> &fn) {
@@ -259,6 +276,183 @@ void FullConfTest::fillConf() {
 
 void FullConfTest::TearDown() {
     unlink("/conf/filler");
+    BoundTest::TearDown();
+}
+
+std::string hex(const unsigned char *bytes, std::size_t length) {
+    std::string out;
+    char buf[4];
+    for (std::size_t i = 0; i < length; ++i) {
+        std::snprintf(buf, sizeof buf, i == 0 ? "%02x" : " %02x", bytes[i]);
+        out += buf;
+    }
+    return out;
+}
+
+void expectGolden(const char *testSource, const std::string &name, const std::string &text) {
+    const std::string path = fs::path(testSource).parent_path() / "golden" / name;
+    const char *update = std::getenv("QTEST_UPDATE_GOLDEN");
+    if (update != nullptr && std::string(update) == "1") {
+        // The sources are read-only in the sandbox: the new text goes to the
+        // state folder's mnt/golden, to be copied beside the test.
+        writeFile("/mnt/golden/" + name, text);
+        return;
+    }
+    ASSERT_TRUE(fileExists(path)) << path;
+    EXPECT_EQ(text, readFile(path)) << "golden file " << path;
+}
+
+static bool isLogLine(const std::string &line) {
+    for (const char *level : {"[Info]:<", "[Warning]:<", "[Error]:<", "[Critical]:<"})
+        if (line.rfind(level, 0) == 0) return true;
+    return false;
+}
+
+std::vector<std::string> logLines(const std::string &out) {
+    std::vector<std::string> lines;
+    for (const std::string &line : splitLines(out))
+        if (isLogLine(line)) lines.push_back(withoutTimes(line));
+    return lines;
+}
+
+std::string plainOutput(const std::string &out) {
+    std::string text;
+    for (std::size_t start = 0, next; start < out.size(); start = next) {
+        std::size_t end = out.find('\n', start);
+        next = end == std::string::npos ? out.size() : end + 1;
+        std::string line = out.substr(start, next - start);
+        if (!isLogLine(line)) text += line;
+    }
+    return text;
+}
+
+Bytes KernelMessage::raw() const {
+    Bytes bytes(sizeof type + text.size());
+    std::memcpy(bytes.data(), &type, sizeof type);
+    std::copy(text.begin(), text.end(), bytes.begin() + sizeof type);
+    return bytes;
+}
+
+KernelMessage receiveInChild(int key) {
+    ChildResult child = runInChild([key] {
+        int id = msgget(key, 0);
+        if (id < 0) _exit(2);
+        struct {
+            long type;
+            unsigned char text[4096];
+        } message{};
+        ssize_t n = msgrcv(id, &message, sizeof message.text, 0, IPC_NOWAIT);
+        if (n < 0) _exit(3);
+        if (write(STDOUT_FILENO, &message, sizeof(long) + static_cast<std::size_t>(n)) < 0) _exit(4);
+        _exit(0);
+    });
+    KernelMessage m;
+    if (!child.exited || child.status != 0 || child.out.size() < sizeof(long)) return m;
+    m.received = true;
+    std::memcpy(&m.type, child.out.data(), sizeof m.type);
+    m.text.assign(child.out.begin() + sizeof(long), child.out.end());
+    return m;
+}
+
+void removeQueue(int key) {
+    int id = msgget(key, 0);
+    if (id >= 0) msgctl(id, IPC_RMID, nullptr);
+}
+
+int queuedMessages(int key) {
+    int id = msgget(key, 0);
+    if (id < 0) return 0;
+    msqid_ds info{};
+    if (msgctl(id, IPC_STAT, &info) != 0) return -1;
+    return static_cast<int>(info.msg_qnum);
+}
+
+Bytes pattern(std::size_t length, std::uint8_t seed) {
+    Bytes bytes(length);
+    for (std::size_t i = 0; i < length; ++i) bytes[i] = static_cast<std::uint8_t>(seed + i * 13);
+    return bytes;
+}
+
+FifoReader::FifoReader(const std::string &path) {
+    fd_ = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd_ < 0) ADD_FAILURE() << "cannot open " << path << " for reading: " << std::strerror(errno);
+}
+
+FifoReader::~FifoReader() {
+    if (fd_ >= 0) close(fd_);
+}
+
+Bytes FifoReader::take() {
+    Bytes bytes;
+    unsigned char buf[4096];
+    ssize_t n;
+    while (fd_ >= 0 && (n = read(fd_, buf, sizeof buf)) > 0) bytes.insert(bytes.end(), buf, buf + n);
+    return bytes;
+}
+
+std::vector<PipeWrite> g_pipeWrites;
+
+int recordPipeWrite(const char *path, unsigned char *buffer, int length) {
+    g_pipeWrites.push_back({path, Bytes(buffer, buffer + length)});
+    return length;
+}
+
+std::vector<std::vector<int>> selEvents() {
+    namespace w = qrx::ipc;
+    std::vector<std::vector<int>> events;
+    for (const PipeWrite &pw : g_pipeWrites) {
+        if (pw.path != w::kIpmiMainPipe || pw.bytes.size() != w::kIpmiMainRecordSize) continue;
+        const std::uint8_t *e = pw.bytes.data() + w::kIpmiMainEventOffset;
+        events.push_back({e[w::kSelEventTypeOffset], e[w::kSelEventData2Offset], e[w::kSelEventData3Offset]});
+    }
+    return events;
+}
+
+std::vector<IdlLine> takeIdlLines() {
+    namespace w = qrx::ipc;
+    std::vector<IdlLine> lines;
+    int id = msgget(w::kIdlQueueKey, 0);
+    if (id < 0) return lines;
+    // A peer receives the frame whole: the kernel's type word is the frame's
+    // first bytes, so the request starts at the frame's payload offset.
+    alignas(long) unsigned char frame[w::kFrameBufferSize + 8] = {};
+    while (msgrcv(id, frame, w::kReceiveTextSize, 0, IPC_NOWAIT) >= 0) {
+        const unsigned char *record = frame + w::kFramePayloadOffset + w::kRequestRecordOffset;
+        lines.push_back({record[w::kIdlTextKindOffset], record[w::kIdlTextFlagOffset],
+                         reinterpret_cast<const char *>(record + w::kIdlTextOffset)});
+        EXPECT_EQ(record[w::kIdlLogTypeOffset], 1);
+        EXPECT_EQ(record[w::kIdlTextMarkerOffset], 0xFF);
+    }
+    return lines;
+}
+
+void setProgramTime(int slot, unsigned milliseconds) {
+    void *lib = dlopen(kFeatureLibraryPath, RTLD_NOW | RTLD_NOLOAD);
+    ASSERT_NE(lib, nullptr);
+    auto set = reinterpret_cast<int (*)(int, unsigned)>(dlsym(lib, "quorix_sim_set_program_time"));
+    ASSERT_NE(set, nullptr);
+    ASSERT_EQ(set(slot, milliseconds), 0);
+    dlclose(lib);
+}
+
+void UpdateTest::SetUp() {
+    BoundTest::SetUp();
+    g_pipeWrites.clear();
+    replaceSlot(150, &recordPipeWrite);
+    takeIdlLines();
+    clearDirectory("/usr/local/lmedia");
+}
+
+static constexpr int kTestQueues[] = {12345, 12347, 0x1234, 0x2345};
+
+void MessagingTest::SetUp() {
+    BoundTest::SetUp();
+    for (int key : kTestQueues) removeQueue(key);
+    logToConsole({"QRXDIAG"});
+}
+
+void MessagingTest::TearDown() {
+    for (int key : kTestQueues) removeQueue(key);
     BoundTest::TearDown();
 }
 

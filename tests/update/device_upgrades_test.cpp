@@ -8,13 +8,12 @@
 #include <thread>
 #include <vector>
 
-#include "update_test_support.h"
+#include "quorix_test.h"
 
 namespace {
 
-using namespace utest;
+using namespace qtest;
 
-constexpr std::size_t kStatus = 36, kStart = 38, kProgress = 176;
 
 class DeviceUpgrades : public UpdateTest {};
 
@@ -25,10 +24,10 @@ TEST_F(DeviceUpgrades, Psu_RunIsRecordedAsTask5) {
     int result = -5;
     out = qtest::captureStdout([&] { result = QuorixUpdatePSU("/var/psuimage", 1); });
     EXPECT_EQ(result, 0);
-    EXPECT_EQ(byteAt(taskField(5, kStatus)), 3);
-    EXPECT_EQ(byteAt(taskField(5, kProgress)), 100);
-    EXPECT_GE(u32At(taskField(5, kStart)), static_cast<std::uint32_t>(before));
-    EXPECT_EQ(byteAt(taskField(5, 0)), 5);
+    EXPECT_EQ(block().u8(taskField(5, kStatus)), 3);
+    EXPECT_EQ(block().u8(taskField(5, kProgress)), 100);
+    EXPECT_GE(block().u32(taskField(5, kStart)), static_cast<std::uint32_t>(before));
+    EXPECT_EQ(block().u8(taskField(5, 0)), 5);
     EXPECT_STREQ(reinterpret_cast<const char *>(qtest::blockBytes(taskField(5, 177), 128).data()), "/var/psuimage");
     EXPECT_NE(out.find("\r\n==== task_id:5  status:2 =====\r\n"), std::string::npos);
     EXPECT_NE(out.find("\r\n==== task_id:5  status:3 =====\r\n"), std::string::npos);
@@ -44,7 +43,7 @@ TEST_F(DeviceUpgrades, Psu_FailureRaisesTheEventAndTheNextSuccessTheRecovery) {
     qtest::writeFile("/var/psuimage.version", "2.05\n");
     qtest::Sim::get().setFault(56, 1);
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdatePSU("/var/psuimage", 0), -1); });
-    EXPECT_EQ(byteAt(taskField(5, kStatus)), 4);
+    EXPECT_EQ(block().u8(taskField(5, kStatus)), 4);
     EXPECT_EQ(takeIdlLines()[0].text, "PSU0 upgrade to version 2.05 failed");
     qtest::Sim::get().setFault(56, 0);
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdatePSU("/var/psuimage", 0), 0); });
@@ -54,6 +53,11 @@ TEST_F(DeviceUpgrades, Psu_FailureRaisesTheEventAndTheNextSuccessTheRecovery) {
     EXPECT_EQ(qtest::Sim::get().callCount(56), 2u);
 }
 
+// Reads the progress byte the way a peer process does, without a lock.
+__attribute__((noinline)) int unlockedProgressRead(int id) {
+    return block().u8(taskField(id, kProgress));
+}
+
 TEST_F(DeviceUpgrades, Psu_ProgressMovesWhileTheSimulatorProgramsTheSupply) {
     qtest::writeFile("/var/psuimage", "image");
     setProgramTime(56, 400);
@@ -61,7 +65,7 @@ TEST_F(DeviceUpgrades, Psu_ProgressMovesWhileTheSimulatorProgramsTheSupply) {
     std::vector<int> seen;
     std::thread watcher([&] {
         while (!done) {
-            int p = byteAt(taskField(5, kProgress));
+            int p = unlockedProgressRead(5);
             if (seen.empty() || seen.back() != p) seen.push_back(p);
             std::this_thread::yield();
         }
@@ -69,7 +73,7 @@ TEST_F(DeviceUpgrades, Psu_ProgressMovesWhileTheSimulatorProgramsTheSupply) {
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdatePSU("/var/psuimage", 2), 0); });
     done = true;
     watcher.join();
-    if (seen.back() != byteAt(taskField(5, kProgress))) seen.push_back(byteAt(taskField(5, kProgress)));
+    if (seen.back() != block().u8(taskField(5, kProgress))) seen.push_back(block().u8(taskField(5, kProgress)));
     ASSERT_GE(seen.size(), 3u);
     for (std::size_t i = 1; i < seen.size(); ++i) EXPECT_GT(seen[i], seen[i - 1]);
     EXPECT_EQ(seen.back(), 100);
@@ -78,26 +82,26 @@ TEST_F(DeviceUpgrades, Psu_ProgressMovesWhileTheSimulatorProgramsTheSupply) {
 TEST_F(DeviceUpgrades, BiosFlash_SimulatorWritesTheFlasherFile) {
     qtest::writeFile("/usr/local/lmedia/bios.bin", "image");
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateSCP("/usr/local/lmedia/bios.bin", 0), 0); });
-    EXPECT_EQ(byteAt(taskField(1, kStatus)), 3);
-    unsigned char block[97];
+    EXPECT_EQ(block().u8(taskField(1, kStatus)), 3);
+    unsigned char progress[97];
     int result = 0;
-    qtest::captureStdout([&] { result = QuorixGetFlashProgress(block); });
+    qtest::captureStdout([&] { result = QuorixGetFlashProgress(progress); });
     EXPECT_EQ(result, 255);
-    EXPECT_EQ(block[1], 100);
+    EXPECT_EQ(progress[1], 100);
     EXPECT_EQ(takeIdlLines()[0].text, "BIOS flash upgrade with image /usr/local/lmedia/bios.bin successed");
 
     qtest::Sim::get().setFault(197, 1);
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateSCP("/usr/local/lmedia/bios.bin", 0), -1); });
-    qtest::captureStdout([&] { result = QuorixGetFlashProgress(block); });
+    qtest::captureStdout([&] { result = QuorixGetFlashProgress(progress); });
     EXPECT_EQ(result, 254);
-    EXPECT_EQ(byteAt(taskField(1, kStatus)), 4);
+    EXPECT_EQ(block().u8(taskField(1, kStatus)), 4);
 }
 
 TEST_F(DeviceUpgrades, ScpFlash_UsesTask11AndRefusesBadInput) {
     qtest::writeFile("/usr/local/lmedia/scp.bin", "image");
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateSCP("/usr/local/lmedia/scp.bin", 1), 0); });
-    EXPECT_EQ(byteAt(taskField(11, kStatus)), 3);
-    EXPECT_EQ(byteAt(taskField(11, kProgress)), 100);
+    EXPECT_EQ(block().u8(taskField(11, kStatus)), 3);
+    EXPECT_EQ(block().u8(taskField(11, kProgress)), 100);
     EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateSCP("/usr/local/lmedia/scp.bin", 2), -2); }),
               "QuorixUpdateSCP: no flash 2\n");
     EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateSCP(nullptr, 1), -1); }),
@@ -109,8 +113,8 @@ TEST_F(DeviceUpgrades, GpuFpgaAndCec_RecordStartTimeForTheEstimate) {
     qtest::writeFile("/usr/local/lmedia/hgx.bin", "image");
     qtest::writeFile("/usr/local/lmedia/hgx.bin.version", "0.9");
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateHgx2Fpga("/usr/local/lmedia/hgx.bin"), 0); });
-    EXPECT_EQ(byteAt(taskField(8, kStatus)), 3);
-    EXPECT_NE(u32At(taskField(8, kStart)), 0u);
+    EXPECT_EQ(block().u8(taskField(8, kStatus)), 3);
+    EXPECT_NE(block().u32(taskField(8, kStart)), 0u);
     EXPECT_EQ(QuorixGetFpgaUpgradeProgress(8), 100);
     auto lines = takeIdlLines();
     ASSERT_EQ(lines.size(), 1u);
@@ -118,7 +122,7 @@ TEST_F(DeviceUpgrades, GpuFpgaAndCec_RecordStartTimeForTheEstimate) {
     EXPECT_EQ(lines[0].text, "GPU FPGA upgrade to version 0.9 successed");
     qtest::Sim::get().setResult(182, 3);
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateGPUCECFpga("/usr/local/lmedia/hgx.bin"), 3); });
-    EXPECT_EQ(byteAt(taskField(9, kStatus)), 4);
+    EXPECT_EQ(block().u8(taskField(9, kStatus)), 4);
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateGPUCECFpga("/usr/local/lmedia/none"), -1); });
     EXPECT_EQ(qtest::Sim::get().callCount(182), 2u);
 }
@@ -138,10 +142,10 @@ TEST_F(DeviceUpgrades, Vr_StagedRequestIsFoundCheckedAndRunOnce) {
     EXPECT_EQ(qtest::Sim::get().callCount(59), 0u);
     stageVr(2, 1, "/usr/local/lmedia/vr1.bin");
     qtest::captureStdout([] { EXPECT_EQ(Quorix_HasUpdateFile(6), 1); });
-    EXPECT_EQ(byteAt(taskField(6, kStatus)), 1);
-    EXPECT_EQ(byteAt(taskField(6, 37)), 4);
+    EXPECT_EQ(block().u8(taskField(6, kStatus)), 1);
+    EXPECT_EQ(block().u8(taskField(6, 37)), 4);
     qtest::captureStdout([] { EXPECT_EQ(QuorixInVRAutoUpgrade(), 0); });
-    EXPECT_EQ(byteAt(taskField(6, kStatus)), 3);
+    EXPECT_EQ(block().u8(taskField(6, kStatus)), 3);
     EXPECT_EQ(takeIdlLines()[0].text, "VR1 upgrade with image /usr/local/lmedia/vr1.bin successed");
     EXPECT_EQ(QuorixInVRCheckUpgrade(), -1);  // used up
     EXPECT_EQ(qtest::Sim::get().callCount(59), 2u);
@@ -160,7 +164,7 @@ TEST_F(DeviceUpgrades, Vr_VendorUpgradesNeedAnImage) {
               "VR0 PXE image /usr/local/lmedia/pxe.bin not found\n");
     qtest::Sim::get().setFault(61, 1);
     qtest::captureStdout([] { EXPECT_EQ(QuorixInVRXDPUpgrade(1, "/usr/local/lmedia/mps.bin"), -1); });
-    EXPECT_EQ(byteAt(taskField(6, kStatus)), 4);
+    EXPECT_EQ(block().u8(taskField(6, kStatus)), 4);
     EXPECT_EQ(qtest::Sim::get().callCount(60), 0u);
     EXPECT_EQ(qtest::Sim::get().callCount(62), 1u);
 }
@@ -190,7 +194,7 @@ TEST_F(DeviceUpgrades, BiosBootMonitor_ThirdFailedBootSwitchesImage) {
     });
     EXPECT_EQ(g_selectorCalls, (std::vector<std::vector<int>>{{0, 0}}));
     EXPECT_EQ(eepromByte(3892), 0);
-    EXPECT_EQ(byteAt(taskField(1, kStatus)), 4);
+    EXPECT_EQ(block().u8(taskField(1, kStatus)), 4);
     EXPECT_EQ(selEvents(), (std::vector<std::vector<int>>{{0x07, 1, 4}}));
     EXPECT_EQ(takeIdlLines()[0].text, "BIOS boot-up after upgrade failed, switched to image 0");
     QuorixBIOSBootUpMonitor();  // nothing pending any more
@@ -204,7 +208,7 @@ TEST_F(DeviceUpgrades, BiosBootMonitor_BootedBiosFinishesTheTask) {
     qtest::captureStdout([] { EXPECT_EQ(QuorixBIOSBootUpMonitor(), 0); });
     EXPECT_EQ(eepromByte(3892), 0);
     EXPECT_EQ(eepromByte(3893), 0);
-    EXPECT_EQ(byteAt(taskField(1, kStatus)), 3);
+    EXPECT_EQ(block().u8(taskField(1, kStatus)), 3);
     EXPECT_EQ(takeIdlLines()[0].text, "BIOS boot-up after upgrade successed");
     // Single-flash boards never look.
     ASSERT_EQ(QuorixWriteMainBoardEEprom(3892, pending, 2), 2);

@@ -7,20 +7,19 @@
 #include <string>
 #include <vector>
 
-#include "update_test_support.h"
+#include "quorix_test.h"
 
 namespace {
 
-using namespace utest;
+using namespace qtest;
 
 class TaskTable : public UpdateTest {};
 
-constexpr std::size_t kStatus = 36, kSubState = 37, kStart = 38, kTrigger = 107, kProgress = 176, kName = 177;
 
 TEST_F(TaskTable, SetTaskStatus_AcceptsUpTo14And5_RefusesBeyondWithoutWriting) {
     std::string out = qtest::captureStdout([] { EXPECT_EQ(QuorixSetTaskStatus(14, 5), 0); });
     EXPECT_EQ(out, "\r\n==== task_id:14  status:5 =====\r\n");
-    EXPECT_EQ(byteAt(taskField(14, kStatus)), 5);
+    EXPECT_EQ(block().u8(taskField(14, kStatus)), 5);
     struct Case {
         int id, status;
     } refused[] = {{15, 0}, {0, 6}, {-1, 1}, {255, 2}};
@@ -28,15 +27,15 @@ TEST_F(TaskTable, SetTaskStatus_AcceptsUpTo14And5_RefusesBeyondWithoutWriting) {
         out = qtest::captureStdout([&] { EXPECT_EQ(QuorixSetTaskStatus(c.id, c.status), -1); });
         EXPECT_EQ(out, "set update flag fail!!!\r");
     }
-    EXPECT_EQ(qtest::blockBytes(taskField(0, 0), 15 * kRecordSize + 2), [] {
-        std::vector<unsigned char> expect(15 * kRecordSize + 2, 0);
-        expect[14 * kRecordSize + kStatus] = 5;
+    EXPECT_EQ(qtest::blockBytes(taskField(0, 0), 15 * kTaskRecordSize + 2), [] {
+        std::vector<unsigned char> expect(15 * kTaskRecordSize + 2, 0);
+        expect[14 * kTaskRecordSize + kStatus] = 5;
         return expect;
     }());
 }
 
 TEST_F(TaskTable, BadTaskId_EachAccessorPrintsItsOwnRefusal) {
-    unsigned char record[kRecordSize] = {};
+    unsigned char record[kTaskRecordSize] = {};
     struct Case {
         std::function<int()> call;
         const char *message;
@@ -59,8 +58,8 @@ TEST_F(TaskTable, BadTaskId_EachAccessorPrintsItsOwnRefusal) {
         EXPECT_EQ(qtest::captureStdout([&] { result = c.call(); }), c.message);
         EXPECT_EQ(result, -1) << c.message;
     }
-    EXPECT_EQ(qtest::blockBytes(taskField(0, 0), 15 * kRecordSize + 2),
-              std::vector<unsigned char>(15 * kRecordSize + 2, 0));
+    EXPECT_EQ(qtest::blockBytes(taskField(0, 0), 15 * kTaskRecordSize + 2),
+              std::vector<unsigned char>(15 * kTaskRecordSize + 2, 0));
 }
 
 TEST_F(TaskTable, Setters_StoreTheirByteAndPrintTheirLine) {
@@ -68,11 +67,11 @@ TEST_F(TaskTable, Setters_StoreTheirByteAndPrintTheirLine) {
               "\r\n==== task_id:9  task_substate:13 =====\r\n");
     EXPECT_EQ(QuorixGetUpdateStatus(9), 13);
     EXPECT_EQ(QuorixSetFlashProgress(9, 0x1234), 0);
-    EXPECT_EQ(byteAt(taskField(9, kProgress)), 0x34);
+    EXPECT_EQ(block().u8(taskField(9, kProgress)), 0x34);
     EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixSetPowerOnFlag(1), 0); }), "\r\n==== flag:1 =====\r\n");
     EXPECT_EQ(QuorixIsRequirePowerOn(), 1);
-    EXPECT_EQ(byteAt(0x621797), 1);
-    putByte(taskField(4, kTrigger), 0x5A);
+    EXPECT_EQ(block().u8(0x621797), 1);
+    block().setU8(taskField(4, kTrigger), 0x5A);
     EXPECT_EQ(QuorixGetTaskTriggerMoment(4), 0x5A);
 
     std::string out = qtest::captureStdout([] { EXPECT_EQ(QuorixSetFileName(3, "/usr/local/lmedia/cpldABC"), 0); });
@@ -83,24 +82,24 @@ TEST_F(TaskTable, Setters_StoreTheirByteAndPrintTheirLine) {
     auto field = qtest::blockBytes(taskField(3, kName), 128);
     EXPECT_EQ(std::string(field.begin(), field.begin() + 127), std::string(127, 'n'));
     EXPECT_EQ(field[127], 0);
-    EXPECT_EQ(byteAt(taskField(3, kName + 128)), 0);
+    EXPECT_EQ(block().u8(taskField(3, kName + 128)), 0);
 }
 
 TEST_F(TaskTable, UpdateTaskInfo_CopiesTheUpdatersFieldsOnly) {
-    unsigned char given[kRecordSize];
-    for (std::size_t i = 0; i < kRecordSize; ++i) given[i] = static_cast<unsigned char>(0x40 + i % 23);
+    unsigned char given[kTaskRecordSize];
+    for (std::size_t i = 0; i < kTaskRecordSize; ++i) given[i] = static_cast<unsigned char>(0x40 + i % 23);
     std::memcpy(given + kName, "/usr/local/lmedia/fpga12", 25);
-    putByte(taskField(7, kStatus), 2);
-    putU32(taskField(7, kStart), 0x12345678);
-    putByte(taskField(7, kProgress), 77);
+    block().setU8(taskField(7, kStatus), 2);
+    block().setU32(taskField(7, kStart), 0x12345678);
+    block().setU8(taskField(7, kProgress), 77);
     std::string out = qtest::captureStdout([&] { EXPECT_EQ(QuorixUpdateTaskInfo(7, given), 0); });
     EXPECT_EQ(out, "\r\n==== task_id:7  task_type:65 trigger_moment:" + std::to_string(given[kTrigger]) +
                        " task_substate: " + std::to_string(given[kSubState]) +
                        " ComponentID:" + std::to_string(given[42]) + " BoardId:" + std::to_string(given[43]) +
                        "file_name:/usr/local/lmedia/fpga12=====\r\n");
-    unsigned char stored[kRecordSize];
+    unsigned char stored[kTaskRecordSize];
     ASSERT_EQ(QuorixGetUpgradeInfo(stored, 7), 0);
-    for (std::size_t i = 0; i < kRecordSize; ++i) {
+    for (std::size_t i = 0; i < kTaskRecordSize; ++i) {
         bool copied = i == 0 || i == 1 || i == kSubState || (i >= 42 && i < 176) || i >= kName;
         unsigned char expect = copied ? given[i] : 0;
         if (i == kStatus) expect = 2;
@@ -136,7 +135,7 @@ TEST_F(TaskTable, FailureMemory_IsPerProcess) {
     // A failure set by another process leaves this one nothing to recover.
     qtest::ChildResult child = qtest::runInChild([] { QuorixSetTaskStatus(5, 4); });
     ASSERT_TRUE(child.exited);
-    EXPECT_EQ(byteAt(taskField(5, kStatus)), 4);
+    EXPECT_EQ(block().u8(taskField(5, kStatus)), 4);
     g_pipeWrites.clear();
     qtest::captureStdout([] { QuorixSetTaskStatus(5, 3); });
     EXPECT_TRUE(selEvents().empty());
@@ -212,39 +211,39 @@ TEST_F(TaskTable, FlashProgress_MissingFileOrNullBufferFails) {
 
 TEST_F(TaskTable, PendingScan_LooksAtItsIdsInOrder) {
     // Ids outside the scan never count.
-    for (int id : {0, 3, 4, 12, 13, 14}) putByte(taskField(id, kStatus), 1);
+    for (int id : {0, 3, 4, 12, 13, 14}) block().setU8(taskField(id, kStatus), 1);
     EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixHasPendingTask(), 0); }), "");
     // The first of the scan order wins: 2 (waiting) before 5 (running).
-    putByte(taskField(5, kStatus), 2);
-    putByte(taskField(2, kStatus), 1);
+    block().setU8(taskField(5, kStatus), 2);
+    block().setU8(taskField(2, kStatus), 1);
     EXPECT_EQ(QuorixHasPendingTask(), 1);
-    putByte(taskField(2, kStatus), 0);
+    block().setU8(taskField(2, kStatus), 0);
     EXPECT_EQ(QuorixHasPendingTask(), 2);
-    putByte(taskField(11, kStatus), 1);
-    putByte(taskField(5, kStatus), 3);
+    block().setU8(taskField(11, kStatus), 1);
+    block().setU8(taskField(5, kStatus), 3);
     EXPECT_EQ(QuorixHasPendingTask(), 1);
-    EXPECT_EQ(byteAt(0x621796), 0);
+    EXPECT_EQ(block().u8(0x621796), 0);
 }
 
 TEST_F(TaskTable, PendingScan_AnImageWaitingSetsThePendingFlag) {
     qtest::writeFile("/usr/local/lmedia/psu_image.bin", "image");
     std::string out = qtest::captureStdout([] { EXPECT_EQ(QuorixHasPendingTask(), 2); });
-    EXPECT_EQ(byteAt(0x621796), 1);
-    EXPECT_EQ(byteAt(taskField(5, kStatus)), 1);
-    EXPECT_EQ(byteAt(taskField(5, kSubState)), 4);
+    EXPECT_EQ(block().u8(0x621796), 1);
+    EXPECT_EQ(block().u8(taskField(5, kStatus)), 1);
+    EXPECT_EQ(block().u8(taskField(5, kSubState)), 4);
     EXPECT_NE(out.find("\r\n====   d_name:psu_image.bin      ====\r\n"), std::string::npos);
     // Now it is waiting: found by its status.
     EXPECT_EQ(QuorixHasPendingTask(), 1);
 }
 
 void putTask(int id, std::uint8_t status, std::uint8_t owner) {
-    putByte(taskField(id, 0), owner);
-    putByte(taskField(id, 1), static_cast<std::uint8_t>(0x30 + id));
-    putByte(taskField(id, kStatus), status);
-    putByte(taskField(id, 2), static_cast<std::uint8_t>(0xA0 + id));
-    putByte(taskField(id, 3), static_cast<std::uint8_t>(0xB0 + id));
-    putByte(taskField(id, kTrigger), static_cast<std::uint8_t>(0xC0 + id));
-    putByte(taskField(id, kProgress), static_cast<std::uint8_t>(10 + id));
+    block().setU8(taskField(id, 0), owner);
+    block().setU8(taskField(id, 1), static_cast<std::uint8_t>(0x30 + id));
+    block().setU8(taskField(id, kStatus), status);
+    block().setU8(taskField(id, 2), static_cast<std::uint8_t>(0xA0 + id));
+    block().setU8(taskField(id, 3), static_cast<std::uint8_t>(0xB0 + id));
+    block().setU8(taskField(id, kTrigger), static_cast<std::uint8_t>(0xC0 + id));
+    block().setU8(taskField(id, kProgress), static_cast<std::uint8_t>(10 + id));
 }
 
 TEST_F(TaskTable, Query255_EmptyTableGivesTheHeadOnlyAndTheHandlerAnswersFF) {
@@ -328,7 +327,7 @@ TEST_F(TaskTable, Cancel_OnlyAWaitingTaskIsPostedToTheScanTask) {
     notice[0] = 2;
     notice[1] = 10;
     EXPECT_EQ(g_pipeWrites[0].bytes, notice);
-    EXPECT_EQ(byteAt(taskField(10, kStatus)), 1);  // the scan task does the cancelling
+    EXPECT_EQ(block().u8(taskField(10, kStatus)), 1);  // the scan task does the cancelling
 }
 
 int failingPipeWrite(const char *, unsigned char *, int) {
@@ -416,9 +415,9 @@ TEST_F(TaskTable, ActiveTask_FirstRunningTaskOfAnActiveKind) {
     unsigned char buffer[307];
     EXPECT_EQ(QuorixGetBackgroundTaskActive(buffer), 9);
     EXPECT_EQ(buffer[1], 0x39);
-    putByte(taskField(9, kStatus), 3);
+    block().setU8(taskField(9, kStatus), 3);
     EXPECT_EQ(QuorixGetBackgroundTaskActive(buffer), 10);
-    putByte(taskField(10, kStatus), 3);
+    block().setU8(taskField(10, kStatus), 3);
     EXPECT_EQ(QuorixGetBackgroundTaskActive(buffer), -1);
     EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixGetBackgroundTaskActive(nullptr), -1); }),
               "Get task-0 info fail!\r\n");

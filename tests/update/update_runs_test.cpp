@@ -8,13 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "update_test_support.h"
+#include "quorix_test.h"
 
 namespace {
 
-using namespace utest;
+using namespace qtest;
 
-constexpr std::size_t kStatus = 36, kSubState = 37, kStart = 38, kTrigger = 107, kName = 177;
 
 struct ProgramCall {
     int kind, index;
@@ -44,33 +43,33 @@ protected:
         qtest::replaceSlot(92, &backplanePresent);
     }
     static void frontBackplanes(const std::vector<std::string> &texts) {
-        putByte(0x1D139, static_cast<std::uint8_t>(texts.size()));
+        block().setU8(0x1D139, static_cast<std::uint8_t>(texts.size()));
         for (std::size_t i = 0; i < texts.size(); ++i) {
             putText(0x1D13F + 1470 * i, texts[i]);
-            putByte(0x1D269 + 1470 * i, static_cast<std::uint8_t>(0x21 + i));
+            block().setU8(0x1D269 + 1470 * i, static_cast<std::uint8_t>(0x21 + i));
         }
     }
 };
 
 TEST_F(UpdateRuns, MainBoardCpld_NameWithoutBoardIdIsRefused) {
-    putByte(0x149B9, 0x05);
+    block().setU8(0x149B9, 0x05);
     std::string out =
         qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateCpld(0, 0, "/usr/local/lmedia/cpld_05.bin"), -1); });
     EXPECT_EQ(out, "Can not get boardid [5] from file name[/usr/local/lmedia/cpld_05.bin]\n");
     EXPECT_TRUE(g_programmed.empty());
-    EXPECT_EQ(u32At(taskField(2, kStart)), 0u);
+    EXPECT_EQ(block().u32(taskField(2, kStart)), 0u);
     EXPECT_EQ(QuorixUpdateCpld(0, 0, nullptr), -1);
 }
 
 TEST_F(UpdateRuns, MainBoardCpld_ProgramsOnceAndPostsTheLine) {
-    putByte(0x149B9, 0x1A);
-    putByte(0x1CC32, 0x13);
-    putByte(taskField(2, kTrigger), 0x42);
+    block().setU8(0x149B9, 0x1A);
+    block().setU8(0x1CC32, 0x13);
+    block().setU8(taskField(2, kTrigger), 0x42);
     const char *image = "/usr/local/lmedia/cpld_mb1a.bin";
     qtest::writeFile(std::string(image) + ".version", "1.4\n");
     std::time_t before = std::time(nullptr);
     std::string out = qtest::captureStdout([&] { EXPECT_EQ(QuorixUpdateCpld(0, 99, image), 0); });
-    std::uint32_t start = u32At(taskField(2, kStart));
+    std::uint32_t start = block().u32(taskField(2, kStart));
     EXPECT_GE(start, static_cast<std::uint32_t>(before));
     EXPECT_EQ(out, "\r\n=====start update cpld time:" + std::to_string(start) + " file:" + image + "======\r\n");
     ASSERT_EQ(g_programmed.size(), 1u);
@@ -84,7 +83,7 @@ TEST_F(UpdateRuns, MainBoardCpld_ProgramsOnceAndPostsTheLine) {
     EXPECT_EQ(lines[0].text, "MainBoard CPLD0 upgrade from version 1.3 to version 1.4 successed");
 
     // Unknown current version, failed programming.
-    putByte(0x1CC32, 0xFF);
+    block().setU8(0x1CC32, 0xFF);
     g_programResult = 6;
     qtest::captureStdout([&] { EXPECT_EQ(QuorixUpdateCpld(0, 0, image), 6); });
     lines = takeIdlLines();
@@ -101,7 +100,7 @@ TEST_F(UpdateRuns, FrontBackplanes_OnlyTheMatchingDeviceIsProgrammed) {
     EXPECT_EQ(g_programmed[0].kind, 1);
     EXPECT_EQ(g_programmed[0].index, 1);
     EXPECT_EQ(g_programmed[0].path, image);
-    EXPECT_NE(u32At(taskField(3, kStart)), 0u);
+    EXPECT_NE(block().u32(taskField(3, kStart)), 0u);
     auto lines = takeIdlLines();
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_EQ(lines[0].text, "Front BackPlane CPLD1 upgrade from version 2.2 to version 3.4 successed");
@@ -128,8 +127,8 @@ TEST_F(UpdateRuns, Backplanes_ResultsAreOredAndNoMatchIsMinus2) {
 }
 
 TEST_F(UpdateRuns, IdlLine_RearBackplaneChecksCountPresenceAndSideFile) {
-    putByte(0x1D13A, 2);
-    putByte(0x20059 + 1470, 0x35);
+    block().setU8(0x1D13A, 2);
+    block().setU8(0x20059 + 1470, 0x35);
     std::string image = "/usr/local/lmedia/cpldREARPLANE001";
     QuorixCPLDUpdatePostIdl(2, 1, image.c_str(), 1, "successed");
     EXPECT_TRUE(takeIdlLines().empty());  // no side file
@@ -151,22 +150,22 @@ TEST_F(UpdateRuns, IdlLine_RearBackplaneChecksCountPresenceAndSideFile) {
         92, +[](int, int) { return 0; });
     QuorixCPLDUpdatePostIdl(2, 1, image.c_str(), 1, "failed");
     EXPECT_TRUE(takeIdlLines().empty());  // not present
-    putByte(0x1D13A, 9);
+    block().setU8(0x1D13A, 9);
     qtest::replaceSlot(92, &backplanePresent);
     QuorixCPLDUpdatePostIdl(2, 1, image.c_str(), 1, "failed");
     EXPECT_TRUE(takeIdlLines().empty());  // more than 8 backplanes
 }
 
 TEST_F(UpdateRuns, Fpga_BoardIdThenStartTimeProgrammingAndLine) {
-    putByte(0x1D071, 0x3C);
-    putByte(0x1D0EA, 0x21);
+    block().setU8(0x1D071, 0x3C);
+    block().setU8(0x1D0EA, 0x21);
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateFpga(0, "/usr/local/lmedia/fpga_3b.bin"), -1); });
     EXPECT_TRUE(g_programmed.empty());
     std::string image = "/usr/local/lmedia/fpga_3c.bin";
     qtest::writeFile(image + ".version", "2.2");
-    putByte(taskField(7, kTrigger), 3);
+    block().setU8(taskField(7, kTrigger), 3);
     std::string out = qtest::captureStdout([&] { EXPECT_EQ(QuorixUpdateFpga(0, image.c_str()), 0); });
-    EXPECT_EQ(out, "\r\n=====start update fpga time:" + std::to_string(u32At(taskField(7, kStart))) + " file:" + image +
+    EXPECT_EQ(out, "\r\n=====start update fpga time:" + std::to_string(block().u32(taskField(7, kStart))) + " file:" + image +
                        "======\r\n");
     ASSERT_EQ(g_programmed.size(), 1u);
     EXPECT_EQ(g_programmed[0].trigger, 3);
@@ -182,23 +181,23 @@ TEST_F(UpdateRuns, Fpga_BoardIdThenStartTimeProgrammingAndLine) {
     // Other kinds: no board test, start time in task 0.
     g_programResult = 0;
     qtest::captureStdout([&] { EXPECT_EQ(QuorixUpdateFpga(1, "/x"), 0); });
-    EXPECT_NE(u32At(taskField(0, kStart)), 0u);
+    EXPECT_NE(block().u32(taskField(0, kStart)), 0u);
 }
 
 TEST_F(UpdateRuns, VersionReaders_FormatMajorMinorAndRefuseUnknown) {
-    putByte(0x1CC32, 0x21);
+    block().setU8(0x1CC32, 0x21);
     char text[16];
     std::memset(text, 'x', sizeof text);
     EXPECT_EQ(QuorixGetBoardCpldVersion(text, sizeof text), 0);
     EXPECT_STREQ(text, "2.1");
     EXPECT_EQ(QuorixGetBoardCpldVersion(text, 3), 0);
     EXPECT_STREQ(text, "2");  // bound of size - 1
-    putByte(0x1CC32, 0xFF);
+    block().setU8(0x1CC32, 0xFF);
     EXPECT_EQ(QuorixGetBoardCpldVersion(text, sizeof text), -1);
     EXPECT_EQ(QuorixGetBoardCpldVersion(nullptr, 16), -1);
 
-    putByte(0x1D139, 2);
-    putByte(0x1D269 + 1470, 0xF3);
+    block().setU8(0x1D139, 2);
+    block().setU8(0x1D269 + 1470, 0xF3);
     EXPECT_EQ(QuorixGetHddCpldVersion(7, 1, text, sizeof text), 0);
     EXPECT_STREQ(text, "15.3");
     EXPECT_EQ(QuorixGetHddCpldVersion(7, 2, text, sizeof text), -1);
@@ -206,13 +205,13 @@ TEST_F(UpdateRuns, VersionReaders_FormatMajorMinorAndRefuseUnknown) {
     EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(QuorixGetHddCpldVersion(9, 0, text, sizeof text), -1); }),
               "[Error]: Program should not run into here! ");
 
-    putByte(0x1D0EA, 0x10);
+    block().setU8(0x1D0EA, 0x10);
     EXPECT_EQ(QuorixGetBoardFPGAVersion(text, sizeof text), 0);
     EXPECT_STREQ(text, "1.0");
     qtest::Sim::get().setResult(168, 0);
     EXPECT_EQ(QuorixGetBoardFPGAVersion(text, sizeof text), -1);
 
-    putByte(0x101FD + 819, 0x45);
+    block().setU8(0x101FD + 819, 0x45);
     EXPECT_EQ(QuorixGetBoardFanPanelCPLDVersion(1, text, sizeof text), 0);
     EXPECT_STREQ(text, "4.5");
     EXPECT_EQ(QuorixGetBoardFanPanelCPLDVersion(2, text, sizeof text), -1);
@@ -241,9 +240,9 @@ TEST_F(UpdateRuns, VersionUpdates_ForwardWithTheKindAsIndex) {
 
 // The estimate at a start time `ago` seconds back, with an expected duration.
 int cpldEstimate(int id, std::size_t durationOffset, std::uint16_t duration, long ago, std::uint8_t status) {
-    putU16(durationOffset, duration);
-    putU32(taskField(id, kStart), static_cast<std::uint32_t>(std::time(nullptr) - ago));
-    putByte(taskField(id, kStatus), status);
+    block().setU16(durationOffset, duration);
+    block().setU32(taskField(id, kStart), static_cast<std::uint32_t>(std::time(nullptr) - ago));
+    block().setU8(taskField(id, kStatus), status);
     int result = 0;
     qtest::captureStdout([&] { result = QuorixGetCpldUpgradeProgress(id); });
     return result;
@@ -256,37 +255,37 @@ TEST_F(UpdateRuns, CpldEstimate_FollowsElapsedTimeUpTo95Then100) {
     } cases[] = {{0, 0}, {30, 25}, {60, 50}, {119, 95}, {120, 95}, {200, 95}, {-30, 95}};
     for (const Case &c : cases) EXPECT_EQ(cpldEstimate(3, 0x1D169, 120, c.ago, 2), c.expect) << c.ago;
     EXPECT_EQ(cpldEstimate(3, 0x1D169, 120, 30, 3), 100);
-    EXPECT_EQ(u32At(taskField(3, kStart)), 0u);  // cleared when finished
+    EXPECT_EQ(block().u32(taskField(3, kStart)), 0u);  // cleared when finished
     for (int bad : {0, 1, 5, 7, 11, 15}) EXPECT_EQ(QuorixGetCpldUpgradeProgress(bad), -1);
 }
 
 TEST_F(UpdateRuns, Estimates_ZeroDurationWithAStartAheadOfTheClockReads95) {
     EXPECT_EQ(cpldEstimate(3, 0x1D169, 0, -30, 2), 95);
-    putU16(0x1D08E, 0);
-    putU32(taskField(7, kStart), static_cast<std::uint32_t>(std::time(nullptr) + 30));
-    putByte(taskField(7, kStatus), 2);
+    block().setU16(0x1D08E, 0);
+    block().setU32(taskField(7, kStart), static_cast<std::uint32_t>(std::time(nullptr) + 30));
+    block().setU8(taskField(7, kStatus), 2);
     int result = 0;
     qtest::captureStdout([&] { result = QuorixGetFpgaUpgradeProgress(7); });
     EXPECT_EQ(result, 95);
 }
 
 TEST_F(UpdateRuns, CpldEstimate_PrintsTheTimesAndHandlesStartZero) {
-    putU16(0x149D6, 0x0102);
-    putByte(taskField(2, kStatus), 2);
+    block().setU16(0x149D6, 0x0102);
+    block().setU8(taskField(2, kStatus), 2);
     std::string out = qtest::captureStdout([] { EXPECT_EQ(QuorixGetCpldUpgradeProgress(2), 0); });
     std::time_t now = std::time(nullptr);
     EXPECT_EQ(out, "\r\n=====current time:" + std::to_string(now) + "  start time:0, tmptime:" + std::to_string(now) +
                        "  cpldUpdataTime:258======\r\n");
     // The FPGA estimate has no such case: now - 0 is far beyond any duration.
-    putU16(0x1D08E, 600);
-    putByte(taskField(7, kStatus), 2);
+    block().setU16(0x1D08E, 600);
+    block().setU8(taskField(7, kStatus), 2);
     qtest::captureStdout([] { EXPECT_EQ(QuorixGetFpgaUpgradeProgress(7), 95); });
 }
 
 TEST_F(UpdateRuns, CpldEstimate_FailureReportsTheLastEstimateUnlessItRanLong) {
     EXPECT_EQ(cpldEstimate(10, 0x101DA, 100, 40, 2), 40);
     EXPECT_EQ(cpldEstimate(10, 0x101DA, 100, 40, 4), 40);
-    EXPECT_EQ(u32At(taskField(10, kStart)), 0u);
+    EXPECT_EQ(block().u32(taskField(10, kStart)), 0u);
     EXPECT_EQ(cpldEstimate(10, 0x101DA, 100, 40, 5), 40);
     EXPECT_EQ(cpldEstimate(10, 0x101DA, 100, 40, 1), 0);  // waiting again forgets it
     EXPECT_EQ(cpldEstimate(10, 0x101DA, 100, 40, 4), 0);
@@ -302,12 +301,12 @@ TEST_F(UpdateRuns, FpgaEstimate_KeepsTheStartTime) {
         int result = 0;
         qtest::captureStdout([&] { result = QuorixGetFpgaUpgradeProgress(id); });
         EXPECT_EQ(result, 25) << id;
-        putByte(taskField(id, kStatus), 4);
+        block().setU8(taskField(id, kStatus), 4);
         EXPECT_EQ(QuorixGetFpgaUpgradeProgress(id), 25);
-        putByte(taskField(id, kStatus), 3);
+        block().setU8(taskField(id, kStatus), 3);
         EXPECT_EQ(QuorixGetFpgaUpgradeProgress(id), 100);
-        EXPECT_NE(u32At(taskField(id, kStart)), 0u);
-        putByte(taskField(id, kStatus), 4);
+        EXPECT_NE(block().u32(taskField(id, kStart)), 0u);
+        block().setU8(taskField(id, kStatus), 4);
         EXPECT_EQ(QuorixGetFpgaUpgradeProgress(id), 0);
     }
     EXPECT_EQ(QuorixGetFpgaUpgradeProgress(2), -1);
@@ -320,13 +319,13 @@ TEST_F(UpdateRuns, Estimates_FollowARealRunDrivenByTheSimulator) {
     qtest::replaceSlot(150, &recordPipeWrite);
     qtest::replaceSlot(92, &backplanePresent);
     setProgramTime(55, 0);
-    putByte(0x149B9, 0x07);
-    putByte(taskField(2, kStatus), 2);
+    block().setU8(0x149B9, 0x07);
+    block().setU8(taskField(2, kStatus), 2);
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateCpld(0, 0, "/usr/local/lmedia/cpld 7"), 0); });
     EXPECT_EQ(qtest::blockBytes(0x149D6, 2), (std::vector<unsigned char>{1, 0}));
     int progress = 0;
     qtest::captureStdout([&] { progress = QuorixGetCpldUpgradeProgress(2); });
-    EXPECT_EQ(progress, static_cast<std::uint32_t>(std::time(nullptr)) == u32At(taskField(2, kStart)) ? 0 : 95);
+    EXPECT_EQ(progress, static_cast<std::uint32_t>(std::time(nullptr)) == block().u32(taskField(2, kStart)) ? 0 : 95);
     qtest::captureStdout([] { QuorixSetTaskStatus(2, 3); });
     EXPECT_EQ(QuorixGetCpldUpgradeProgress(2), 100);
     EXPECT_EQ(qtest::Sim::get().callCount(55), 1u);
@@ -344,8 +343,8 @@ TEST_F(UploadScan, TakesTheFirstImageByNameAndSkipsOthers) {
     std::string out = qtest::captureStdout([] { EXPECT_EQ(Quorix_HasUpdateFile(2), 1); });
     std::vector<unsigned char> name = qtest::blockBytes(taskField(2, kName), 128);
     EXPECT_STREQ(reinterpret_cast<const char *>(name.data()), "/usr/local/lmedia/cpld_b.bin");
-    EXPECT_EQ(byteAt(taskField(2, kStatus)), 1);
-    EXPECT_EQ(byteAt(taskField(2, kSubState)), 4);
+    EXPECT_EQ(block().u8(taskField(2, kStatus)), 1);
+    EXPECT_EQ(block().u8(taskField(2, kSubState)), 4);
     EXPECT_NE(out.find("\r\n====   uType:2,d_name:cpld_MKRA.bin    BoardId:0 BoardIDStr: 0 ====\r\n"),
               std::string::npos);
     EXPECT_NE(out.find("\r\n====   d_name:cpld_b.bin      ====\r\n"), std::string::npos);
@@ -366,7 +365,7 @@ TEST_F(UploadScan, OnlyTasks2To10AndNeverTask8) {
 
 TEST_F(UploadScan, BackplaneAndFanPlaneImagesMatchTheirBoards) {
     frontBackplanes({"BP12X35AAAAA"});
-    putByte(0x1D13A, 1);
+    block().setU8(0x1D13A, 1);
     putText(0x1FF2F, "REARBP000002");
     putText(0x101B2 + 819, "FANPLANE0003");
     qtest::writeFile("/usr/local/lmedia/cpldREARBP000002.bin", "x");
@@ -384,7 +383,7 @@ TEST_F(UploadScan, BackplaneAndFanPlaneImagesMatchTheirBoards) {
 
 TEST_F(UploadScan, TextOnBothBackplaneKindsIsSettledByThePlatform) {
     frontBackplanes({"BP24NVMEB001"});
-    putByte(0x1D13A, 1);
+    block().setU8(0x1D13A, 1);
     putText(0x1FF2F, "BP24NVMEB001");
     qtest::writeFile("/usr/local/lmedia/cpldBP24NVMEB001.bin", "x");
     static std::string asked;

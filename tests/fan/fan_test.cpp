@@ -1,16 +1,23 @@
-// set_fan_param: keywords, scan formats, overlaps, bounds and refusals.
+// Fan control curves: set_fan_param's keywords, scan formats, overlaps,
+// bounds and refusals; show_fan_param's report; the sensor name table.
 #include <cstdio>
+#include <cstring>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "fan_test_support.h"
 #include "quorix_test.h"
 
 namespace {
 
-using ftest::curve;
+using qtest::block;
+constexpr std::size_t kBlockSize = 0x640000;
+constexpr std::size_t kCurves = 0x618FF7, kCurveSize = 202, kCurveCount = 0x618FF4;
+constexpr std::size_t kPwmCount = 0xFF26, kFinalPwm = 0x61C277, kRaise = 0x61C28D, kOutputs = 0x622252;
+
+unsigned char *curve(long long id) { return block().data() + kCurves + kCurveSize * id; }
+void putFloat(unsigned char *at, float v) { qrx::ByteView(at).setF32(0, v); }
 using Bytes = std::vector<std::pair<std::size_t, unsigned char>>;  // (offset in curve, value)
 
 class FanParam : public qtest::BoundTest {
@@ -24,9 +31,9 @@ protected:
 
     // The curve's bytes equal `expected` where listed and 0 elsewhere.
     static void expectCurve(long long id, const Bytes &expected) {
-        std::vector<unsigned char> want(ftest::kCurveSize, 0);
+        std::vector<unsigned char> want(kCurveSize, 0);
         for (const auto &[off, value] : expected) want[off] = value;
-        EXPECT_EQ(std::vector<unsigned char>(curve(id), curve(id) + ftest::kCurveSize), want) << "curve " << id;
+        EXPECT_EQ(std::vector<unsigned char>(curve(id), curve(id) + kCurveSize), want) << "curve " << id;
     }
 };
 
@@ -68,7 +75,7 @@ TEST_F(FanParam, Commands_WriteTheirFieldAndTheType) {
     };
     for (const auto &c : cases) {
         SCOPED_TRACE(c.command);
-        std::memset(curve(0), 0, ftest::kCurveSize * 8);
+        std::memset(curve(0), 0, kCurveSize * 8);
         EXPECT_EQ(set(c.command), nameLine(c.command));
         expectCurve(c.id, c.bytes);
     }
@@ -111,7 +118,7 @@ TEST_F(FanParam, PwmRaise_StoresTheLowByteOfValuesUpTo255) {
     for (const auto &c : cases) {
         SCOPED_TRACE(c.command);
         EXPECT_EQ(set(c.command), nameLine(c.command) + c.message);
-        EXPECT_EQ(ftest::block()[ftest::kRaise], c.stored);
+        EXPECT_EQ(block().u8(kRaise), c.stored);
     }
 }
 
@@ -130,9 +137,9 @@ TEST_F(FanParam, UnknownCommands_OnlyPrintTheirName) {
     for (const char *command : {"LINER2_num5", "", "fan", "enabl3", "pwm_raise3"}) {
         EXPECT_EQ(set(command), nameLine(command));
     }
-    EXPECT_EQ(qtest::blockBytes(ftest::kCurves, ftest::kCurveSize * 8),
-              std::vector<unsigned char>(ftest::kCurveSize * 8, 0));
-    EXPECT_EQ(ftest::block()[ftest::kRaise], 0);
+    EXPECT_EQ(qtest::blockBytes(kCurves, kCurveSize * 8),
+              std::vector<unsigned char>(kCurveSize * 8, 0));
+    EXPECT_EQ(block().u8(kRaise), 0);
 }
 
 TEST_F(FanParam, CurveIdsInsideTheBlock_AreWrittenEvenBeyondTheTable) {
@@ -145,7 +152,7 @@ TEST_F(FanParam, CurveIdsInsideTheBlock_AreWrittenEvenBeyondTheTable) {
 }
 
 TEST_F(FanParam, WritesOutsideTheBlock_AreRefusedWithAMessage) {
-    const std::vector<unsigned char> before = qtest::blockBytes(0, ftest::kBlockSize);
+    const std::vector<unsigned char> before = qtest::blockBytes(0, kBlockSize);
     const struct {
         const char *command;
         const char *message;
@@ -157,7 +164,7 @@ TEST_F(FanParam, WritesOutsideTheBlock_AreRefusedWithAMessage) {
         {"liner-2147483648_num1", "Invalid fan curve id -2147483648\n"},
     };
     for (const auto &c : cases) EXPECT_EQ(set(c.command), nameLine(c.command) + c.message);
-    EXPECT_TRUE(qtest::blockBytes(0, ftest::kBlockSize) == before) << "the block changed";
+    EXPECT_TRUE(qtest::blockBytes(0, kBlockSize) == before) << "the block changed";
 
     // Points and weights far outside: the type is still set, nothing else.
     EXPECT_EQ(set("liner0_temper2000000000val1"),
@@ -166,11 +173,11 @@ TEST_F(FanParam, WritesOutsideTheBlock_AreRefusedWithAMessage) {
               nameLine("liner0_pwm-2000000000val1") + "Invalid curve point -2000000000\n");
     EXPECT_EQ(set("bjpid789_weight-2000000000_1"),
               nameLine("bjpid789_weight-2000000000_1") + "Invalid weight id -2000000000\n");
-    std::vector<unsigned char> after = qtest::blockBytes(0, ftest::kBlockSize);
-    EXPECT_EQ(after[ftest::kCurves], 2);
-    EXPECT_EQ(after[ftest::kCurves + ftest::kCurveSize * 789], 3);
-    after[ftest::kCurves] = 0;
-    after[ftest::kCurves + ftest::kCurveSize * 789] = 0;
+    std::vector<unsigned char> after = qtest::blockBytes(0, kBlockSize);
+    EXPECT_EQ(after[kCurves], 2);
+    EXPECT_EQ(after[kCurves + kCurveSize * 789], 3);
+    after[kCurves] = 0;
+    after[kCurves + kCurveSize * 789] = 0;
     EXPECT_TRUE(after == before) << "only the type bytes may change";
 }
 
@@ -204,6 +211,111 @@ TEST_F(FanParam, RandomCommands_NeverFault) {
     EXPECT_TRUE(child.exited);
     EXPECT_EQ(child.status, 0);
     EXPECT_EQ(child.err, "");
+}
+
+std::vector<std::pair<int, int>> g_reads;
+
+float temperature(int type, int index, float *) {
+    g_reads.emplace_back(type, index);
+    return 41.6f;
+}
+
+class FanReport : public qtest::BoundTest {
+protected:
+    void SetUp() override {
+        BoundTest::SetUp();
+        g_reads.clear();
+        qtest::replaceSlot(24, temperature);
+    }
+    static std::string report() {
+        return qtest::captureStdout([] { EXPECT_EQ(show_fan_param(), 0); });
+    }
+};
+
+void output(int n, unsigned sensor, unsigned char type, unsigned char pwm, unsigned char finalPwm) {
+    unsigned char *o = block().data() + kOutputs + 4 * n;
+    o[0] = static_cast<unsigned char>(sensor);
+    o[1] = static_cast<unsigned char>(sensor >> 8);
+    o[2] = type;
+    o[3] = pwm;
+    block().setU8(kFinalPwm + n, finalPwm);
+}
+
+TEST_F(FanReport, ListsOutputsAndCurvesInUse) {
+    block().setU8(kCurveCount, 3);
+    block().setU8(kPwmCount, 3);
+    output(0, 0x1234, 2, 45, 40);
+    output(1, 8, 3, 60, 55);
+    output(2, 1, 9, 1, 2);
+
+    unsigned char *line = curve(0);  // linear curve on CPU0_TEMP
+    line[0] = 2;
+    line[1] = 1;
+    putFloat(line + 2, 37.5f);
+    line[7] = 33;
+    line[8] = 5;
+    line[9] = 3;
+    const unsigned char up[][2] = {{30, 25}, {50, 35}, {80, 45}};  // pwm, temperature
+    for (int i = 1; i <= 3; ++i) line[8 + 2 * i] = up[i - 1][0], line[9 + 2 * i] = up[i - 1][1];
+    line[90] = 2;
+    const unsigned char down[][2] = {{28, 23}, {70, 43}};
+    for (int i = 1; i <= 2; ++i) line[48 + 2 * i] = down[i - 1][0], line[49 + 2 * i] = down[i - 1][1];
+    line[109] = 80, line[110] = 95, line[111] = 3;
+    line[116] = 8;
+    putFloat(line + 122, 1.0f);
+    putFloat(line + 126, 0.5f);
+    putFloat(line + 122 + 4 * 11, 0.25f);
+    putFloat(line + 122 + 4 * 12, 9.0f);  // not reported
+
+    unsigned char *pid = curve(1);  // PID curve on a sensor the table does not know
+    pid[0] = 3;
+    putFloat(pid + 2, 60.25f);
+    pid[6] = 75;
+    putFloat(pid + 7, 1.5f);
+    putFloat(pid + 11, 0.25f);
+    putFloat(pid + 15, -1.0f);
+    pid[29] = 12, pid[30] = 70, pid[31] = 90, pid[32] = 4;
+    pid[116] = 0x34, pid[117] = 0x12;
+    putFloat(pid + 122, 2.0f);
+
+    curve(2)[116] = 1;  // type 0: not reported
+    curve(3)[0] = 2;    // beyond the curve count
+
+    EXPECT_GOLDEN("fan_report.txt", report());
+    // One temperature reading per reported curve, for its sensor.
+    EXPECT_EQ(g_reads, (std::vector<std::pair<int, int>>{{1, 8}, {1, 0x1234}}));
+}
+
+TEST_F(FanReport, LinearCurveWithoutPointsAndDownwardDirection) {
+    block().setU8(kCurveCount, 1);
+    curve(0)[0] = 2;
+    curve(0)[6] = 1;
+    curve(0)[116] = 1;
+    EXPECT_GOLDEN("fan_report_bare_line.txt", report());
+}
+
+TEST_F(FanReport, EmptyTableGivesTheHeadingOnly) {
+    EXPECT_EQ(report(), "cooling line/pid count 0, pwm num:0\n");
+    EXPECT_TRUE(g_reads.empty());
+}
+
+TEST(FanTables, SensorNamesAreNumberedTerminatedAndUnique) {
+    EXPECT_EQ(sizeof g_temp_sensor_descrip, 814u * 34u);
+    const struct {
+        int number;
+        const char *name;
+    } named[] = {{0, "INLET_TEMP"},       {1, "OUTLET_TEMP"},      {8, "CPU0_TEMP"},   {11, "CPU3_TEMP"},
+                 {28, "CPU0_DIMM0_TEMP"}, {52, "CPU1_DIMM0_TEMP"}, {124, "PSU0_TEMP"}, {813, "OEM_TEMP813"}};
+    for (const auto &n : named) EXPECT_STREQ(g_temp_sensor_descrip[n.number].name, n.name) << n.number;
+    for (int i = 0; i < 814; ++i) {
+        const QuorixTempSensorDesc &d = g_temp_sensor_descrip[i];
+        EXPECT_EQ(d.sensor_number, i);
+        const std::size_t len = strnlen(d.name, sizeof d.name);
+        ASSERT_GT(len, 0u) << i;
+        ASSERT_LT(len, sizeof d.name) << i;
+        for (std::size_t k = len; k < sizeof d.name; ++k) ASSERT_EQ(d.name[k], '\0') << i;
+        for (int j = 0; j < i; ++j) ASSERT_STRNE(d.name, g_temp_sensor_descrip[j].name) << i << " " << j;
+    }
 }
 
 }  // namespace
