@@ -62,10 +62,6 @@ struct Json {
 };
 
 // Debug-log console capture of the "IPMI" module.
-inline void logIpmiToConsole() {
-    for (const char *name : {"LEVEL_INFO", "PATH_SERIAL", "ENABLE_IPMI"})
-        qtest::writeFile(std::string("/conf/quorix_debug/") + name, "");
-    qtest::writeFile("/var/quorix_debug_reload", "");
-}
+inline void logIpmiToConsole() { qtest::logToConsole({"IPMI"}); }
 
 }  // namespace svctest
