@@ -3,6 +3,7 @@
 
 #include <json-c/json.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
