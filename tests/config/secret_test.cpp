@@ -136,36 +136,37 @@ TEST_F(Secret, Base64OutputIsCappedAtTwiceTheLength) {
 }
 
 TEST_F(Secret, Base64RefusalsAndMessages) {
-    char out[16];
-    int result = 0;
-    std::string printed = qtest::captureStdout([&] { result = QuorixPwEncryptAndCyo("", out, "k", 1); });
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(printed, "OriginPwd error. quitting...\n");
-    printed = qtest::captureStdout([&] { result = QuorixPwEncryptAndCyo("abc", out, "", 3); });
-    EXPECT_EQ(printed, "the encryption key input error. quitting...\n");
-    printed = qtest::captureStdout([&] { result = QuorixPwEncryptAndCyo("abc", out, "k", 0); });
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(printed, "Error in encrypting the  password.\n");
-
-    std::memset(out, 'z', sizeof out);
-    printed = qtest::captureStdout([&] { result = QuorixPwDecryptAndCyo("", out, "k", sizeof out); });
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(printed, "the encryption Password input error. quitting...\n");
-    EXPECT_EQ(std::string(out, sizeof out), std::string(sizeof out, '\0'));
-    std::memset(out, 'z', sizeof out);
-    printed = qtest::captureStdout([&] { result = QuorixPwDecryptAndCyo("QUJD", out, nullptr, sizeof out); });
-    EXPECT_EQ(printed, "the encryption key input error. quitting...\n");
-    EXPECT_EQ(std::string(out, sizeof out), std::string(sizeof out, '\0'));
-    std::memset(out, 'z', sizeof out);
-    printed = qtest::captureStdout([&] { result = QuorixPwDecryptAndCyo("not base64!", out, "k", sizeof out); });
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(printed, "Error in decrypting the password.\n");
-    EXPECT_EQ(std::string(out, sizeof out), std::string(sizeof out, '\0'));
     // Text whose decoded form would not fit the cipher buffer is refused up front.
-    std::string huge(400, 'A');
-    printed = qtest::captureStdout([&] { result = QuorixPwDecryptAndCyo(huge.c_str(), out, "k", sizeof out); });
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(printed, "the encryption Password input error. quitting...\n");
+    const std::string huge(400, 'A');
+    const struct {
+        bool encrypt;
+        const char *text, *key;
+        int length;
+        const char *says;
+    } cases[] = {
+        {true, "", "k", 1, "OriginPwd error. quitting...\n"},
+        {true, "abc", "", 3, "the encryption key input error. quitting...\n"},
+        {true, "abc", "k", 0, "Error in encrypting the  password.\n"},
+        {false, "", "k", 16, "the encryption Password input error. quitting...\n"},
+        {false, "QUJD", nullptr, 16, "the encryption key input error. quitting...\n"},
+        {false, "not base64!", "k", 16, "Error in decrypting the password.\n"},
+        {false, huge.c_str(), "k", 16, "the encryption Password input error. quitting...\n"},
+    };
+    for (const auto &c : cases) {
+        char out[16];
+        std::memset(out, 'z', sizeof out);
+        int result = 0;
+        std::string printed = qtest::captureStdout([&] {
+            result = c.encrypt ? QuorixPwEncryptAndCyo(c.text, out, c.key, c.length)
+                               : QuorixPwDecryptAndCyo(c.text, out, c.key, c.length);
+        });
+        EXPECT_EQ(result, -1) << c.says;
+        EXPECT_EQ(printed, c.says);
+        // A refused decryption leaves the caller an empty text.
+        if (!c.encrypt) {
+            EXPECT_EQ(std::string(out, sizeof out), std::string(sizeof out, '\0')) << c.says;
+        }
+    }
 }
 
 }  // namespace

@@ -52,10 +52,7 @@ class SyslogService : public qtest::BoundTest {
 protected:
     void SetUp() override {
         BoundTest::SetUp();
-        // Error lines of the IPMI and QRXMONITOR modules on the console.
-        for (const char *name : {"LEVEL_INFO", "PATH_SERIAL", "ENABLE_IPMI", "ENABLE_QRXMONITOR"})
-            qtest::writeFile(std::string("/conf/quorix_debug/") + name, "");
-        qtest::writeFile("/var/quorix_debug_reload", "");
+        qtest::logToConsole({"IPMI", "QRXMONITOR"});
         QuorixSyslogConfigInit();  // no file: the defaults
         resetCalls();
     }

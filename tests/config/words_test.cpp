@@ -44,12 +44,14 @@ TEST(WordToIndex, ExactCaseSensitiveWholeWordMatch) {
     EXPECT_EQ(ValidateEnableDisable("Enable", nullptr), 1u);
 }
 
-TEST(WordToIndex, CountBelowOneSearchesNothing) {
+TEST(WordToIndex, OnlyTheFirstCountWordsAreSearched) {
     unsigned char index = 0xEE;
     EXPECT_EQ(ValidateStrToOrder(SyslogLevelStr, "Info", 0, &index), 1u);
     EXPECT_EQ(ValidateStrToOrder(SyslogLevelStr, "Info", -1, &index), 0u);
     EXPECT_EQ(index, 0xEE);
     EXPECT_EQ(ValidateStrToOrder(nullptr, "Info", 4, &index), 1u);
+    EXPECT_EQ(ValidateStrToOrder(EventLevelStr, "Critical", 2, &index), 1u);
+    EXPECT_EQ(index, 0xEE);
     EXPECT_EQ(ValidateStrToOrder(EventLevelStr, "Critical", 4, &index), 0u);
     EXPECT_EQ(index, 2);
 }

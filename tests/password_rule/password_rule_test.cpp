@@ -205,4 +205,13 @@ TEST_F(PasswordRule, TwoProcesses_ReaderSeesWriterOnlyAfterFlagCleared) {
     EXPECT_EQ(Bytes(res + 1, res + 13), (Bytes{1, 13, 0, 0, 30, 0, 4, 3, 10, 0, 0, 0}));
 }
 
+// Registered as a test of its own: the cache as a process starts, before any
+// read or set (disabled, minimum length 8, lockout 5 minutes).
+TEST(PasswordRuleFirstUse, CacheStartsAtTheDefaults) {
+    quorix_passwd_rule_got_flag = 1;
+    unsigned char res[13] = {};
+    ASSERT_EQ(QuorixGetUserPasswordRuleInterface(res), 13);
+    EXPECT_EQ(Bytes(res, res + 13), (Bytes{0, 0, 8, 0, 0, 0, 0, 0, 0, 5, 0, 0, 0}));
+}
+
 }  // namespace

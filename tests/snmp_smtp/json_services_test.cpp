@@ -1,6 +1,7 @@
 // The contract the three JSON-backed services (SNMP trap, SNMP agent, SMTP)
-// share, run once per service: what a set writes and refuses, what the loader
-// takes and logs, how secrets are kept and what group 2 posts.
+// share, run once per service: what a set writes and refuses, what a save
+// onto a read-only or full "/conf" leaves, what the loader takes and logs,
+// how secrets are kept and what group 2 posts.
 #include <unistd.h>
 
 #include <cstring>
@@ -29,7 +30,8 @@ struct Service {
     int (*load)();
     std::size_t region, regionSize;  // the block bytes the service owns
     const char *file, *factoryFile;
-    Bytes change;                    // a request that changes one value
+    Bytes change, change2;           // requests that change the byte at changeField to their last byte
+    std::size_t changeField;
     Bytes refused;                   // a request refused with refusedCc
     unsigned refusedCc;
     std::vector<Expect> factory;     // what the factory default loads
@@ -67,7 +69,7 @@ Bytes repeat(const Bytes &b, int times) {
 
 const Service kServices[] = {
     {"SnmpTrap", setTrap, QuorixGetSnmpTotalConfFromJson, kTrapDest, 208 + 179, "/conf/SnmpTrapCfg.json",
-     "/etc/defconfig/SnmpTrapCfg.json", {0, 1, 1}, {0, 1, 3}, 0xCC,
+     "/etc/defconfig/SnmpTrapCfg.json", {0, 1, 1}, {0, 1, 2}, kTrapRec + 1, {0, 1, 3}, 0xCC,
      {{kTrapRec, {2, 0}},
       {kTrapRec + 2, text("vantol", 17)},
       {kTrapRec + 19, text("HostName", 17)},
@@ -79,7 +81,7 @@ const Service kServices[] = {
      "SnmpTrapCfg", "SnmpTrapDestCfg", kTrapDest, 208, "TrapVersion", kTrapRec, {3}, "HostID", kTrapRec + 19, {{0, 0, 2}},
      req({0, 2}, "c0mmunity!"), req({0, 2}, std::string("\0c0mmunity!", 11)), kTrapRec + 2, 17, {2, 3}, 3},
     {"SnmpAgent", setAgent, QuorixGetSnmpAgentTotalConfFromJson, kAgentRec, 105, "/conf/SnmpAgentCfg.json",
-     "/etc/defconfig/SnmpAgentCfg.json", {0, 1}, {6, 3}, 0xCC,
+     "/etc/defconfig/SnmpAgentCfg.json", {0, 1}, {0, 0}, kAgentRec, {6, 3}, 0xCC,
      {{kAgentRec, cat(cat(Bytes(38, 0), Bytes{1, 1}), Bytes(65, 0))}},
      "The Snmp configure file /etc/defconfig/SnmpAgentCfg.json not exist.",
      "Get the total Snmp configure struct from Json failed.", "Get the SnmpCfg struct from Json failed.", nullptr,
@@ -87,7 +89,7 @@ const Service kServices[] = {
      {req({10}, "privphrase")},
      req({2}, "c0mmunity!"), req({10}, std::string("\0Xauthphrase", 11)), kAgentRec + 81, 24, {}, 0},
     {"Smtp", setSmtp, QuorixGetSmtpTotalConfFromJson, kSmtpRec, 268 + 332, "/conf/SmtpCfg.json",
-     "/etc/defconfig/SmtpCfg.json", {0, 14, 1}, {0, 14, 3}, 0xC9,
+     "/etc/defconfig/SmtpCfg.json", {0, 14, 1}, {0, 14, 2}, kSmtpRec + 267, {0, 14, 3}, 0xC9,
      {{kSmtpRec, {0}},
       {kSmtpRec + 48, {25, 0, 0xD1, 0x01}},
       {kSmtpRec + 247, text("BMC Alert", 17)},
@@ -216,6 +218,31 @@ TEST_P(JsonService, Group2_PostsTheAlertTestAndWritesNothing) {
     EXPECT_EQ(Bytes(record + 12, record + 15), (Bytes{0xFF, s.idlCode, 1}));
     EXPECT_FALSE(qtest::fileExists(s.file));
 }
+
+// Run in two sandboxes: "/conf" read-only, and "/conf" a small tmpfs that the
+// test fills once a first save has written the file.
+class JsonServiceStore : public qtest::FullConfTest, public ::testing::WithParamInterface<Service> {};
+
+TEST_P(JsonServiceStore, FailedSave_Answers0xFF_BlockChanged_FileAndFolderKept) {
+    const Service &s = GetParam();
+    Bytes last = s.change;
+    if (access("/conf", W_OK) == 0) {
+        ASSERT_EQ(s.set(s.change), 0u);
+        fillConf();
+        last = s.change2;
+    }
+    const std::string before = qtest::fileExists(s.file) ? qtest::readFile(s.file) : "-";
+    const auto entries = qtest::directoryEntries("/conf");
+    unsigned cc = 0;
+    qtest::captureStdout([&] { cc = s.set(last); });
+    EXPECT_EQ(cc, 0xFFu);
+    EXPECT_EQ(qtest::blockBytes(s.changeField, 1), Bytes{last.back()});
+    EXPECT_EQ(qtest::fileExists(s.file) ? qtest::readFile(s.file) : "-", before);
+    EXPECT_EQ(qtest::directoryEntries("/conf"), entries);
+}
+
+INSTANTIATE_TEST_SUITE_P(Services, JsonServiceStore, ::testing::ValuesIn(kServices),
+                         [](const ::testing::TestParamInfo<Service> &i) { return std::string(i.param.name); });
 
 INSTANTIATE_TEST_SUITE_P(Services, JsonService, ::testing::ValuesIn(kServices),
                          [](const ::testing::TestParamInfo<Service> &i) { return std::string(i.param.name); });

@@ -64,6 +64,23 @@ TEST_F(SnmpAgent, Communities_ProtectedSixteenCharactersWhole) {
     EXPECT_NE(rec(19, 7), text("private", 7));
 }
 
+// The device key is random: look for a community whose protected form holds a
+// zero byte early. The set stores the form up to that byte, zeros behind it.
+TEST_F(SnmpAgent, Community_ProtectedFormStoredUpToItsFirstZeroByte) {
+    Bytes form;
+    std::string phrase;
+    for (int i = 0; i < 4096 && phrase.empty(); ++i) {
+        form = text("comm" + std::to_string(100000 + i), 17);
+        ASSERT_EQ(QuorixPwEncrypt(form.data(), 16), 0);
+        if (std::memchr(form.data() + 1, 0, 14) != nullptr) phrase = "comm" + std::to_string(100000 + i);
+    }
+    ASSERT_FALSE(phrase.empty());
+    EXPECT_EQ(set(req({3}, phrase)), 0u);
+    Bytes want(17, 0);
+    std::memcpy(want.data(), form.data(), strnlen(reinterpret_cast<char *>(form.data()), 16));
+    EXPECT_EQ(rec(19, 17), want);
+}
+
 TEST_F(SnmpAgent, UserNameAndPassPhrases) {
     EXPECT_EQ(set(req({8}, "snmpuser")), 0u);
     EXPECT_EQ(rec(40, 17), text("snmpuser", 17));

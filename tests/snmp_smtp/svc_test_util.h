@@ -3,6 +3,7 @@
 
 #include <json-c/json.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -62,10 +63,6 @@ struct Json {
 };
 
 // Debug-log console capture of the "IPMI" module.
-inline void logIpmiToConsole() {
-    for (const char *name : {"LEVEL_INFO", "PATH_SERIAL", "ENABLE_IPMI"})
-        qtest::writeFile(std::string("/conf/quorix_debug/") + name, "");
-    qtest::writeFile("/var/quorix_debug_reload", "");
-}
+inline void logIpmiToConsole() { qtest::logToConsole({"IPMI"}); }
 
 }  // namespace svctest

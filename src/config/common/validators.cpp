@@ -137,58 +137,66 @@ bool isValidEmail(const char *address) {
     return true;
 }
 
-}  // namespace qrx::config
-
-extern "C" {
-
-QRX_EXPORT int QuorixIsValidUserName(const char *name, unsigned max_length, int mode) {
+bool isValidUserName(const char *name, unsigned max_length, int mode) {
     if (name == nullptr || name[0] == '\0') {
         std::printf("Setting the NULL user");
-        return 1;
+        return false;
     }
     if (std::isdigit(static_cast<unsigned char>(name[0]))) {
         std::puts("The first character in the username cannot be a numeric.");
-        return 1;
+        return false;
     }
-    if (std::strchr(qrx::config::kLeadingForbidden, name[0]) != nullptr) {
+    if (std::strchr(kLeadingForbidden, name[0]) != nullptr) {
         std::puts("The first character in the username cannot be a special character.");
-        return 1;
+        return false;
     }
     // A bound whose terminator does not fit a size_t (32-bit boards) is refused as before.
     if (static_cast<std::size_t>(max_length) + 1 == 0) {
         std::printf("%s : Cannot allocate memory\n", "QuorixIsValidUserName");
-        return 1;
+        return false;
     }
     if (std::strlen(name) > max_length) {
         std::puts("Buffer overflow detected ");
-        return 1;
+        return false;
     }
     const bool dotAllowed = mode != 0;
     for (const unsigned char *p = reinterpret_cast<const unsigned char *>(name); *p != 0; ++p) {
-        if (!qrx::config::userNameForbidden(*p, dotAllowed)) continue;
+        if (!userNameForbidden(*p, dotAllowed)) continue;
         if (mode == 0)
             std::puts("The special character in the requested username is impermissible.");
         else if (mode == 1)
             std::puts("The special character in the requested SMTP username is impermissible.");
         else
             std::puts("The special character in the requested SMTP hostname is impermissible.");
-        return 1;
+        return false;
     }
-    return 0;
+    return true;
+}
+
+bool isValidSenderAddress(const char *address) {
+    if (address == nullptr) return false;
+    // Only the first 16 characters are examined; callers rely on this limit.
+    char field[kSenderCheckedChars + 1] = {};
+    std::strncpy(field, address, kSenderCheckedChars);
+    for (const unsigned char *p = reinterpret_cast<const unsigned char *>(field); *p != 0; ++p) {
+        if (*p == '\'' || *p == '\\' || isControl(*p)) {
+            std::puts("The special character in the requested sender address is impermissible.");
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace qrx::config
+
+extern "C" {
+
+QRX_EXPORT int QuorixIsValidUserName(const char *name, unsigned max_length, int mode) {
+    return qrx::config::isValidUserName(name, max_length, mode) ? 0 : 1;
 }
 
 QRX_EXPORT int QuorixIsValidSenderAddress(const char *address) {
-    if (address == nullptr) return 1;
-    // Only the first 16 characters are examined; callers rely on this limit.
-    char field[qrx::config::kSenderCheckedChars + 1] = {};
-    std::strncpy(field, address, qrx::config::kSenderCheckedChars);
-    for (const unsigned char *p = reinterpret_cast<const unsigned char *>(field); *p != 0; ++p) {
-        if (*p == '\'' || *p == '\\' || qrx::config::isControl(*p)) {
-            std::puts("The special character in the requested sender address is impermissible.");
-            return 1;
-        }
-    }
-    return 0;
+    return qrx::config::isValidSenderAddress(address) ? 0 : 1;
 }
 
 QRX_EXPORT int Quorix_validate_email(const char *address) {

@@ -14,6 +14,10 @@ bool isValidDomain(const char *name);
 // A destination host: an IPv6 address, an IPv4 address or a domain name, tried in that order.
 bool isValidHost(const char *host);
 bool isValidEmail(const char *address);
+// Operator names (mode 0 user, 1 SMTP user, 2 and above SMTP host) and the
+// sender address; each refusal prints why.
+bool isValidUserName(const char *name, unsigned max_length, int mode);
+bool isValidSenderAddress(const char *address);
 // The character rule of fixed text fields: every byte is 0 (padding, which
 // does not end the check) or within [low, 126]. False for null.
 inline constexpr unsigned char kFirstPrintable = 33;

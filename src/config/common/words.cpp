@@ -108,6 +108,16 @@ unsigned inList(const char *(&table)[N], const char *word) {
 
 }  // namespace
 
+bool qrx::config::isAuthProtocol(const char *word) {
+    return inList(AuthProtocols, word) == qrx::config::kWordOk;
+}
+bool qrx::config::isPrivProtocol(const char *word) {
+    return inList(PrivProtocols, word) == qrx::config::kWordOk;
+}
+bool qrx::config::isHostId(const char *word) {
+    return inList(HostIDs, word) == qrx::config::kWordOk;
+}
+
 extern "C" {
 
 QRX_EXPORT unsigned ValidateStrToOrder(const char *const *table, const char *word, int count, unsigned char *index) {
@@ -147,13 +157,13 @@ QRX_EXPORT unsigned ValidateEventLevelLimitIndexToString(int index, char *dest, 
     return indexToWord(EventLevelStr, index, dest, size);
 }
 QRX_EXPORT unsigned ValidateAUTHProtocol(const char *word) {
-    return inList(AuthProtocols, word);
+    return qrx::config::isAuthProtocol(word) ? 0 : 1;
 }
 QRX_EXPORT unsigned ValidatePrivProtocol(const char *word) {
-    return inList(PrivProtocols, word);
+    return qrx::config::isPrivProtocol(word) ? 0 : 1;
 }
 QRX_EXPORT unsigned ValidateHostID(const char *word) {
-    return inList(HostIDs, word);
+    return qrx::config::isHostId(word) ? 0 : 1;
 }
 QRX_EXPORT unsigned ValidateSyslogTagStrToIndex(const char *word, unsigned char *index) {
     return wordToIndex(SyslogTagStr, word, index);

@@ -22,6 +22,10 @@ unsigned orderToStr(const char *const *table, int index, int count, char *dest, 
 int strInList(const char *const *table, const char *word, int count);
 // True for the SNMP trap device-type codes the trap service accepts.
 bool isTrapDeviceType(unsigned code);
+// Members of the SNMP trap's word lists (false for NULL).
+bool isAuthProtocol(const char *word);
+bool isPrivProtocol(const char *word);
+bool isHostId(const char *word);
 
 // Syslog severities of the severity words.
 inline constexpr int kSyslogSevAlert = 1;

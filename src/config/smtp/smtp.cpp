@@ -98,10 +98,10 @@ bool serverAddress(const unsigned char *data, std::size_t length) {
     return false;
 }
 bool userName(const unsigned char *data, std::size_t length) {
-    return QuorixIsValidUserName(Text(data, length).text, static_cast<unsigned>(length & 0xFF), 1) == 0;
+    return isValidUserName(Text(data, length).text, static_cast<unsigned>(length & 0xFF), 1);
 }
 bool senderAddress(const unsigned char *data, std::size_t length) {
-    return QuorixIsValidSenderAddress(Text(data, length).text) == 0;
+    return isValidSenderAddress(Text(data, length).text);
 }
 bool mailAddress(const unsigned char *data, std::size_t length) {
     return isValidEmail(Text(data, length).text);
@@ -192,7 +192,7 @@ unsigned setWholeRecord(const unsigned char *r) {
         if (!strictText(r + kUserName, kUserMax) || !strictText(r + kPassword, kPasswordMax))
             return kCcParamOutOfRange;
         Text user(r + kUserName, kUserMax);
-        if (QuorixIsValidUserName(user.text, kUserNameSize, 1) != 0) return kCcInvalidDataField;
+        if (!isValidUserName(user.text, kUserNameSize, 1)) return kCcInvalidDataField;
         rec.fill(kUserName, 0, kUserNameSize);
         rec.copyIn(kUserName, user.text, strnlen(user.text, kUserMax));
         unsigned char wanted[kPasswordSize] = {};
@@ -202,7 +202,7 @@ unsigned setWholeRecord(const unsigned char *r) {
             storeSecret(rec.data() + kPassword, kPasswordRule, wanted, length);
     }
     Text sender(r + kSender, kSenderMax);
-    if (QuorixIsValidSenderAddress(sender.text) != 0) return kCcInvalidDataField;
+    if (!isValidSenderAddress(sender.text)) return kCcInvalidDataField;
     for (const FlagParam &f : kFlags) rec.setU8(f.offset, r[f.offset]);
     rec.fill(kServer, 0, kServerSize);
     rec.copyIn(kServer, r + kServer, strnlen(reinterpret_cast<const char *>(r + kServer), kServerMax));

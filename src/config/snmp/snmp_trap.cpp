@@ -5,6 +5,7 @@
 
 #include "config/common/secret.h"
 #include "config/common/service.h"
+#include "config/common/words.h"
 #include "config/snmp/snmp_trap.h"
 #include "config/snmp/snmp_trap_layout.h"
 #include "core/export.h"
@@ -178,7 +179,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
                 SAY(kSetFn, "Invalid HostID!\n");
                 return kCcInvalidDataField;
             }
-            if (ValidateHostID(t.str()) != 0) {
+            if (!isHostId(t.str())) {
                 SAY(kSetFn, "Invalid HostID:%s\n", t.str());
                 return kCcInvalidDataField;
             }
@@ -206,7 +207,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
                 SAY(kSetFn, auth ? "Invalid authprotocol!\n" : "Invalid privprotocol!\n");
                 return auth ? kCcParamOutOfRange : kCcInvalidDataField;
             }
-            if (auth ? ValidateAUTHProtocol(t.str()) != 0 : ValidatePrivProtocol(t.str()) != 0) {
+            if (!(auth ? isAuthProtocol(t.str()) : isPrivProtocol(t.str()))) {
                 if (auth) {
                     SAY(kSetFn, "Invalid authprotocol!\n");
                     return kCcInvalidDataField;
@@ -253,7 +254,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
         }
         case 10:
             if (!kByteRequest.accepts(n)) return kCcReqDataLenInvalid;
-            if (ValidateSNMPTrapCfgDeviceType(data[0]) != 0) {
+            if (!isTrapDeviceType(data[0])) {
                 SAY(kSetFn, "Invalid DeviceType:%d\n", data[0]);
                 return kCcParamOutOfRange;
             }
@@ -298,11 +299,11 @@ bool isNone(const unsigned char *protocol) {
 unsigned validateAll(unsigned char *req) {
     ByteView rec = record();
     Field host(req, kHostId, kHostIdSize - 1);
-    if (ValidateHostID(host.text) != 0) {
+    if (!isHostId(host.text)) {
         SAY(kAllFn, "Invalid HostID:%s\n", host.text);
         return kCcParamOutOfRange;
     }
-    if (ValidateSNMPTrapCfgDeviceType(req[kDeviceType]) != 0) {
+    if (!isTrapDeviceType(req[kDeviceType])) {
         SAY(kAllFn, "Invalid DeviceType:%d\n", req[kDeviceType]);
         return kCcParamOutOfRange;
     }
@@ -337,11 +338,11 @@ unsigned validateAll(unsigned char *req) {
             default:
                 break;
         }
-        if (ValidateAUTHProtocol(authp.text) != 0) {
+        if (!isAuthProtocol(authp.text)) {
             SAY(kAllFn, "Invalid authprotocol:%s\n", authp.text);
             return kCcParamOutOfRange;
         }
-        if (ValidatePrivProtocol(privp.text) != 0) {
+        if (!isPrivProtocol(privp.text)) {
             SAY(kAllFn, "Invalid privprotocol:%s\n", privp.text);
             return kCcParamOutOfRange;
         }
