@@ -22,6 +22,9 @@ constexpr int kDestLookupTries = 3;
 constexpr std::size_t kWholeRecordData = 2;  // record offset k is request byte k + 2
 constexpr std::size_t kWholeRecordRequest = kRecordSize + kWholeRecordData;
 constexpr std::size_t kRcptWholeRequest = 86;
+// The request layout the public header gives.
+static_assert(QUORIX_SMTP_SET_DATA == kWholeRecordData && QUORIX_SMTP_SET_WHOLE_LEN == kWholeRecordRequest &&
+              QUORIX_SMTP_SET_RCPT_WHOLE_LEN == kRcptWholeRequest);
 constexpr std::uint8_t kEventLevelMax = 2;
 
 ByteView record() {

@@ -25,6 +25,9 @@ constexpr std::size_t kPassMax = 20;
 constexpr std::size_t kWholeRequest = kRecordSize + 1;  // record offset k is request byte k + 1
 constexpr std::uint8_t kParamWhole = 254;
 constexpr std::uint8_t kParamRestart = 255;
+// The request layout the public header gives.
+static_assert(QUORIX_AGENT_SET_WHOLE == kParamWhole && QUORIX_AGENT_SET_RESTART == kParamRestart &&
+              QUORIX_AGENT_SET_WHOLE_LEN == kWholeRequest);
 
 ByteView record() {
     return sharedBlock().at(kRecordOffset);

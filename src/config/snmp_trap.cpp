@@ -41,6 +41,10 @@ constexpr std::size_t kDestWholeRequest = 55;
 constexpr std::size_t kWholeEnabled = 3;
 constexpr std::size_t kWholeAddress = 4;
 constexpr std::size_t kWholePort = 51;
+// The request layout the public header gives.
+static_assert(QUORIX_TRAP_SET_WHOLE_LEN == kWholeRecordRequest && QUORIX_TRAP_SET_DEST_WHOLE_LEN == kDestWholeRequest &&
+              QUORIX_TRAP_SET_DEST_WHOLE_ENABLED == kWholeEnabled && QUORIX_TRAP_SET_DEST_WHOLE_ADDRESS == kWholeAddress &&
+              QUORIX_TRAP_SET_DEST_WHOLE_PORT == kWholePort);
 constexpr std::uint32_t kPortMax = 0xFFFF;
 
 constexpr const char *kSetFn = "SetSNMPTrapCfg";

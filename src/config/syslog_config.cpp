@@ -47,6 +47,15 @@ constexpr std::size_t kReqDestEnable = 2;
 constexpr std::size_t kReqDestType = 3;
 constexpr std::size_t kReqDestHost = 4;
 constexpr std::size_t kReqDestPort = kReqDestHost + kDestHostSize;
+// The request layout the public header gives.
+static_assert(QUORIX_SYSLOG_SET_GLOBALS == kSelectGlobals && QUORIX_SYSLOG_SET_DEST == kSelectDestination &&
+              QUORIX_SYSLOG_SET_TEST == kSelectTest && QUORIX_SYSLOG_SET_GLOBALS_LEN == kGlobalsRequestLength &&
+              QUORIX_SYSLOG_SET_DEST_LEN == kDestinationRequestLength && QUORIX_SYSLOG_SET_TEST_LEN == kTestRequestLength);
+static_assert(QUORIX_SYSLOG_SET_DEST_INDEX == kReqDestIndex &&
+              QUORIX_SYSLOG_SET_DEST_RECORD + QUORIX_SYSLOG_DEST_ENABLE == kReqDestEnable &&
+              QUORIX_SYSLOG_SET_DEST_RECORD + QUORIX_SYSLOG_DEST_TYPE == kReqDestType &&
+              QUORIX_SYSLOG_SET_DEST_RECORD + QUORIX_SYSLOG_DEST_HOST == kReqDestHost &&
+              QUORIX_SYSLOG_SET_DEST_RECORD + QUORIX_SYSLOG_DEST_PORT == kReqDestPort);
 static_assert(kReqDestPort + 4 == kDestinationRequestLength, "destination request is 55 bytes");
 
 constexpr int kFruDevice = 0;
