@@ -17,7 +17,7 @@ CtlRun quorixctl(const std::string &args) { return qtest::runCommand(qtest::prog
 class ConsoleConfig : public qtest::BoundTest {
 protected:
     void TearDown() override {
-        std::system("/etc/init.d/rsyslog stop >/dev/null 2>&1");
+        EXPECT_EQ(std::system("/etc/init.d/rsyslog stop >/dev/null 2>&1"), 0);
         BoundTest::TearDown();
     }
 };
