@@ -30,9 +30,11 @@ extern "C" {
  * written without locks by whichever daemon owns a record (the monitor the
  * device state, the IPMI daemon the configuration) and read by all, so a
  * reader may see a record half-updated. The IPMI-style set handlers expect one
- * request thread at a time. The debug log's cache and the MD5 binding are
- * per-process globals without locks; concurrent callers are safe, but a
- * message may be dropped or let through wrongly while a reload runs. */
+ * request thread at a time. The debug log's cache is a per-process global
+ * without a lock: QuorixDebug may be called from any thread, but while the
+ * reload marker exists a message may be dropped or let through wrongly. The
+ * MD5 binding is per-process too: bind it (QuorixInitializeMd5library) from
+ * one thread before others use it. */
 
 /* ==== Debug log rules ========================================================== */
 /* QuorixDebug(level, module, ...) decides from marker files in
