@@ -24,6 +24,299 @@ extern "C" {
 #define QUORIX_PRINTF_LIKE(fmt, first)
 #endif
 
+/* ==== Threads ================================================================== */
+/* The library starts no thread and every call runs on the caller's thread. It
+ * locks nothing but PwrBtnmutex (the power-button lock): the shared block is
+ * written without locks by whichever daemon owns a record (the monitor the
+ * device state, the IPMI daemon the configuration) and read by all, so a
+ * reader may see a record half-updated. The IPMI-style set handlers expect one
+ * request thread at a time. The debug log's cache is a per-process global
+ * without a lock: QuorixDebug may be called from any thread, but while the
+ * reload marker exists a message may be dropped or let through wrongly. The
+ * MD5 binding is per-process too: bind it (QuorixInitializeMd5library) from
+ * one thread before others use it. */
+
+/* ==== Debug log rules ========================================================== */
+/* QuorixDebug(level, module, ...) decides from marker files in
+ * QUORIX_DEBUG_DIR (contents never read):
+ *  - LEVEL_INFO, LEVEL_WARNING, LEVEL_ERROR, LEVEL_CRITICAL: the first that
+ *    exists sets the threshold 0..3; a message at or above it is shown.
+ *    No LEVEL_ file: nothing is logged at all.
+ *  - PATH_SERIAL (standard output), PATH_LOG (platform debug log), PATH_BOTH:
+ *    no PATH_ file, no output either.
+ *  - ENABLE_<module> switches a module on; at most 16 modules, and only the
+ *    first QUORIX_DEBUG_MODULE_NAME_MAX characters of a name count.
+ * A process reads the files on its first call and again only on calls made
+ * while the reload marker QUORIX_DEBUG_RELOAD_MARKER exists; the library
+ * never removes it. Levels above 3, a NULL module or format: no output. A
+ * message is cut at QUORIX_DEBUG_MESSAGE_MAX characters. */
+#define QUORIX_DEBUG_DIR "/conf/quorix_debug/"
+#define QUORIX_DEBUG_RELOAD_MARKER "/var/quorix_debug_reload"
+#define QUORIX_DEBUG_MESSAGE_MAX 1023
+#define QUORIX_DEBUG_MODULE_NAME_MAX 15
+#define QUORIX_DEBUG_MODULE_SLOTS 16
+
+/* ==== Request, response and record layouts ===================================== */
+/* Byte offsets (..._SIZE: widths) of every record a caller sends or receives.
+ * Records are packed; multi-byte fields are little-endian unless marked BE.
+ * Text fields are NUL-terminated within their width. An OEM get response
+ * leaves byte 0 for the completion code and carries the record from byte 1;
+ * a set request's length n counts every byte from byte 0. */
+
+/* IPMI completion codes: response byte 0, or the result of a set handler. */
+#define QUORIX_CC_OK 0x00
+#define QUORIX_CC_REQ_DATA_LEN_INVALID 0xC7
+#define QUORIX_CC_PARAM_OUT_OF_RANGE 0xC9
+#define QUORIX_CC_INVALID_DATA_FIELD 0xCC
+#define QUORIX_CC_NOT_ALLOWED_NOW 0xD5
+#define QUORIX_CC_UNSPECIFIED 0xFF /* also: the file or EEPROM could not be written */
+
+/* -- Syslog: QuorixSetSyslogConfigInterface / QuorixGetSyslogConfigInterface -- */
+#define QUORIX_SYSLOG_DEST_COUNT 4
+/* Destination record (in the block, the writer record and get responses). */
+#define QUORIX_SYSLOG_DEST_ENABLE 0 /* 0 off, 1 on */
+#define QUORIX_SYSLOG_DEST_TYPE 1   /* index into SyslogTypeStr */
+#define QUORIX_SYSLOG_DEST_HOST 2   /* IPv4, IPv6 address or domain name, at most 46 characters */
+#define QUORIX_SYSLOG_DEST_HOST_SIZE 47
+#define QUORIX_SYSLOG_DEST_PORT 49 /* u32 */
+#define QUORIX_SYSLOG_DEST_SIZE 53
+/* Globals, in this order: SYSLOG (1 off, 2 on), TAG (SyslogTagStr), LEVEL (SyslogLevelStr),
+ * PROTOCAL (SyslogProtocalStr). */
+#define QUORIX_SYSLOG_GLOBAL_SYSLOG 0
+#define QUORIX_SYSLOG_GLOBAL_TAG 1
+#define QUORIX_SYSLOG_GLOBAL_LEVEL 2
+#define QUORIX_SYSLOG_GLOBAL_PROTOCOL 3
+#define QUORIX_SYSLOG_GLOBALS_SIZE 4
+/* Set request: byte 0 selects. */
+#define QUORIX_SYSLOG_SET_GLOBALS 0     /* bytes 1..4 the globals */
+#define QUORIX_SYSLOG_SET_GLOBALS_LEN 5
+#define QUORIX_SYSLOG_SET_DEST 1        /* byte 1 index 0..3, then one destination record, port BE */
+#define QUORIX_SYSLOG_SET_DEST_LEN 55
+#define QUORIX_SYSLOG_SET_DEST_INDEX 1
+#define QUORIX_SYSLOG_SET_DEST_RECORD 2 /* request offset of destination record offset 0 */
+#define QUORIX_SYSLOG_SET_TEST 2        /* byte 1 index: send a test message there */
+#define QUORIX_SYSLOG_SET_TEST_LEN 2
+/* Get responses: selector 0 the globals, selector 1 the four destinations. */
+#define QUORIX_SYSLOG_GET_GLOBALS_LEN 5
+#define QUORIX_SYSLOG_GET_DESTS_LEN 213
+/* Writer record of QuorixSyslogWriteToFile: globals, destinations, test target (0..3, 255 none). */
+#define QUORIX_SYSLOG_WRITER_DESTS 4
+#define QUORIX_SYSLOG_WRITER_TEST_TARGET 216
+#define QUORIX_SYSLOG_WRITER_SIZE 217
+/* Tag text of QuorixGetSyslogTag. */
+#define QUORIX_SYSLOG_TAG_SIZE 32
+
+/* -- SNMP trap: QuorixSetBMCSnmpTrapCfgInterface / QuorixGetBMCSnmpTrapCfgInterface -- */
+/* Trap record; community and pass phrases are stored protected. */
+#define QUORIX_TRAP_VERSION 0     /* TrapVersionStr */
+#define QUORIX_TRAP_EVENT_LEVEL 1 /* 0 Info, 1 Warning, 2 Critical */
+#define QUORIX_TRAP_COMMUNITY 2
+#define QUORIX_TRAP_COMMUNITY_SIZE 17
+#define QUORIX_TRAP_HOST_ID 19 /* one of HostIDs */
+#define QUORIX_TRAP_HOST_ID_SIZE 17
+#define QUORIX_TRAP_USER_NAME 36
+#define QUORIX_TRAP_USER_NAME_SIZE 17
+#define QUORIX_TRAP_AUTH_PROTOCOL 53
+#define QUORIX_TRAP_AUTH_PROTOCOL_SIZE 17
+#define QUORIX_TRAP_AUTH_PASSWORD 70
+#define QUORIX_TRAP_PASSWORD_SIZE 21
+#define QUORIX_TRAP_PRIV_PROTOCOL 91
+#define QUORIX_TRAP_PRIV_PROTOCOL_SIZE 17
+#define QUORIX_TRAP_PRIV_PASSWORD 108
+#define QUORIX_TRAP_ENGINE_ID 129 /* hex digits, an even count of 10..48 */
+#define QUORIX_TRAP_ENGINE_ID_SIZE 49
+#define QUORIX_TRAP_DEVICE_TYPE 178
+#define QUORIX_TRAP_RECORD_SIZE 179
+/* Destination entry; four back to back form the destination block. */
+#define QUORIX_TRAP_DEST_COUNT 4
+#define QUORIX_TRAP_DEST_ENABLED 0
+#define QUORIX_TRAP_DEST_ADDRESS 1 /* at most 46 characters */
+#define QUORIX_TRAP_DEST_ADDRESS_SIZE 47
+#define QUORIX_TRAP_DEST_PORT 48 /* u32, at most 65535 */
+#define QUORIX_TRAP_DEST_SIZE 52
+#define QUORIX_TRAP_DESTS_SIZE 208
+/* Set request: byte 0 the group. */
+#define QUORIX_TRAP_SET_RECORD 0 /* byte 1 parameter (0..10 = the record's fields in order, 255 whole), data from 2 */
+#define QUORIX_TRAP_SET_PARAM 1
+#define QUORIX_TRAP_SET_DATA 2
+#define QUORIX_TRAP_SET_WHOLE 255 /* data: a trap record */
+#define QUORIX_TRAP_SET_WHOLE_LEN 181
+#define QUORIX_TRAP_SET_DEST 1 /* byte 1 index 0..3, byte 2 parameter (0 enabled, 1 address, 2 port BE u32, 255 whole) */
+#define QUORIX_TRAP_SET_DEST_INDEX 1
+#define QUORIX_TRAP_SET_DEST_PARAM 2
+#define QUORIX_TRAP_SET_DEST_DATA 3
+/* Whole destination (parameter 255): enabled, 46 address bytes, one unused byte, port BE. */
+#define QUORIX_TRAP_SET_DEST_WHOLE_ENABLED 3
+#define QUORIX_TRAP_SET_DEST_WHOLE_ADDRESS 4
+#define QUORIX_TRAP_SET_DEST_WHOLE_PORT 51
+#define QUORIX_TRAP_SET_DEST_WHOLE_LEN 55
+#define QUORIX_TRAP_SET_TEST 2 /* byte 1 index: send an alert test to that destination */
+/* Get responses: selector 0 the trap record, selector 1 the destination block. */
+#define QUORIX_TRAP_GET_RECORD_LEN 180
+#define QUORIX_TRAP_GET_DESTS_LEN 209
+
+/* -- SNMP agent: QuorixSetBMCSnmpCfgInterface / QuorixGetBMCSnmpCfgInterface -- */
+#define QUORIX_AGENT_V1_ENABLE 0
+#define QUORIX_AGENT_V2_ENABLE 1
+#define QUORIX_AGENT_RO_COMMUNITY 2 /* protected */
+#define QUORIX_AGENT_RW_COMMUNITY 19 /* protected */
+#define QUORIX_AGENT_COMMUNITY_SIZE 17
+#define QUORIX_AGENT_V1V2_SET_ENABLE 36
+#define QUORIX_AGENT_V3_ENABLE 37
+#define QUORIX_AGENT_AUTH_PROTOCOL 38 /* 1..2, index into AuthProtocols */
+#define QUORIX_AGENT_PRIV_PROTOCOL 39 /* 1..2, index into PrivProtocols */
+#define QUORIX_AGENT_USER_NAME 40
+#define QUORIX_AGENT_USER_NAME_SIZE 17
+#define QUORIX_AGENT_AUTH_PASSWORD 57 /* at most 20 characters, protected over 24 bytes */
+#define QUORIX_AGENT_PRIV_PASSWORD 81
+#define QUORIX_AGENT_PASSWORD_SIZE 24
+#define QUORIX_AGENT_RECORD_SIZE 105
+/* Set request: byte 0 the parameter (0..10 = the fields above in order), data from byte 1. */
+#define QUORIX_AGENT_SET_DATA 1
+#define QUORIX_AGENT_SET_WHOLE 254 /* data: an agent record */
+#define QUORIX_AGENT_SET_WHOLE_LEN 106
+#define QUORIX_AGENT_SET_RESTART 255 /* restart the agent; n = 1 */
+#define QUORIX_AGENT_GET_LEN 106
+
+/* -- SMTP: QuorixSetBMCSmtpCfgInterface / QuorixGetBMCSmtpCfgInterface -- */
+#define QUORIX_SMTP_ENABLED 0
+#define QUORIX_SMTP_SERVER 1 /* at most 46 characters */
+#define QUORIX_SMTP_SERVER_SIZE 47
+#define QUORIX_SMTP_PORT 48        /* u16 */
+#define QUORIX_SMTP_SECURE_PORT 50 /* u16 */
+#define QUORIX_SMTP_STARTTLS 52
+#define QUORIX_SMTP_SSL_TLS 53
+#define QUORIX_SMTP_AUTH 54
+#define QUORIX_SMTP_USER_NAME 55
+#define QUORIX_SMTP_USER_NAME_SIZE 66
+#define QUORIX_SMTP_PASSWORD 121 /* at most 60 characters, protected over 61 bytes */
+#define QUORIX_SMTP_PASSWORD_SIZE 61
+#define QUORIX_SMTP_SENDER 182
+#define QUORIX_SMTP_SENDER_SIZE 65
+#define QUORIX_SMTP_SUBJECT 247
+#define QUORIX_SMTP_SUBJECT_SIZE 17
+#define QUORIX_SMTP_HOST_NAME 264
+#define QUORIX_SMTP_SERIAL_NUMBER 265
+#define QUORIX_SMTP_ASSET_TAG 266
+#define QUORIX_SMTP_EVENT_LEVEL 267 /* 0 Info, 1 Warning, 2 Critical */
+#define QUORIX_SMTP_RECORD_SIZE 268
+/* Recipient entry; four back to back form the recipient block. */
+#define QUORIX_SMTP_RCPT_COUNT 4
+#define QUORIX_SMTP_RCPT_ENABLED 0
+#define QUORIX_SMTP_RCPT_ADDRESS 1
+#define QUORIX_SMTP_RCPT_ADDRESS_SIZE 65
+#define QUORIX_SMTP_RCPT_DESCRIPTION 66
+#define QUORIX_SMTP_RCPT_DESCRIPTION_SIZE 17
+#define QUORIX_SMTP_RCPT_SIZE 83
+#define QUORIX_SMTP_RCPTS_SIZE 332
+/* Set request: byte 0 the group. */
+#define QUORIX_SMTP_SET_RECORD 0 /* byte 1 parameter (0..14 = the record's fields in order, 255 whole), data from 2 */
+#define QUORIX_SMTP_SET_PARAM 1
+#define QUORIX_SMTP_SET_DATA 2
+#define QUORIX_SMTP_SET_WHOLE 255 /* data: an SMTP record, both ports BE */
+#define QUORIX_SMTP_SET_WHOLE_LEN 270
+#define QUORIX_SMTP_SET_RCPT 1 /* byte 1 index 0..3, byte 2 parameter (0 enabled, 1 address, 2 description, 255 whole) */
+#define QUORIX_SMTP_SET_RCPT_INDEX 1
+#define QUORIX_SMTP_SET_RCPT_PARAM 2
+#define QUORIX_SMTP_SET_RCPT_DATA 3 /* whole: a recipient entry */
+#define QUORIX_SMTP_SET_RCPT_WHOLE_LEN 86
+#define QUORIX_SMTP_SET_TEST 2 /* byte 1 index: send an alert test to that recipient */
+/* Get responses: selector 0 the record (password bytes zeroed), selector 1 the recipient block. */
+#define QUORIX_SMTP_GET_RECORD_LEN 269
+#define QUORIX_SMTP_GET_RCPTS_LEN 333
+
+/* -- User password rule: QuorixSetUserPasswordRuleInterface / QuorixGetUserPasswordRuleInterface -- */
+#define QUORIX_PWRULE_ENABLED 0           /* u8 0..1 */
+#define QUORIX_PWRULE_MIN_LENGTH 1        /* u8 8..16 */
+#define QUORIX_PWRULE_COMPLEXITY 2        /* u8 0..1 */
+#define QUORIX_PWRULE_CLASS_MASK 3        /* u8 0..31, checked when COMPLEXITY is 1 */
+#define QUORIX_PWRULE_MAX_AGE_DAYS 4      /* u16 0..90 */
+#define QUORIX_PWRULE_HISTORY_DEPTH 6     /* u8 0..10 */
+#define QUORIX_PWRULE_LOCKOUT_ATTEMPTS 7  /* u8 0..5 */
+#define QUORIX_PWRULE_LOCKOUT_MINUTES 8   /* u32 5..60 */
+#define QUORIX_PWRULE_RECORD_SIZE 12
+/* Set request: byte 0 the parameter (0..7 = the fields above in order), data from byte 1; 255 the whole
+ * record, whose u16 and u32 come BE (a single parameter's are little-endian). */
+#define QUORIX_PWRULE_SET_DATA 1
+#define QUORIX_PWRULE_SET_WHOLE 255
+#define QUORIX_PWRULE_SET_WHOLE_LEN 13
+#define QUORIX_PWRULE_GET_LEN 13
+
+/* -- Power supply summary record filled by ReadQuorixPSUInfo -- */
+#define QUORIX_PSU_INFO_INDEX 0
+#define QUORIX_PSU_INFO_PRESENT 1 /* 255: index out of range */
+#define QUORIX_PSU_INFO_WORK_MODE 2
+#define QUORIX_PSU_INFO_STATUS_WORD 3 /* u16 */
+#define QUORIX_PSU_INFO_PS_STATUS 5   /* u16 */
+#define QUORIX_PSU_INFO_INPUT_TYPE 7
+#define QUORIX_PSU_INFO_PWR_GOOD 8
+#define QUORIX_PSU_INFO_FAN_STATUS 9
+/* u16 readings, rounded to whole units except where x 100 */
+#define QUORIX_PSU_INFO_AMBIENT_TEMPERATURE 10
+#define QUORIX_PSU_INFO_SECONDARY_TEMPERATURE 12
+#define QUORIX_PSU_INFO_PRIMARY_TEMPERATURE 14
+#define QUORIX_PSU_INFO_INPUT_POWER 16
+#define QUORIX_PSU_INFO_OUTPUT_POWER 18
+#define QUORIX_PSU_INFO_INPUT_VOLT 20
+#define QUORIX_PSU_INFO_OUTPUT_VOLT 22    /* x 100 */
+#define QUORIX_PSU_INFO_INPUT_CURRENT 24  /* x 100 */
+#define QUORIX_PSU_INFO_OUTPUT_CURRENT 26 /* x 100 */
+#define QUORIX_PSU_INFO_OUTPUT_POWER_MAX 28
+#define QUORIX_PSU_INFO_FAN_SPEED 30
+/* texts */
+#define QUORIX_PSU_INFO_MANUFACTURER 32
+#define QUORIX_PSU_INFO_MODEL 50
+#define QUORIX_PSU_INFO_SERIAL 68
+#define QUORIX_PSU_INFO_TEXT_SIZE 18 /* manufacturer, model, serial, part number */
+#define QUORIX_PSU_INFO_FW_VERSION 86
+#define QUORIX_PSU_INFO_FW_VERSION_SIZE 16
+#define QUORIX_PSU_INFO_PART_NUM 102
+#define QUORIX_PSU_INFO_DATE 120
+#define QUORIX_PSU_INFO_DATE_SIZE 6
+#define QUORIX_PSU_INFO_SIZE 126
+
+/* -- Update tasks: QuorixGetUpgradeInfo, QuorixUpdateTaskInfo, QuorixGetBackgroundTaskActive and the two handlers -- */
+#define QUORIX_TASK_COUNT 15 /* task ids 0..14 */
+#define QUORIX_TASK_ID 0
+#define QUORIX_TASK_TYPE 1
+#define QUORIX_TASK_REPORT_A 2
+#define QUORIX_TASK_REPORT_B 3
+#define QUORIX_TASK_STATUS 36     /* 0 none, 1 waiting, 2 running, 3 finished, 4 failed, 5 accepted */
+#define QUORIX_TASK_SUB_STATE 37  /* 0..13 */
+#define QUORIX_TASK_START_TIME 38 /* u32, seconds since the epoch */
+#define QUORIX_TASK_COMPONENT_ID 42
+#define QUORIX_TASK_BOARD_ID 43
+#define QUORIX_TASK_TRIGGER 107
+#define QUORIX_TASK_PROGRESS 176 /* percent */
+#define QUORIX_TASK_FILE_NAME 177
+#define QUORIX_TASK_FILE_NAME_SIZE 128
+#define QUORIX_TASK_RECORD_SIZE 307
+/* QuorixBackgroundTaskOperaInterface request: byte 0 operation (0 query, 1 cancel), byte 1 task id
+ * (query: 255 all). Query response: byte 0 code, byte 1 count, then count task records. */
+#define QUORIX_TASK_OP_QUERY 0
+#define QUORIX_TASK_OP_CANCEL 1
+#define QUORIX_TASK_OP_TASK 1
+#define QUORIX_TASK_ALL 255
+#define QUORIX_TASK_QUERY_HEAD 2
+#define QUORIX_TASK_QUERY_MAX_LEN 4607
+/* QuorixGetUpdateInfoInterface request: one byte 0. Response: byte 0 code, byte 1 count, then count
+ * status entries (tasks 0..11 with a status other than 0). */
+#define QUORIX_TASK_ENTRY_ID 0
+#define QUORIX_TASK_ENTRY_NAME 1 /* component name */
+#define QUORIX_TASK_ENTRY_NAME_SIZE 32
+#define QUORIX_TASK_ENTRY_STATUS 33
+#define QUORIX_TASK_ENTRY_PROGRESS 34
+#define QUORIX_TASK_ENTRY_TRIGGER 35
+#define QUORIX_TASK_ENTRY_REPORT_A 36
+#define QUORIX_TASK_ENTRY_REPORT_B 37
+#define QUORIX_TASK_ENTRY_SIZE 38
+#define QUORIX_TASK_REPORT_HEAD 2
+#define QUORIX_TASK_REPORT_MAX_LEN 458
+/* QuorixGetFlashProgress: the first bytes of the flasher's progress file. */
+#define QUORIX_FLASH_PROGRESS_STAGE 0
+#define QUORIX_FLASH_PROGRESS_STATE 93 /* u32 */
+#define QUORIX_FLASH_PROGRESS_SIZE 97
+
 /* ==== Binding and accessors ==================================================== */
 
 /* Shared device-state block of the feature library; NULL until a binding got that far. */

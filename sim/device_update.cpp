@@ -46,8 +46,12 @@ ProgramTimes &times() {
         int fd = shm_open(kTimesObject, O_RDWR | O_CREAT, 0600);
         if (fd < 0) return static_cast<ProgramTimes *>(nullptr);
         struct stat st {};
-        if (fstat(fd, &st) == 0 && static_cast<std::size_t>(st.st_size) < sizeof(ProgramTimes))
-            (void)ftruncate(fd, sizeof(ProgramTimes));
+        // An object too short to map would fault on first access: use the fallback.
+        if (fstat(fd, &st) != 0 || (static_cast<std::size_t>(st.st_size) < sizeof(ProgramTimes) &&
+                                    ftruncate(fd, sizeof(ProgramTimes)) != 0)) {
+            close(fd);
+            return static_cast<ProgramTimes *>(nullptr);
+        }
         void *p = mmap(nullptr, sizeof(ProgramTimes), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
         close(fd);
         return p == MAP_FAILED ? nullptr : static_cast<ProgramTimes *>(p);

@@ -83,7 +83,7 @@ __attribute__((noinline)) int emit(unsigned level, const char *format, va_list a
     localtime_r(&now, &local);
     std::strftime(timeText, sizeof timeText, "%Y-%m-%dT%H:%M:%S", &local);
 
-    char message[1024] = {};
+    char message[QUORIX_DEBUG_MESSAGE_MAX + 1] = {};
     std::vsnprintf(message, sizeof message, format, args);
 
     const std::uint8_t path = g_cache.path.load(std::memory_order_relaxed);

@@ -132,7 +132,7 @@ public:
         set(kIdlTextKindOffset, kind);
         set(kIdlTextFlagOffset, flag);
         std::memset(record_.bytes + kIdlTextOffset, 0, kIdlRecordSize - kIdlTextOffset);
-        if (text != nullptr) std::strncpy(reinterpret_cast<char *>(record_.bytes + kIdlTextOffset), text, kIdlTextMax);
+        if (text != nullptr) std::memcpy(record_.bytes + kIdlTextOffset, text, ::strnlen(text, kIdlTextMax));
         return *this;
     }
     const QuorixIdlRecord &record() const { return record_; }

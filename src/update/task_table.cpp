@@ -48,6 +48,16 @@ constexpr std::size_t kReportB = 37;
 }  // namespace entry
 static_assert(entry::kReportB + 1 == kReportEntrySize, "report entry is 38 bytes");
 static_assert(kQueryClearSize == 4607, "query output is 4607 bytes");
+// The layouts the public header gives.
+static_assert(QUORIX_TASK_ENTRY_ID == entry::kId && QUORIX_TASK_ENTRY_NAME == entry::kName &&
+              QUORIX_TASK_ENTRY_NAME_SIZE == kReportNameLen && QUORIX_TASK_ENTRY_STATUS == entry::kStatus &&
+              QUORIX_TASK_ENTRY_PROGRESS == entry::kProgress && QUORIX_TASK_ENTRY_TRIGGER == entry::kTrigger &&
+              QUORIX_TASK_ENTRY_REPORT_A == entry::kReportA && QUORIX_TASK_ENTRY_REPORT_B == entry::kReportB &&
+              QUORIX_TASK_ENTRY_SIZE == kReportEntrySize && QUORIX_TASK_QUERY_HEAD == kQueryHeadSize &&
+              QUORIX_TASK_QUERY_MAX_LEN == kQueryClearSize &&
+              QUORIX_TASK_REPORT_MAX_LEN == QUORIX_TASK_REPORT_HEAD + kReportedTasks * kReportEntrySize);
+static_assert(QUORIX_FLASH_PROGRESS_STAGE == kFlashStageOffset && QUORIX_FLASH_PROGRESS_STATE == kFlashStateOffset &&
+              QUORIX_FLASH_PROGRESS_SIZE == kFlashProgressSize);
 
 constexpr std::size_t kAsynNoticeSize = 1025;
 constexpr std::size_t kAsynTypeOffset = 0;

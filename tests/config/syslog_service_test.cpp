@@ -57,7 +57,7 @@ protected:
         resetCalls();
     }
     void TearDown() override {
-        std::system("/etc/init.d/rsyslog stop >/dev/null 2>&1");
+        EXPECT_EQ(std::system("/etc/init.d/rsyslog stop >/dev/null 2>&1"), 0);
         BoundTest::TearDown();
     }
     static void resetCalls() { std::remove(kCalls); }
@@ -316,7 +316,7 @@ TEST(SyslogRestart, StopThenStartOfTheInitScript) {
     std::remove(kCalls);
     EXPECT_EQ(QuorixRestartSyslog(), 0);
     EXPECT_EQ(qtest::readFile(kCalls), "stop\nstart\n");
-    std::system("/etc/init.d/rsyslog stop >/dev/null 2>&1");
+    EXPECT_EQ(std::system("/etc/init.d/rsyslog stop >/dev/null 2>&1"), 0);
 }
 
 TEST(SyslogTagFirstUse, HostNameFromEtcHostnameThenGethostname) {

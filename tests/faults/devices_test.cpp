@@ -12,7 +12,7 @@ using Bytes = std::vector<unsigned char>;
 enum Fault { kNone = 0, kFail = 1, kShort = 2 };
 constexpr int kEepromRead = 13, kEepromWrite = 14, kFruWrite = 19, kFruRead = 20;
 
-constexpr int kComOffset = 5120, kSolOffset = 5121;
+constexpr int kComOffset = 5120;
 constexpr std::size_t kComCache = 0x621F7B, kSolCache = 0x621F7A;
 
 void setFault(int slot, Fault fault) { ASSERT_EQ(qtest::Sim::get().setFault(slot, fault), 0); }

@@ -15,13 +15,6 @@ namespace {
 
 using qtest::Record;
 
-// Shared-block readings the recorder samples.
-constexpr const char *kPsu0Present = "10816", *kPsu0Reading = "1082f";
-constexpr const char *kPsu1Present = "108b5", *kPsu1Reading = "108ce";
-constexpr const char *kTotalPower = "1153c", *kClass3 = "13823";
-constexpr const char *kDev0Present = "ff3c", *kDev0Reading = "ff3d";
-constexpr const char *kDev39Present = "1009b", *kDev39Reading = "1009c";
-
 // Channel numbers of the record.
 constexpr int kTotal = 0, kClass3Ch = 1, kPsu0 = 2, kPsu1 = 3, kDev0 = 10, kDev39 = 49;
 

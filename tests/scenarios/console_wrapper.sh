@@ -4,11 +4,11 @@
 # arguments are visible inside the sandbox.
 set -euo pipefail
 src=$1 build=$2
-export QUORIX_BUILD=$build QUORIX_CONSOLE_STATE=$build/state/tests/console_wrapper
-rm -rf "$QUORIX_CONSOLE_STATE" && mkdir -p "$QUORIX_CONSOLE_STATE"
+export QUORIX_BUILD=$build QUORIX_STATE=$build/state/tests/console_wrapper
+rm -rf "$QUORIX_STATE" && mkdir -p "$QUORIX_STATE"
 ctl=$src/scripts/quorixctl
 trap '"$ctl" --stop' EXIT
-out=$QUORIX_CONSOLE_STATE/listen.out
+out=$QUORIX_STATE/listen.out
 "$ctl" listen queue 12345 --count 1 >"$out" 2>&1 &
 listener=$!
 for _ in $(seq 100); do grep -q listening "$out" && break; sleep 0.1; done
@@ -28,7 +28,7 @@ grep -qx '  text:         "two terminals"' "$out"
 bwrap --dev-bind / / --tmpfs /tmp -- bash -c \
   'echo "{\"devices\": {\"cpus\": {\"present\": [1]}}}" >/tmp/host.json && "$0" sim load /tmp/host.json' "$ctl" |
   grep -qx 'loaded /tmp/host.json: 0 block regions, 0 slot results, 1 device records'
-keeper=$(cat "$QUORIX_CONSOLE_STATE/ipc-keeper.pid")
+keeper=$(cat "$QUORIX_STATE/ipc-keeper.pid")
 "$ctl" --stop
 [ ! -e "/proc/$keeper" ] || { echo "keeper $keeper still runs after --stop"; exit 1; }
 echo "console wrapper: ok"

@@ -55,10 +55,44 @@ Sim &Sim::get() {
     return sim;
 }
 
+// Mount points of this namespace. A build tree cloned under "/tmp" or "/var"
+// is bound at its own path inside the state folder's "/tmp" or "/var".
+static std::vector<std::string> mountPoints() {
+    std::vector<std::string> points;
+    std::ifstream in("/proc/self/mountinfo");
+    std::string line;
+    while (std::getline(in, line)) {
+        std::istringstream fields(line);
+        std::string id, parent, dev, root, point;
+        if (fields >> id >> parent >> dev >> root >> point) points.push_back(point);
+    }
+    return points;
+}
+
+// Clears everything except mount points and the directories leading to them,
+// so that emptying "/tmp" never reaches into a bound build or source tree.
+static void clearExceptMounts(const fs::path &dir, const std::vector<std::string> &mounts) {
+    std::error_code ec;
+    for (const auto &entry : fs::directory_iterator(dir, ec)) {
+        const std::string p = entry.path().string();
+        bool mounted = false, above = false;
+        for (const auto &m : mounts) {
+            mounted = mounted || m == p;
+            above = above || m.compare(0, p.size() + 1, p + "/") == 0;
+        }
+        if (mounted) continue;
+        if (above) {
+            clearExceptMounts(entry.path(), mounts);
+        } else {
+            fs::remove_all(entry.path(), ec);
+        }
+    }
+}
+
 void clearDirectory(const std::string &path) {
     std::error_code ec;
     if (!fs::exists(path, ec)) return;
-    for (const auto &entry : fs::directory_iterator(path, ec)) fs::remove_all(entry.path(), ec);
+    clearExceptMounts(fs::path(path), mountPoints());
 }
 
 std::string readFile(const std::string &path) {

@@ -28,6 +28,16 @@ constexpr int kReqMaxAge = 5;
 constexpr int kReqHistory = 7;
 constexpr int kReqLockoutAttempts = 8;
 constexpr int kReqLockoutMinutes = 9;
+// The public header gives the whole-record request as the record from byte 1.
+static_assert(QUORIX_PWRULE_SET_WHOLE == kWholeRecordParam && QUORIX_PWRULE_SET_WHOLE_LEN == kWholeRecordLength &&
+              QUORIX_PWRULE_SET_DATA + QUORIX_PWRULE_ENABLED == kReqEnabled &&
+              QUORIX_PWRULE_SET_DATA + QUORIX_PWRULE_MIN_LENGTH == kReqMinLength &&
+              QUORIX_PWRULE_SET_DATA + QUORIX_PWRULE_COMPLEXITY == kReqComplexity &&
+              QUORIX_PWRULE_SET_DATA + QUORIX_PWRULE_CLASS_MASK == kReqClassMask &&
+              QUORIX_PWRULE_SET_DATA + QUORIX_PWRULE_MAX_AGE_DAYS == kReqMaxAge &&
+              QUORIX_PWRULE_SET_DATA + QUORIX_PWRULE_HISTORY_DEPTH == kReqHistory &&
+              QUORIX_PWRULE_SET_DATA + QUORIX_PWRULE_LOCKOUT_ATTEMPTS == kReqLockoutAttempts &&
+              QUORIX_PWRULE_SET_DATA + QUORIX_PWRULE_LOCKOUT_MINUTES == kReqLockoutMinutes);
 
 unsigned char g_rule[pw::kRecordSize] = {0, pw::kDefaultMinLength,      0, 0, 0, 0, 0,
                                          0, pw::kDefaultLockoutMinutes, 0, 0, 0};

@@ -148,6 +148,9 @@ constexpr LengthRule kPortData = exactly(2);
 // request is refused here instead of reading past its end.
 constexpr LengthRule kWholeRecordData = atLeast(kRecordSize);
 constexpr LengthRule kWholeRcptData = exactly(kRcptEntrySize);
+// The request layout the public header gives.
+static_assert(QUORIX_SMTP_SET_DATA == kRecordHeader && QUORIX_SMTP_SET_WHOLE_LEN == kRecordHeader + kRecordSize &&
+              QUORIX_SMTP_SET_RCPT_WHOLE_LEN == kRcptHeader + kRcptEntrySize);
 constexpr std::uint8_t kTestMailBase = 4;  // test codes 4..7 are the recipients
 
 template <std::size_t N>

@@ -32,6 +32,9 @@ constexpr LengthRule kWholeRequest = exactly(kHeader + kRecordSize);
 constexpr LengthRule kRestartRequest = exactly(kHeader);
 constexpr std::uint8_t kParamWhole = 254;
 constexpr std::uint8_t kParamRestart = 255;
+// The request layout the public header gives.
+static_assert(QUORIX_AGENT_SET_WHOLE == kParamWhole && QUORIX_AGENT_SET_RESTART == kParamRestart &&
+              QUORIX_AGENT_SET_WHOLE_LEN == kWholeRequest.value);
 
 ByteView record() {
     return sharedBlock().at(kRecordOffset);

@@ -35,6 +35,7 @@ constexpr std::size_t kEngineDigitsMin = 10;
 constexpr std::size_t kEngineDigitsMax = 48;
 constexpr LengthRule kEngineRequest = atMost(kHeader + kEngineDigitsMax);
 constexpr LengthRule kWholeRecordRequest = exactly(kHeader + kRecordSize);
+static_assert(QUORIX_TRAP_SET_WHOLE_LEN == kWholeRecordRequest.value, "the request layout the public header gives");
 
 constexpr const char *kSetFn = "SetSNMPTrapCfg";
 constexpr const char *kAllFn = "ValidateSNMPTrapCfgAll";

@@ -30,6 +30,10 @@ constexpr LengthRule kAddressRequest = atMost(kHeader + kAddressMax);
 constexpr LengthRule kPortRequest = exactly(kHeader + 4);
 // Whole entry: enabled, 47 address bytes, port most significant byte first.
 constexpr LengthRule kWholeRequest = exactly(kHeader + 1 + kDestAddressSize + 4);
+// The request layout the public header gives.
+static_assert(QUORIX_TRAP_SET_DEST_WHOLE_LEN == kWholeRequest.value && QUORIX_TRAP_SET_DEST_WHOLE_ENABLED == kHeader &&
+              QUORIX_TRAP_SET_DEST_WHOLE_ADDRESS == kHeader + 1 &&
+              QUORIX_TRAP_SET_DEST_WHOLE_PORT == kHeader + 1 + kDestAddressSize);
 constexpr std::uint8_t kEnabledMax = 1;
 constexpr std::uint32_t kPortMax = 0xFFFF;
 

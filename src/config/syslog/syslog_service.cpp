@@ -44,6 +44,10 @@ constexpr LengthRule kGlobalsRequest = exactly(5);
 constexpr LengthRule kDestinationRequest = exactly(4 + kDestHostSize + 4);
 // Selector, then the destination index.
 constexpr LengthRule kTestRequest = exactly(2);
+// The request layout the public header gives.
+static_assert(QUORIX_SYSLOG_SET_GLOBALS == kSelectGlobals && QUORIX_SYSLOG_SET_DEST == kSelectDestination &&
+              QUORIX_SYSLOG_SET_TEST == kSelectTest && QUORIX_SYSLOG_SET_GLOBALS_LEN == kGlobalsRequest.value &&
+              QUORIX_SYSLOG_SET_DEST_LEN == kDestinationRequest.value && QUORIX_SYSLOG_SET_TEST_LEN == kTestRequest.value);
 constexpr std::uint8_t kTagMax = 2;
 constexpr std::uint8_t kLevelMax = 3;
 constexpr std::uint8_t kProtocolMax = 3;
