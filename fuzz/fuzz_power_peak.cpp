@@ -1,6 +1,7 @@
 // Power-peak get and set interfaces: request sequences against the EEPROM
 // delay. A request's first byte picks the handler (even get, odd set).
 #include "fuzz_support.h"
+#include "core/eeprom_map.h"
 #include "power/power_layout.h"
 #include "quorix_common_interface.h"
 
@@ -11,7 +12,7 @@ namespace {
 constexpr std::uint16_t kStartDelay = 0x012C;  // 300 s
 
 qfuzz::Session &session() {
-    static qfuzz::Session s({}, {{static_cast<std::size_t>(pw::kPowerPeakEepromOffset), 2}});
+    static qfuzz::Session s({}, {{static_cast<std::size_t>(qrx::eeprom::kPowerPeakOffset), 2}});
     return s;
 }
 
@@ -66,7 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             if (n != 1) qfuzz::fail("power peak set answered length %d", n);
             if (response[0] == 0) {
                 const std::uint16_t wanted = static_cast<std::uint16_t>(req[0] | (req[1] << 8));
-                const qfuzz::Bytes stored = qfuzz::eeprom(pw::kPowerPeakEepromOffset, 2);
+                const qfuzz::Bytes stored = qfuzz::eeprom(qrx::eeprom::kPowerPeakOffset, 2);
                 if (stored[0] != req[0] || stored[1] != req[1] || currentDelay() != wanted)
                     qfuzz::fail("power peak set of %u did not store it", wanted);
             }

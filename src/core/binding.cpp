@@ -5,6 +5,10 @@
 #include <cstdio>
 #include <cstring>
 
+// The maps of the block this binding publishes and of the EEPROM are checked
+// (no overlaps, inside the part) when this unit compiles.
+#include "core/block_map.h"
+#include "core/eeprom_map.h"
 #include "core/export.h"
 #include "quorix_common_interface.h"
 

@@ -247,12 +247,12 @@ QRX_EXPORT int ReadQuorixPSUInfo(int index, unsigned char *info) {
 QRX_EXPORT int ShowAllPSUInfo(void) { return showAll(); }
 
 QRX_EXPORT int GetHwPSUInfo(int psu_index, unsigned char *buffer, int length) {
-    int result = qrx::slotFn<28>()(psu_index, buffer, length);
+    int result = qrx::slotFn<qrx::Slot::ReadPsuInfo>()(psu_index, buffer, length);
     int n = clampedCount();
     for (int i = 0; i < n; ++i) {
         qrx::ByteView rec = block().at(fieldOffset(i, 0));
         if (rec.u8(rec::kPresent) != 0 && rec.u8(rec::kType) == kTypeNeedingSlot185) {
-            qrx::slotFn<185>()();
+            qrx::slotFn<qrx::Slot::HandlePsuTypeTwo>()();
             break;
         }
     }
@@ -269,7 +269,7 @@ QRX_EXPORT int QuorixUpdatePSU(const char *image, unsigned char psu_index) {
     bool tracked = psu_index < kMaxRecords;
     if (tracked) block().setU8(fieldOffset(psu_index, rec::kPsuUpdating), 1);
     qrx::update::psuUpdateStarted(psu_index, image);  // task-5 bookkeeping
-    int result = qrx::slotFn<56>()(image, psu_index);
+    int result = qrx::slotFn<qrx::Slot::ProgramPsu>()(image, psu_index);
     if (tracked) block().setU8(fieldOffset(psu_index, rec::kPsuUpdating), 0);
     qrx::update::psuUpdateFinished(psu_index, image, result);
     std::printf("QuorixUpdatePSU: psu%d from %s %s (%d)\n", psu_index, image, result == 0 ? "done" : "failed", result);

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "core/export.h"
+#include "core/eeprom_map.h"
 #include "core/shared_block.h"
 #include "power/power_layout.h"
 #include "quorix_common_interface.h"
@@ -47,19 +48,19 @@ QRX_EXPORT int IsSolCfgValid(unsigned char value) {
 }
 
 QRX_EXPORT int QuorixGetComCfg(void) {
-    return getCached(pw::kComCfgCacheOffset, pw::kComCfgEepromOffset, IsComCfgValid);
+    return getCached(pw::kComCfgCacheOffset, qrx::eeprom::kComCfgOffset, IsComCfgValid);
 }
 
 QRX_EXPORT int QuorixSetComCfg(unsigned char value) {
-    return setCached(pw::kComCfgCacheOffset, pw::kComCfgEepromOffset, IsComCfgValid, value);
+    return setCached(pw::kComCfgCacheOffset, qrx::eeprom::kComCfgOffset, IsComCfgValid, value);
 }
 
 QRX_EXPORT int QuorixGetSolCfg(void) {
-    return getCached(pw::kSolCfgCacheOffset, pw::kSolCfgEepromOffset, IsSolCfgValid);
+    return getCached(pw::kSolCfgCacheOffset, qrx::eeprom::kSolCfgOffset, IsSolCfgValid);
 }
 
 QRX_EXPORT int QuorixSetSolCfg(unsigned char value) {
-    return setCached(pw::kSolCfgCacheOffset, pw::kSolCfgEepromOffset, IsSolCfgValid, value);
+    return setCached(pw::kSolCfgCacheOffset, qrx::eeprom::kSolCfgOffset, IsSolCfgValid, value);
 }
 
 }  // extern "C"

@@ -26,7 +26,7 @@ QRX_EXPORT int QuorixBMCControlPwrBtnmutexInit(void) {
 QRX_EXPORT int QuorixBMCControlPwrBtnGetSet(void) {
     pthread_mutex_lock(&PwrBtnmutex);
     int buttonInfo = QuorixGetMBCPLDButtonInfo();
-    qrx::slotFn<78>()(buttonInfo);
+    qrx::slotFn<qrx::Slot::QuorixBMCControlPWRON>()(buttonInfo);
     pthread_mutex_unlock(&PwrBtnmutex);
     return 0;
 }

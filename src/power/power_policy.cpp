@@ -6,6 +6,8 @@
 #include <cstring>
 
 #include "core/export.h"
+#include "core/eeprom_map.h"
+#include "diag/log_names.h"
 #include "core/shared_block.h"
 #include "core/slot_table.h"
 #include "ipc/wire_records.h"
@@ -35,7 +37,7 @@ QRX_EXPORT int IsPowerPolicyNeedRun(void) {
 
 QRX_EXPORT int ClearPowerButtonPressFaileFlag(void) {
     if (unlink(pw::kPressMarkerPath) != 0)
-        QuorixDebug(3, "QRXMONITOR", "Unlink %s fail in ClearPowerButtonPressFaileFlag \n", pw::kPressMarkerPath);
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Unlink %s fail in ClearPowerButtonPressFaileFlag \n", pw::kPressMarkerPath);
     return 0;
 }
 
@@ -59,12 +61,12 @@ QRX_EXPORT int LoggingPowerPolicyNotStartCause(int value) {
 
 QRX_EXPORT int QuorixEEPROMWritePowerStatus(unsigned char *buffer) {
     if (buffer == nullptr) {
-        QuorixDebug(2, "QRXMONITOR", "NULL buffer pointer passed into read policy!");
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "NULL buffer pointer passed into read policy!");
         return -3;
     }
-    int done = QuorixWriteMainBoardEEprom(pw::kPowerStatusEepromOffset, buffer, 1);
+    int done = QuorixWriteMainBoardEEprom(qrx::eeprom::kPowerStatusOffset, buffer, 1);
     if (done != 1) {
-        QuorixDebug(2, "QRXMONITOR", "Write power status from EEPROM failed! retval=%d", done);
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Write power status from EEPROM failed! retval=%d", done);
         return -2;
     }
     return 0;
@@ -72,19 +74,19 @@ QRX_EXPORT int QuorixEEPROMWritePowerStatus(unsigned char *buffer) {
 
 QRX_EXPORT int QuorixEEPROMReadPowerStatus(unsigned char *buffer) {
     if (buffer == nullptr) {
-        QuorixDebug(2, "QRXMONITOR", "NULL buffer pointer passed into read power  status!");
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "NULL buffer pointer passed into read power  status!");
         return -3;
     }
-    int done = QuorixReadMainBoardEEprom(pw::kPowerStatusEepromOffset, buffer, 1);
+    int done = QuorixReadMainBoardEEprom(qrx::eeprom::kPowerStatusOffset, buffer, 1);
     if (done != 1) {
-        QuorixDebug(2, "QRXMONITOR", "Read power last status from EEPROM failed! retval=%d", done);
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Read power last status from EEPROM failed! retval=%d", done);
         return -2;
     }
     return 0;
 }
 
 QRX_EXPORT int QuorixMonitorPowerStatus(int a, int b, int c) {
-    unsigned char state = static_cast<unsigned char>(qrx::slotFn<2>()(a, b, c));
+    unsigned char state = static_cast<unsigned char>(qrx::slotFn<qrx::Slot::checkSystemPowerOk>()(a, b, c));
     qrx::sharedBlock().setU8(pw::kCurrentPowerStateOffset, state);
     if (state == g_lastPowerState) return 0;
     g_lastPowerState = state;
@@ -92,12 +94,12 @@ QRX_EXPORT int QuorixMonitorPowerStatus(int a, int b, int c) {
         sleep(kAcFailSettleSeconds);
         if (GetACFailFromCPLD()) {
             // Keep the state from before the outage for the power-on policy.
-            QuorixDebug(3, "QRXMONITOR", "MBCPLD detected AC_FAIL, stop write power status to EEPROM.");
+            QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "MBCPLD detected AC_FAIL, stop write power status to EEPROM.");
             return 0;
         }
     }
     QuorixEEPROMWritePowerStatus(&state);
-    QuorixDebug(3, "QRXMONITOR", "Write power status to EEPROM. Status=%d", state);
+    QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Write power status to EEPROM. Status=%d", state);
     return 0;
 }
 

@@ -8,9 +8,9 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <string>
 
 #include "core/export.h"
+#include "core/eeprom_map.h"
 #include "core/slot_table.h"
 #include "quorix_common_interface.h"
 #include "update/update_internal.h"
@@ -33,8 +33,8 @@ constexpr int kGpuCecKind = 1;
 
 // VR upgrade request kept in the main-board EEPROM by whoever stages a VR
 // image (web or IPMI upload), handed to the platform as it stands.
-constexpr int kVrRecordOffset = 3840;
-constexpr int kVrRecordSize = 48;
+using eeprom::kVrRecordOffset;
+using eeprom::kVrRecordSize;
 namespace vr {
 constexpr std::size_t kRequest = 0;    // 1: an upgrade waits
 // Read by the platform only; named here to document the record.
@@ -48,10 +48,9 @@ constexpr std::uint8_t kVrRequested = 1;
 constexpr std::uint8_t kVrOpCheck = 0;
 constexpr std::uint8_t kVrOpUpgrade = 1;
 
-// First boot of a freshly flashed BIOS: byte 3892 is 1 until it is seen to
-// boot; byte 3893 counts the boots that did not come up.
-constexpr int kBiosVerifyOffset = 3892;
-constexpr int kBiosFailedBootsOffset = 3893;
+// First boot of a freshly flashed BIOS.
+using eeprom::kBiosFailedBootsOffset;
+using eeprom::kBiosVerifyOffset;
 constexpr std::uint8_t kBiosVerifyPending = 1;
 constexpr int kBiosBootTries = 3;
 
@@ -59,15 +58,18 @@ bool imageReadable(const char *image) {
     return image != nullptr && access(image, R_OK) == 0;
 }
 
-void postDeviceLine(std::uint8_t kind, const std::string &device, const char *image, int result) {
-    std::string version;
+// Device names in the lines: "PSU3", "VR1 (PXE)", "BIOS flash", ...
+constexpr std::size_t kDeviceNameSize = 32;
+
+void postDeviceLine(std::uint8_t kind, const char *device, const char *image, int result) {
+    SideVersion version;
     const char *word = result == 0 ? "successed" : "failed";
     char text[kIdlTextSize];
     if (image != nullptr && readSideFile(image, version))
-        std::snprintf(text, sizeof text, "%s upgrade to version %s %s", device.c_str(), version.c_str(), word);
+        std::snprintf(text, sizeof text, "%s upgrade to version %s %s", device, version, word);
     else
-        std::snprintf(text, sizeof text, "%s upgrade with image %s %s", device.c_str(),
-                      image == nullptr ? "NULL" : image, word);
+        std::snprintf(text, sizeof text, "%s upgrade with image %s %s", device, image == nullptr ? "NULL" : image,
+                      word);
     postUpdateLine(kind, text);
 }
 
@@ -82,7 +84,7 @@ int programFlash(const char *image, int flash) {
     }
     int id = flash == kFlashBios ? kTaskBios : kTaskScp;
     beginTaskRun(id, image);
-    int result = slotFn<197>()(image, flash);
+    int result = slotFn<Slot::ProgramScp>()(image, flash);
     endTaskRun(id, result);
     postDeviceLine(kIdlKindFlash, flash == kFlashBios ? "BIOS flash" : "SCP flash", image, result);
     return result;
@@ -102,7 +104,7 @@ int programGpuFpga(int kind, const char *image) {
     taskRecord(id).setU32(task::kStartTime, static_cast<std::uint32_t>(now));
     std::printf("\r\n=====start update fpga time:%ld file:%s======\r\n", static_cast<long>(now), image);
     QuorixSetTaskStatus(id, kStatusRunning);
-    int result = slotFn<182>()(kind, 0, image, taskRecord(id).u8(task::kTrigger));
+    int result = slotFn<Slot::ProgramGpuFpga>()(kind, 0, image, taskRecord(id).u8(task::kTrigger));
     QuorixSetTaskStatus(id, result == 0 ? kStatusFinished : kStatusFailed);
     postDeviceLine(kIdlKindFpga, device, image, result);
     return result;
@@ -117,7 +119,7 @@ int vrCheckUpgrade() {
     unsigned char record[kVrRecordSize] = {};
     if (!readVrRecord(record)) return -1;
     record[vr::kOperation] = kVrOpCheck;
-    return slotFn<59>()(record, kVrRecordSize);
+    return slotFn<Slot::UpgradeVr>()(record, kVrRecordSize);
 }
 
 int vrAutoUpgrade() {
@@ -127,12 +129,14 @@ int vrAutoUpgrade() {
     std::memcpy(staged, record + vr::kImage, vr::kImageLen);
     beginTaskRun(kTaskVr, staged);
     record[vr::kOperation] = kVrOpUpgrade;
-    int result = slotFn<59>()(record, kVrRecordSize);
+    int result = slotFn<Slot::UpgradeVr>()(record, kVrRecordSize);
     // The request is used up either way, so a bad image is not retried on every start.
     unsigned char cleared = 0;
     QuorixWriteMainBoardEEprom(kVrRecordOffset + static_cast<int>(vr::kRequest), &cleared, 1);
     endTaskRun(kTaskVr, result);
-    postDeviceLine(kIdlKindVr, "VR" + std::to_string(record[vr::kIndex]), staged, result);
+    char device[kDeviceNameSize];
+    std::snprintf(device, sizeof device, "VR%d", record[vr::kIndex]);
+    postDeviceLine(kIdlKindVr, device, staged, result);
     return result;
 }
 
@@ -146,7 +150,9 @@ int vrUpgrade(const char *vendor, VrProgrammer program, int index, const char *i
     beginTaskRun(kTaskVr, image);
     int result = program(index, image);
     endTaskRun(kTaskVr, result);
-    postDeviceLine(kIdlKindVr, "VR" + std::to_string(index) + " (" + vendor + ")", image, result);
+    char device[kDeviceNameSize];
+    std::snprintf(device, sizeof device, "VR%d (%s)", index, vendor);
+    postDeviceLine(kIdlKindVr, device, image, result);
     return result;
 }
 
@@ -209,7 +215,9 @@ void psuUpdateStarted(int psu_index, const char *image) {
 
 void psuUpdateFinished(int psu_index, const char *image, int result) {
     endTaskRun(kTaskPsu, result);
-    postDeviceLine(kIdlKindPsu, "PSU" + std::to_string(psu_index), image, result);
+    char device[kDeviceNameSize];
+    std::snprintf(device, sizeof device, "PSU%d", psu_index);
+    postDeviceLine(kIdlKindPsu, device, image, result);
 }
 
 }  // namespace qrx::update
@@ -239,15 +247,15 @@ QRX_EXPORT int QuorixInVRAutoUpgrade(void) {
 }
 
 QRX_EXPORT int QuorixInVRPXEUpgrade(int vr_index, const char *image_path) {
-    return vrUpgrade("PXE", qrx::slotFn<60>(), vr_index, image_path);
+    return vrUpgrade("PXE", qrx::slotFn<qrx::Slot::UpgradeVrPxe>(), vr_index, image_path);
 }
 
 QRX_EXPORT int QuorixInVRXDPUpgrade(int vr_index, const char *image_path) {
-    return vrUpgrade("XDP", qrx::slotFn<61>(), vr_index, image_path);
+    return vrUpgrade("XDP", qrx::slotFn<qrx::Slot::UpgradeVrXdp>(), vr_index, image_path);
 }
 
 QRX_EXPORT int QuorixInVRMPSUpgrade(int vr_index, const char *image_path) {
-    return vrUpgrade("MPS", qrx::slotFn<62>(), vr_index, image_path);
+    return vrUpgrade("MPS", qrx::slotFn<qrx::Slot::UpgradeVrMps>(), vr_index, image_path);
 }
 
 QRX_EXPORT int QuorixBIOSBootUpMonitor(void) {

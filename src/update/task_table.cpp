@@ -3,9 +3,11 @@
 // background-task query and cancel, the status report and its IPMI handlers.
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include "core/completion_codes.h"
 #include "core/export.h"
+#include "core/unique.h"
 #include "ipc/wire_records.h"
 #include "quorix_common_interface.h"
 #include "update/update_internal.h"
@@ -104,21 +106,16 @@ int readFlashProgress(unsigned char *buffer) {
     int attempts = kFlashReadAttempts;
     int errors = 0;
     while (attempts > 0) {
-        std::FILE *file = std::fopen(kFlasherProgressPath, "r");
-        if (file == nullptr) return -1;
-        std::size_t got = std::fread(buffer, 1, kFlashProgressSize, file);
-        if (got == kFlashProgressSize) {
-            std::fclose(file);
-            break;
-        }
-        if (std::ferror(file) != 0) {
+        qrx::UniqueFile file(std::fopen(kFlasherProgressPath, "r"));
+        if (!file) return -1;
+        std::size_t got = std::fread(buffer, 1, kFlashProgressSize, file.get());
+        if (got == kFlashProgressSize) break;
+        if (std::ferror(file.get()) != 0) {
             std::printf("Error while reading flash progress!!");
-            std::fclose(file);
             if (++errors >= kFlashReadErrorLimit) return -1;
             continue;
         }
         std::printf("End of file reached while reading flash progress");
-        std::fclose(file);
         --attempts;
         std::printf("retrying reading status file...");
     }

@@ -2,8 +2,8 @@
 // the device upgrades).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <string>
 
 namespace qrx::update {
 
@@ -21,7 +21,9 @@ void postUpdateLine(std::uint8_t kind, const char *text);
 
 // New version text from "<image>.version" (up to 40 bytes, line end dropped);
 // false when the side file is missing or empty.
-bool readSideFile(const char *image, std::string &version);
+inline constexpr std::size_t kSideFileRead = 40;
+using SideVersion = char[kSideFileRead + 1];
+bool readSideFile(const char *image, SideVersion &version);
 
 // Task-5 bookkeeping around one supply's programming (QuorixUpdatePSU).
 void psuUpdateStarted(int psu_index, const char *image);

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "core/slot_table.h"
 #include "quorix_common_interface.h"
 
 namespace qtest {
@@ -39,6 +40,10 @@ std::vector<unsigned char> blockBytes(std::size_t offset, std::size_t length);
 template <typename Fn>
 void replaceSlot(int slot, Fn *fn) {
     intf_handle[slot] = reinterpret_cast<void *>(fn);
+}
+template <typename Fn>
+void replaceSlot(qrx::Slot slot, Fn *fn) {
+    replaceSlot(qrx::slotIndex(slot), fn);
 }
 
 // Runs fn with standard output sent to a file; returns what it printed.
