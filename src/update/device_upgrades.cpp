@@ -2,7 +2,7 @@
 // (task 5), the BIOS/SCP flashes (tasks 1 and 11), the GPU FPGA and CEC
 // (tasks 8 and 9), the voltage regulators (task 6) and the check of the first
 // BIOS boot after an update. Each records its start time, moves its task
-// through QuorixSetTaskStatus and posts one IDL line per device.
+// through its states and posts one IDL line per device.
 #include <unistd.h>
 
 #include <cstdio>
@@ -12,6 +12,7 @@
 #include "core/export.h"
 #include "core/eeprom_map.h"
 #include "core/slot_table.h"
+#include "devstate/psu_layout.h"
 #include "quorix_common_interface.h"
 #include "update/update_internal.h"
 #include "update/update_layout.h"
@@ -26,6 +27,7 @@ constexpr std::uint8_t kIdlKindFlash = 6;
 constexpr std::size_t kIdlTextSize = 256;
 constexpr int kDone = 100;
 
+constexpr const char *kPsuImagePath = "/var/psuimage";
 constexpr int kFlashBios = 0;
 constexpr int kFlashScp = 1;
 constexpr int kGpuFpgaKind = 0;
@@ -100,12 +102,12 @@ int programGpuFpga(int kind, const char *image) {
     // Progress comes from the FPGA estimate, which needs the start time.
     std::time_t now = std::time(nullptr);
     taskRecord(id).setU8(task::kId, static_cast<std::uint8_t>(id));
-    QuorixSetFileName(id, image);
+    setFileName(id, image);
     taskRecord(id).setU32(task::kStartTime, static_cast<std::uint32_t>(now));
     std::printf("\r\n=====start update fpga time:%ld file:%s======\r\n", static_cast<long>(now), image);
-    QuorixSetTaskStatus(id, kStatusRunning);
+    setTaskStatus(id, kStatusRunning);
     int result = slotFn<Slot::ProgramGpuFpga>()(kind, 0, image, taskRecord(id).u8(task::kTrigger));
-    QuorixSetTaskStatus(id, result == 0 ? kStatusFinished : kStatusFailed);
+    setTaskStatus(id, result == 0 ? kStatusFinished : kStatusFailed);
     postDeviceLine(kIdlKindFpga, device, image, result);
     return result;
 }
@@ -165,7 +167,7 @@ void verifyBiosBoot() {
     if (checkBIOSBootOK() == 1) {
         QuorixWriteMainBoardEEprom(kBiosVerifyOffset, &clear, 1);
         QuorixWriteMainBoardEEprom(kBiosFailedBootsOffset, &clear, 1);
-        QuorixSetTaskStatus(kTaskBios, kStatusFinished);
+        setTaskStatus(kTaskBios, kStatusFinished);
         postUpdateLine(kIdlKindFlash, "BIOS boot-up after upgrade successed");
         return;
     }
@@ -178,7 +180,7 @@ void verifyBiosBoot() {
     QuorixSetBIOSBootSelector(other, kFlashBios);
     QuorixWriteMainBoardEEprom(kBiosVerifyOffset, &clear, 1);
     QuorixWriteMainBoardEEprom(kBiosFailedBootsOffset, &clear, 1);
-    QuorixSetTaskStatus(kTaskBios, kStatusFailed);
+    setTaskStatus(kTaskBios, kStatusFailed);
     char text[kIdlTextSize];
     std::snprintf(text, sizeof text, "BIOS boot-up after upgrade failed, switched to image %d", other);
     postUpdateLine(kIdlKindFlash, text);
@@ -192,32 +194,53 @@ int biosBootUpMonitor() {
     return 0;
 }
 
+// Programs one supply from an image file through the feature library; the
+// supply record's PSUUpdating byte is 1 while it runs.
+int programPsu(const char *image, unsigned char index) {
+    if (!imageReadable(image)) {
+        std::printf("QuorixUpdatePSU: psu%d image %s not found\n", index, image == nullptr ? "(null)" : image);
+        return -1;
+    }
+    const bool tracked = index < psu::kMaxRecords;
+    const std::size_t updating = psu::fieldOffset(index, psu::rec::kPsuUpdating);
+    if (tracked) sharedBlock().setU8(updating, 1);
+    beginTaskRun(kTaskPsu, image);
+    int result = slotFn<Slot::ProgramPsu>()(image, index);
+    if (tracked) sharedBlock().setU8(updating, 0);
+    endTaskRun(kTaskPsu, result);
+    char device[kDeviceNameSize];
+    std::snprintf(device, sizeof device, "PSU%d", index);
+    postDeviceLine(kIdlKindPsu, device, image, result);
+    std::printf("QuorixUpdatePSU: psu%d from %s %s (%d)\n", index, image, result == 0 ? "done" : "failed", result);
+    return result;
+}
+
+// The monitor's "--flash-psu psuN": the image is always /var/psuimage.
+int flashPsu(const char *name) {
+    std::printf("== psu_flash name: %s\n", name == nullptr ? "(null)" : name);
+    std::printf("==   note1:eg: run quorix_monitor_app --flash-psu psu0 means falsh psu0.\n");
+    std::printf("==   note2:/var/psuimage should exist before run this command..\n");
+    if (name == nullptr || std::strstr(name, "psu") == nullptr) return 0;
+    // Parsed from the start of the name: "xpsu1" selects supply 0.
+    int number = 0;
+    if (std::sscanf(name, "psu%d", &number) != 1) number = 0;
+    return programPsu(kPsuImagePath, static_cast<unsigned char>(number));
+}
+
 }  // namespace
 
 void beginTaskRun(int id, const char *image) {
     // This run is the updater: it names itself and its image in the record.
     taskRecord(id).setU8(task::kId, static_cast<std::uint8_t>(id));
-    if (image != nullptr) QuorixSetFileName(id, image);
+    if (image != nullptr) setFileName(id, image);
     taskRecord(id).setU32(task::kStartTime, static_cast<std::uint32_t>(std::time(nullptr)));
-    QuorixSetFlashProgress(id, 0);
-    QuorixSetTaskStatus(id, kStatusRunning);
+    setFlashProgress(id, 0);
+    setTaskStatus(id, kStatusRunning);
 }
 
 void endTaskRun(int id, int result) {
-    if (result == 0) QuorixSetFlashProgress(id, kDone);
-    QuorixSetTaskStatus(id, result == 0 ? kStatusFinished : kStatusFailed);
-}
-
-void psuUpdateStarted(int psu_index, const char *image) {
-    (void)psu_index;
-    beginTaskRun(kTaskPsu, image);
-}
-
-void psuUpdateFinished(int psu_index, const char *image, int result) {
-    endTaskRun(kTaskPsu, result);
-    char device[kDeviceNameSize];
-    std::snprintf(device, sizeof device, "PSU%d", psu_index);
-    postDeviceLine(kIdlKindPsu, device, image, result);
+    if (result == 0) setFlashProgress(id, kDone);
+    setTaskStatus(id, result == 0 ? kStatusFinished : kStatusFailed);
 }
 
 }  // namespace qrx::update
@@ -225,6 +248,14 @@ void psuUpdateFinished(int psu_index, const char *image, int result) {
 using namespace qrx::update;
 
 extern "C" {
+
+QRX_EXPORT int QuorixUpdatePSU(const char *image, unsigned char psu_index) {
+    return programPsu(image, psu_index);
+}
+
+QRX_EXPORT int psu_flash(const char *name) {
+    return flashPsu(name);
+}
 
 QRX_EXPORT int QuorixUpdateSCP(const char *image_path, int flash) {
     return programFlash(image_path, flash);

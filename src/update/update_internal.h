@@ -25,8 +25,11 @@ inline constexpr std::size_t kSideFileRead = 40;
 using SideVersion = char[kSideFileRead + 1];
 bool readSideFile(const char *image, SideVersion &version);
 
-// Task-5 bookkeeping around one supply's programming (QuorixUpdatePSU).
-void psuUpdateStarted(int psu_index, const char *image);
-void psuUpdateFinished(int psu_index, const char *image, int result);
+// The task table's setters, as the exports of the same names do them
+// (range checks, console lines, SEL records on failure and recovery).
+int setTaskStatus(int id, int status);
+int setUpdateStatus(int id, int subState);
+int setFileName(int id, const char *name);
+int setFlashProgress(int id, int percent);
 
 }  // namespace qrx::update

@@ -397,8 +397,8 @@ int hasUpdateFile(int id) {
     if (id < kTaskMbCpld || id > kTaskFanPlaneCpld) return 0;
     if (id == kTaskVr) {
         if (QuorixInVRCheckUpgrade() != 0) return 0;
-        QuorixSetUpdateStatus(id, kSubStateImageFound);
-        QuorixSetTaskStatus(id, kStatusWaiting);
+        setUpdateStatus(id, kSubStateImageFound);
+        setTaskStatus(id, kStatusWaiting);
         return 1;
     }
     const char *prefix = imagePrefix(id);
@@ -419,10 +419,10 @@ int hasUpdateFile(int id) {
         if (taskRecord(id).u8(task::kStatus) != kStatusNone) return 0;
         char path[PATH_MAX];
         std::snprintf(path, sizeof path, "%s%s", kUploadDir, name);
-        QuorixSetFileName(id, path);
+        setFileName(id, path);
         std::printf("\r\n====   d_name:%s      ====\r\n", name);
-        QuorixSetUpdateStatus(id, kSubStateImageFound);
-        QuorixSetTaskStatus(id, kStatusWaiting);
+        setUpdateStatus(id, kSubStateImageFound);
+        setTaskStatus(id, kStatusWaiting);
         return 1;
     }
     return 0;
