@@ -40,7 +40,6 @@ constexpr std::size_t kEventData2 = 7;
 
 // IDL sensor-event record of a disk fault.
 constexpr unsigned char kIdlSourceDiskEvent = 0x20;
-constexpr unsigned char kIdlLabelEnd = 0x0A;
 
 struct DiskSlot {
     std::uint8_t presence = 0;  // debounced
@@ -162,21 +161,14 @@ QRX_EXPORT int QuorixSetHDDSensor(int cpld_type) {
 
 QRX_EXPORT int QuorixHddStatusPostIdl(unsigned char event, unsigned char state, int disk, unsigned char sensor_number) {
     namespace w = qrx::ipc;
-    QuorixIdlRecord record;
-    std::memset(&record, 0, sizeof record);
-    qrx::ByteView r(record.bytes);
-    r.setU8(w::kIdlLogTypeOffset, w::kIdlLogKeepTime);
-    r.setU8(w::kIdlSourceOffset, kIdlSourceDiskEvent);
-    r.setU8(w::kIdlSensorTypeOffset, kSensorTypeDriveSlot);
-    r.setU8(w::kIdlSensorNumberOffset, sensor_number);
-    r.setU8(w::kIdlEventTypeOffset, state == 1 ? kEventAssert : kEventDeassert);
-    r.setU8(w::kIdlEventData1Offset, event);
-    r.setU8(w::kIdlEventData2Offset, static_cast<unsigned char>(disk));
     char label[w::kIdlLabelMax + 1];
     std::snprintf(label, sizeof label, "DISK%d_Status ", disk);
-    r.copyIn(w::kIdlLabelOffset, label, std::strlen(label));
-    r.setU8(w::kIdlLabelEndOffset, kIdlLabelEnd);
-    return QuorixPostReqToIDL(record);
+    w::IdlRecord record;
+    record.logType(w::kIdlLogKeepTime)
+        .source(kIdlSourceDiskEvent)
+        .sensorEvent(kSensorTypeDriveSlot, sensor_number, state == 1 ? kEventAssert : kEventDeassert, event,
+                     static_cast<unsigned char>(disk), label);
+    return w::postToIdl(record.record());
 }
 
 }  // extern "C"

@@ -29,26 +29,6 @@ int createQueue(int key) {
     return id;
 }
 
-int writeQueue(int key, const void *data, int size) {
-    unsigned char frame[kFrameBufferSize] = {};
-    frame[kFrameMarkerOffset] = kFrameMarker;
-    if (size > kMaxPayload || size < 0 || data == nullptr) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "QuorixWriteMsgQueue Error Size:%d;Max:%d", size, kMaxPayload);
-        return -1;
-    }
-    std::memcpy(frame + kFramePayloadOffset, data, static_cast<std::size_t>(size));
-    int id = createQueue(key);
-    if (id < 0) return -1;
-    // The kernel takes the leading long of the frame as the message type
-    // (marker plus payload bytes, never zero) and size bytes after it as the
-    // text; the receiver reassembles the payload from offset 1.
-    if (sigwrap_msgsnd(id, frame, static_cast<std::size_t>(size), IPC_NOWAIT) == -1) {
-        int err = errno;
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "Send MsgQueue Error MsgId:%d;ErrNo:%d", id, err);
-        return -1;
-    }
-    return 0;
-}
 
 int readQueue(int msgid, void *buffer, int size) {
     unsigned char frame[kFrameBufferSize] = {};
@@ -71,6 +51,27 @@ int readQueue(int msgid, void *buffer, int size) {
 }
 
 }  // namespace
+
+int writeQueue(int key, const void *data, int size) {
+    unsigned char frame[kFrameBufferSize] = {};
+    frame[kFrameMarkerOffset] = kFrameMarker;
+    if (size > kMaxPayload || size < 0 || data == nullptr) {
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "QuorixWriteMsgQueue Error Size:%d;Max:%d", size, kMaxPayload);
+        return -1;
+    }
+    std::memcpy(frame + kFramePayloadOffset, data, static_cast<std::size_t>(size));
+    int id = createQueue(key);
+    if (id < 0) return -1;
+    // The kernel takes the leading long of the frame as the message type
+    // (marker plus payload bytes, never zero) and size bytes after it as the
+    // text; the receiver reassembles the payload from offset 1.
+    if (sigwrap_msgsnd(id, frame, static_cast<std::size_t>(size), IPC_NOWAIT) == -1) {
+        int err = errno;
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "Send MsgQueue Error MsgId:%d;ErrNo:%d", id, err);
+        return -1;
+    }
+    return 0;
+}
 }  // namespace qrx::ipc
 
 extern "C" {

@@ -57,7 +57,8 @@ inline constexpr std::size_t kIdlEventData1Offset = 16;
 inline constexpr std::size_t kIdlEventData2Offset = 17;
 inline constexpr std::size_t kIdlLabelOffset = 19;
 inline constexpr std::size_t kIdlLabelMax = 15;
-inline constexpr std::size_t kIdlLabelEndOffset = 39;  // 0x0A
+inline constexpr std::size_t kIdlLabelEndOffset = 39;
+inline constexpr std::uint8_t kIdlLabelEnd = 0x0A;
 
 // Queue payloads of the IDL and MCA requests.
 inline constexpr int kRequestPayloadSize = 300;
@@ -108,9 +109,14 @@ inline constexpr unsigned kNoticeAllTasks = 255;
 // Writes length bytes to the named pipe through slot 150; -1 when the slot
 // is empty. Returns the bytes written.
 int writeNamedPipe(const char *path, unsigned char *buffer, int length);
+// The library's senders, as QuorixWriteMsgQueue, QuorixPostReqToIDL and
+// QuorixAddTaskFailToSEL do them.
+int writeQueue(int key, const void *data, int size);
+int postToIdl(QuorixIdlRecord record);
+int addTaskFailToSel(std::uint8_t kind, std::uint8_t taskId, std::uint8_t status);
 
-// IDL record builder for the library's own senders (power policy, update
-// runs, SNMP and SMTP requests).
+// IDL record builder for every record the library sends (text lines of the
+// power policy, update runs, SNMP and SMTP requests; disk sensor events).
 class IdlRecord {
 public:
     IdlRecord() : record_{} {}
@@ -134,6 +140,18 @@ public:
         std::memset(record_.bytes + kIdlTextOffset, 0, kIdlRecordSize - kIdlTextOffset);
         if (text != nullptr) std::strncpy(reinterpret_cast<char *>(record_.bytes + kIdlTextOffset), text, kIdlTextMax);
         return *this;
+    }
+    // Sensor event: type, number, event type and data bytes 1 and 2, then a
+    // label of up to 15 characters ended by 0x0A.
+    IdlRecord &sensorEvent(std::uint8_t sensorType, std::uint8_t number, std::uint8_t eventType, std::uint8_t data1,
+                           std::uint8_t data2, const char *label) {
+        set(kIdlSensorTypeOffset, sensorType);
+        set(kIdlSensorNumberOffset, number);
+        set(kIdlEventTypeOffset, eventType);
+        set(kIdlEventData1Offset, data1);
+        set(kIdlEventData2Offset, data2);
+        view().copyIn(kIdlLabelOffset, label, strnlen(label, kIdlLabelMax));
+        return set(kIdlLabelEndOffset, kIdlLabelEnd);
     }
     const QuorixIdlRecord &record() const { return record_; }
 

@@ -19,6 +19,7 @@ namespace {
 namespace pw = qrx::power;
 
 constexpr unsigned char kIdlSourcePowerPolicy = 0x14;
+constexpr unsigned char kIdlTextKind = 0;
 constexpr unsigned char kIdlTextFlag = 1;
 constexpr const char *kPolicyNotStartText =
     "Power button has been pressed before power policy starting,So power policy no start";
@@ -46,16 +47,11 @@ QRX_EXPORT int LoggingPowerPolicyNotStartCause(int value) {
     if (value != 0) return -1;
     ClearPowerButtonPressFaileFlag();
     namespace w = qrx::ipc;
-    QuorixIdlRecord record;
-    std::memset(&record, 0, sizeof record);
-    qrx::ByteView r(record.bytes);
-    r.setU8(w::kIdlLogTypeOffset, w::kIdlLogStampTime);
-    r.setU8(w::kIdlSourceOffset, kIdlSourcePowerPolicy);
-    r.setU8(w::kIdlTextMarkerOffset, w::kIdlTextMarker);
-    r.setU8(w::kIdlTextFlagOffset, kIdlTextFlag);
-    std::size_t length = std::min(std::strlen(kPolicyNotStartText), w::kIdlTextMax);
-    r.copyIn(w::kIdlTextOffset, kPolicyNotStartText, length);
-    QuorixPostReqToIDL(record);
+    w::IdlRecord record;
+    record.logType(w::kIdlLogStampTime)
+        .source(kIdlSourcePowerPolicy)
+        .textLine(kIdlTextKind, kIdlTextFlag, kPolicyNotStartText);
+    w::postToIdl(record.record());
     return 0;
 }
 

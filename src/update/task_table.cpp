@@ -287,10 +287,10 @@ int setTaskStatus(int id, int status) {
     taskRecord(id).setU8(task::kStatus, static_cast<std::uint8_t>(status));
     if (status == kStatusFailed) {
         g_failureMemory[id] = kStatusFailed;
-        QuorixAddTaskFailToSEL(kSelTaskFail, static_cast<unsigned char>(id), kStatusFailed);
+        qrx::ipc::addTaskFailToSel(kSelTaskFail, static_cast<unsigned char>(id), kStatusFailed);
     } else if (status == kStatusFinished && g_failureMemory[id] == kStatusFailed) {
         g_failureMemory[id] = kStatusFinished;
-        QuorixAddTaskFailToSEL(kSelTaskRecovered, static_cast<unsigned char>(id), kStatusFinished);
+        qrx::ipc::addTaskFailToSel(kSelTaskRecovered, static_cast<unsigned char>(id), kStatusFinished);
     }
     return 0;
 }

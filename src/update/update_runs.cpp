@@ -169,7 +169,7 @@ namespace {
 void postLine(std::uint8_t idlKind, int flag, const char *text) {
     ipc::IdlRecord record;
     record.logType(ipc::kIdlLogStampTime).source(0).textLine(idlKind, static_cast<std::uint8_t>(flag), text);
-    QuorixPostReqToIDL(record.record());
+    ipc::postToIdl(record.record());
 }
 
 void cpldPostIdl(int kind, int index, const char *path, int flag, const char *word) {
