@@ -12,18 +12,18 @@ namespace qrx::eeprom {
 
 inline constexpr int kSize = 32 * 1024;
 
-inline constexpr int kConfFlagOffset = 648;         // u8, preserve-setup flag
-inline constexpr int kVrRecordOffset = 3840;        // VR upgrade request staged by the uploaders
+inline constexpr int kConfFlagOffset = 648;   // u8, preserve-setup flag
+inline constexpr int kVrRecordOffset = 3840;  // VR upgrade request staged by the uploaders
 inline constexpr int kVrRecordSize = 48;
-inline constexpr int kBiosVerifyOffset = 3892;      // u8, 1 until a freshly flashed BIOS is seen to boot
-inline constexpr int kBiosFailedBootsOffset = 3893; // u8, boots that did not come up
-inline constexpr int kPowerPeakOffset = 3904;       // u16, staggered power-on delay in seconds
-inline constexpr int kPowerStatusOffset = 4481;     // u8, last power state
-inline constexpr int kComCfgOffset = 5120;          // u8
-inline constexpr int kSolCfgOffset = 5121;          // u8
-inline constexpr int kPasswordRuleOffset = 5760;    // user password rule record
+inline constexpr int kBiosVerifyOffset = 3892;       // u8, 1 until a freshly flashed BIOS is seen to boot
+inline constexpr int kBiosFailedBootsOffset = 3893;  // u8, boots that did not come up
+inline constexpr int kPowerPeakOffset = 3904;        // u16, staggered power-on delay in seconds
+inline constexpr int kPowerStatusOffset = 4481;      // u8, last power state
+inline constexpr int kComCfgOffset = 5120;           // u8
+inline constexpr int kSolCfgOffset = 5121;           // u8
+inline constexpr int kPasswordRuleOffset = 5760;     // user password rule record
 inline constexpr int kPasswordRuleSize = 12;
-inline constexpr int kAssetInfoOffset = 29120;      // asset information; writing it re-sends the BIOS information
+inline constexpr int kAssetInfoOffset = 29120;  // asset information; writing it re-sends the BIOS information
 
 struct Range {
     std::string_view name;

@@ -21,7 +21,9 @@ enum class Slot : int {
 #undef QRX_SLOT_UNUSED
 };
 
-constexpr int slotIndex(Slot slot) { return static_cast<int>(slot); }
+constexpr int slotIndex(Slot slot) {
+    return static_cast<int>(slot);
+}
 
 template <int Slot>
 struct SlotSig;

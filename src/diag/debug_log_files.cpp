@@ -16,7 +16,6 @@ namespace {
 
 using qrx::diag::kDebugDir;
 
-
 bool controlFileExists(const char *name) {
     char path[64];
     std::snprintf(path, sizeof path, "%s%s", kDebugDir, name);

@@ -23,12 +23,12 @@ int createQueue(int key) {
     if (id == -1) {
         int err = errno;
         // The ideographic space after "MsgQueue" belongs to the message.
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "Error creating thread MsgQueue\u3000key :%dErroNo:%d", key, err);
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "Error creating thread MsgQueue\u3000key :%dErroNo:%d", key,
+                    err);
         return -1;
     }
     return id;
 }
-
 
 int readQueue(int msgid, void *buffer, int size) {
     unsigned char frame[kFrameBufferSize] = {};
@@ -42,8 +42,8 @@ int readQueue(int msgid, void *buffer, int size) {
         int err = errno;
         std::printf("[Error]: read the msgid date error: msgid=%d, RetVal=%d;errorNo:%d", msgid, static_cast<int>(rc),
                     err);
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "Read the msgid date error: msgid=%d, RetVal=%d;errorNo:%d\n", msgid,
-                    static_cast<int>(rc), err);
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "Read the msgid date error: msgid=%d, RetVal=%d;errorNo:%d\n",
+                    msgid, static_cast<int>(rc), err);
         return -1;
     }
     std::memcpy(buffer, frame + kFramePayloadOffset, static_cast<std::size_t>(std::min(size, kMaxPayload)));

@@ -21,7 +21,6 @@ std::uint32_t localSeconds() {
     return static_cast<std::uint32_t>(static_cast<long long>(now) + offset);
 }
 
-
 int postToMca(const QuorixMcaRecord &record) {
     unsigned char payload[kRequestPayloadSize] = {};
     payload[kRequestCodeOffset] = kRequestCodeMca;
@@ -41,7 +40,6 @@ int postCollectorRequest(const char *pipe) {
     record[0] = kCollectorRequest;
     return writeNamedPipe(pipe, record, static_cast<int>(kCollectorRecordSize));
 }
-
 
 bool validNotice(unsigned msgType, unsigned taskId) {
     unsigned task = taskId & 0xFFu;

@@ -2,9 +2,10 @@
 // EEPROM, cached in the shared block for every daemon.
 #include <cstdint>
 
-#include "core/export.h"
 #include "core/eeprom_map.h"
+#include "core/export.h"
 #include "core/shared_block.h"
+#include "core/slot_table.h"
 #include "power/power_layout.h"
 #include "quorix_common_interface.h"
 
@@ -18,7 +19,7 @@ int getCached(std::size_t cacheOffset, int eepromOffset, int (*invalid)(unsigned
     std::uint8_t cached = block.u8(cacheOffset);
     if (cached < pw::kCfgNotRead) return cached;
     unsigned char value = pw::kCfgNotRead;
-    QuorixReadMainBoardEEprom(eepromOffset, &value, 1);
+    qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(eepromOffset, &value, 1);
     if (invalid(value)) {
         block.setU8(cacheOffset, 0);
         return 0;
@@ -29,7 +30,7 @@ int getCached(std::size_t cacheOffset, int eepromOffset, int (*invalid)(unsigned
 
 int setCached(std::size_t cacheOffset, int eepromOffset, int (*invalid)(unsigned char), unsigned char value) {
     if (invalid(value)) return -1;
-    QuorixWriteMainBoardEEprom(eepromOffset, &value, 1);
+    qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(eepromOffset, &value, 1);
     qrx::sharedBlock().setU8(cacheOffset, value);
     return 0;
 }

@@ -25,7 +25,7 @@ QRX_EXPORT int QuorixBMCControlPwrBtnmutexInit(void) {
 
 QRX_EXPORT int QuorixBMCControlPwrBtnGetSet(void) {
     pthread_mutex_lock(&PwrBtnmutex);
-    int buttonInfo = QuorixGetMBCPLDButtonInfo();
+    int buttonInfo = qrx::slotFn<qrx::Slot::QuorixGetMBCPLDButtonInfo>()();
     qrx::slotFn<qrx::Slot::QuorixBMCControlPWRON>()(buttonInfo);
     pthread_mutex_unlock(&PwrBtnmutex);
     return 0;

@@ -8,6 +8,7 @@
 #include "core/completion_codes.h"
 #include "core/byte_access.h"
 #include "core/export.h"
+#include "core/slot_table.h"
 #include "core/eeprom_map.h"
 #include "diag/log_names.h"
 #include "power/power_layout.h"
@@ -36,7 +37,7 @@ QRX_EXPORT int QuorixGetPowerPeakConfigInterface(unsigned char *request, int len
     }
     if (g_powerPeakDelay == pw::kPowerPeakNotRead) {
         unsigned char raw[2] = {};
-        int got = QuorixReadMainBoardEEprom(qrx::eeprom::kPowerPeakOffset, raw, 2);
+        int got = qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(qrx::eeprom::kPowerPeakOffset, raw, 2);
         if (got != 2) {
             QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Read power peak config from EEPROM failed! retval=%d", got);
             response[0] = kCcEepromFailed;
@@ -66,7 +67,7 @@ QRX_EXPORT int QuorixSetPowerPeakConfigInterface(unsigned char *request, int len
     g_powerPeakDelay = value;
     unsigned char raw[2];
     qrx::ByteView(raw).setU16(0, value);
-    int written = QuorixWriteMainBoardEEprom(qrx::eeprom::kPowerPeakOffset, raw, 2);
+    int written = qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(qrx::eeprom::kPowerPeakOffset, raw, 2);
     response[0] = written == 2 ? kCcOk : kCcEepromFailed;
     return 1;
 }

@@ -5,11 +5,11 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/export.h"
 #include "core/eeprom_map.h"
-#include "diag/log_names.h"
+#include "core/export.h"
 #include "core/shared_block.h"
 #include "core/slot_table.h"
+#include "diag/log_names.h"
 #include "ipc/wire_records.h"
 #include "power/power_layout.h"
 #include "quorix_common_interface.h"
@@ -38,7 +38,8 @@ QRX_EXPORT int IsPowerPolicyNeedRun(void) {
 
 QRX_EXPORT int ClearPowerButtonPressFaileFlag(void) {
     if (unlink(pw::kPressMarkerPath) != 0)
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Unlink %s fail in ClearPowerButtonPressFaileFlag \n", pw::kPressMarkerPath);
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Unlink %s fail in ClearPowerButtonPressFaileFlag \n",
+                    pw::kPressMarkerPath);
     return 0;
 }
 
@@ -60,7 +61,7 @@ QRX_EXPORT int QuorixEEPROMWritePowerStatus(unsigned char *buffer) {
         QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "NULL buffer pointer passed into read policy!");
         return -3;
     }
-    int done = QuorixWriteMainBoardEEprom(qrx::eeprom::kPowerStatusOffset, buffer, 1);
+    int done = qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(qrx::eeprom::kPowerStatusOffset, buffer, 1);
     if (done != 1) {
         QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Write power status from EEPROM failed! retval=%d", done);
         return -2;
@@ -73,7 +74,7 @@ QRX_EXPORT int QuorixEEPROMReadPowerStatus(unsigned char *buffer) {
         QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "NULL buffer pointer passed into read power  status!");
         return -3;
     }
-    int done = QuorixReadMainBoardEEprom(qrx::eeprom::kPowerStatusOffset, buffer, 1);
+    int done = qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(qrx::eeprom::kPowerStatusOffset, buffer, 1);
     if (done != 1) {
         QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Read power last status from EEPROM failed! retval=%d", done);
         return -2;
@@ -88,9 +89,10 @@ QRX_EXPORT int QuorixMonitorPowerStatus(int a, int b, int c) {
     g_lastPowerState = state;
     if (state == 0) {
         sleep(kAcFailSettleSeconds);
-        if (GetACFailFromCPLD()) {
+        if (qrx::slotFn<qrx::Slot::GetACFailFromCPLD>()()) {
             // Keep the state from before the outage for the power-on policy.
-            QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "MBCPLD detected AC_FAIL, stop write power status to EEPROM.");
+            QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+                        "MBCPLD detected AC_FAIL, stop write power status to EEPROM.");
             return 0;
         }
     }

@@ -118,7 +118,8 @@ int selfTest(const char *name) {
         return kTestNoCard;
     }
     if (!exists(kMountPoint)) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "TFCARD_MOUNT_DIR:check TF card fail, no such file or directory.");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+                    "TFCARD_MOUNT_DIR:check TF card fail, no such file or directory.");
         return kTestNoCard;
     }
     if (common_mount_tf_card(kDevice, kMountPoint) != 0) return kTestNoCard;
@@ -216,7 +217,8 @@ QRX_EXPORT int common_copy_ima_file_to_tf_card(const char *src, const char *imag
         return 1;
     }
     if (!exists(kMountPoint)) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "TFCARD_MOUNT_DIR:check TF card fail, no such file or directory.");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+                    "TFCARD_MOUNT_DIR:check TF card fail, no such file or directory.");
         return 1;
     }
     if (std::strlen(subdir) >= 64 || std::strlen(image_name) >= 64 || std::strlen(src) >= 128) {
@@ -289,11 +291,13 @@ QRX_EXPORT int common_copy_log_to_tf_card(const char *src) {
 QRX_EXPORT int common_get_file_list_from_tf_card(const char *subdir, char *current, char *previous) {
     if (subdir == nullptr || current == nullptr || previous == nullptr) return -1;
     if (!exists(kDevice)) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "/dev/mmcblk0p1:check TF card fail, no such file or directory.");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+                    "/dev/mmcblk0p1:check TF card fail, no such file or directory.");
         return 1;
     }
     if (!exists(kMountPoint)) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "/mnt/sdmmc0p1:check TF card fail, no such file or directory.");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+                    "/mnt/sdmmc0p1:check TF card fail, no such file or directory.");
         return 2;
     }
     if (std::strlen(subdir) >= 64) {

@@ -113,7 +113,7 @@ int programGpuFpga(int kind, const char *image) {
 }
 
 bool readVrRecord(unsigned char *record) {
-    return QuorixReadMainBoardEEprom(kVrRecordOffset, record, kVrRecordSize) == kVrRecordSize &&
+    return qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(kVrRecordOffset, record, kVrRecordSize) == kVrRecordSize &&
            record[vr::kRequest] == kVrRequested;
 }
 
@@ -134,7 +134,7 @@ int vrAutoUpgrade() {
     int result = slotFn<Slot::UpgradeVr>()(record, kVrRecordSize);
     // The request is used up either way, so a bad image is not retried on every start.
     unsigned char cleared = 0;
-    QuorixWriteMainBoardEEprom(kVrRecordOffset + static_cast<int>(vr::kRequest), &cleared, 1);
+    qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(kVrRecordOffset + static_cast<int>(vr::kRequest), &cleared, 1);
     endTaskRun(kTaskVr, result);
     char device[kDeviceNameSize];
     std::snprintf(device, sizeof device, "VR%d", record[vr::kIndex]);
@@ -162,24 +162,24 @@ int vrUpgrade(const char *vendor, VrProgrammer program, int index, const char *i
 // after three boots that never came up, go back to the other image.
 void verifyBiosBoot() {
     unsigned char failed = 0;
-    if (QuorixReadMainBoardEEprom(kBiosFailedBootsOffset, &failed, 1) != 1) failed = 0;
+    if (qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(kBiosFailedBootsOffset, &failed, 1) != 1) failed = 0;
     unsigned char clear = 0;
-    if (checkBIOSBootOK() == 1) {
-        QuorixWriteMainBoardEEprom(kBiosVerifyOffset, &clear, 1);
-        QuorixWriteMainBoardEEprom(kBiosFailedBootsOffset, &clear, 1);
+    if (qrx::slotFn<qrx::Slot::checkBIOSBootOK>()() == 1) {
+        qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(kBiosVerifyOffset, &clear, 1);
+        qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(kBiosFailedBootsOffset, &clear, 1);
         setTaskStatus(kTaskBios, kStatusFinished);
         postUpdateLine(kIdlKindFlash, "BIOS boot-up after upgrade successed");
         return;
     }
     failed = failed == 0xFF ? 1 : static_cast<unsigned char>(failed + 1);
     if (failed < kBiosBootTries) {
-        QuorixWriteMainBoardEEprom(kBiosFailedBootsOffset, &failed, 1);
+        qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(kBiosFailedBootsOffset, &failed, 1);
         return;
     }
-    int other = (QuorixGetBIOSBootSelector(kFlashBios) & 1) ^ 1;
-    QuorixSetBIOSBootSelector(other, kFlashBios);
-    QuorixWriteMainBoardEEprom(kBiosVerifyOffset, &clear, 1);
-    QuorixWriteMainBoardEEprom(kBiosFailedBootsOffset, &clear, 1);
+    int other = (qrx::slotFn<qrx::Slot::QuorixGetBIOSBootSelector>()(kFlashBios) & 1) ^ 1;
+    qrx::slotFn<qrx::Slot::QuorixSetBIOSBootSelector>()(other, kFlashBios);
+    qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(kBiosVerifyOffset, &clear, 1);
+    qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(kBiosFailedBootsOffset, &clear, 1);
     setTaskStatus(kTaskBios, kStatusFailed);
     char text[kIdlTextSize];
     std::snprintf(text, sizeof text, "BIOS boot-up after upgrade failed, switched to image %d", other);
@@ -187,9 +187,9 @@ void verifyBiosBoot() {
 }
 
 int biosBootUpMonitor() {
-    if (CheckBIOSDoubleFlashSupport() == 0) return 0;
+    if (qrx::slotFn<qrx::Slot::CheckBIOSDoubleFlashSupport>()() == 0) return 0;
     unsigned char pending = 0;
-    if (QuorixReadMainBoardEEprom(kBiosVerifyOffset, &pending, 1) == 1 && pending == kBiosVerifyPending)
+    if (qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(kBiosVerifyOffset, &pending, 1) == 1 && pending == kBiosVerifyPending)
         verifyBiosBoot();
     return 0;
 }

@@ -84,7 +84,6 @@ bool isFpgaTask(int id) {
     return id == kTaskMbFpga || id == kTaskGpuFpga || id == kTaskGpuCec || id == 14;
 }
 
-
 int readFlashProgress(unsigned char *buffer) {
     if (buffer == nullptr) return -1;
     int attempts = kFlashReadAttempts;

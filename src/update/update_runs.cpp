@@ -187,7 +187,7 @@ void cpldPostIdl(int kind, int index, const char *path, int flag, const char *wo
         withoutVersion = "MainBoard CPLD%d upgrade from NULL to version %s %s";
     } else if (kind == kCpldFront || kind == kCpldRear) {
         int count = sharedBlock().u8(kind == kCpldFront ? disk::kFrontBackplaneCountOffset : disk::kRearBackplaneCountOffset);
-        if (count > kMaxIdlBackplanes || index < 0 || index >= count || quorixGetBackPlanePresent(kind, index) != 1)
+        if (count > kMaxIdlBackplanes || index < 0 || index >= count || qrx::slotFn<qrx::Slot::quorixGetBackPlanePresent>()(kind, index) != 1)
             return;
         known = QuorixGetHddCpldVersion(kind == kCpldFront ? kLocationFront : kLocationRear, index, current,
                                         sizeof current) == 0;
@@ -490,7 +490,7 @@ QRX_EXPORT int QuorixGetHddCpldVersion(int location, int index, char *buffer, in
 }
 
 QRX_EXPORT int QuorixGetBoardFPGAVersion(char *buffer, int size) {
-    if (QuorixCheckFPGAEnable() <= 0) return -1;
+    if (qrx::slotFn<qrx::Slot::QuorixCheckFPGAEnable>()() <= 0) return -1;
     return formatVersion(qrx::sharedBlock().u8(qrx::board::kFpgaVersionOffset), buffer, size);
 }
 
