@@ -117,12 +117,6 @@ bool readVrRecord(unsigned char *record) {
            record[vr::kRequest] == kVrRequested;
 }
 
-int vrCheckUpgrade() {
-    unsigned char record[kVrRecordSize] = {};
-    if (!readVrRecord(record)) return -1;
-    record[vr::kOperation] = kVrOpCheck;
-    return slotFn<Slot::UpgradeVr>()(record, kVrRecordSize);
-}
 
 int vrAutoUpgrade() {
     unsigned char record[kVrRecordSize] = {};
@@ -228,6 +222,13 @@ int flashPsu(const char *name) {
 }
 
 }  // namespace
+
+int vrCheckUpgrade() {
+    unsigned char record[kVrRecordSize] = {};
+    if (!readVrRecord(record)) return -1;
+    record[vr::kOperation] = kVrOpCheck;
+    return slotFn<Slot::UpgradeVr>()(record, kVrRecordSize);
+}
 
 void beginTaskRun(int id, const char *image) {
     // This run is the updater: it names itself and its image in the record.

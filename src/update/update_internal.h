@@ -25,6 +25,10 @@ inline constexpr std::size_t kSideFileRead = 40;
 using SideVersion = char[kSideFileRead + 1];
 bool readSideFile(const char *image, SideVersion &version);
 
+// Asks the platform whether the VR upgrade staged in the EEPROM is due:
+// the slot's answer, -1 when none is staged (QuorixInVRCheckUpgrade).
+int vrCheckUpgrade();
+
 // The task table's setters, as the exports of the same names do them
 // (range checks, console lines, SEL records on failure and recovery).
 int setTaskStatus(int id, int status);
