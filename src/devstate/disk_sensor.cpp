@@ -20,7 +20,6 @@ constexpr unsigned char kRearSensorNumber = 151;
 constexpr int kDebounceScans = 5;  // a change is taken on the sixth scan that sees it
 
 // SEL request bytes.
-constexpr unsigned char kGeneratorBmc = 0x20;
 constexpr unsigned char kSensorTypeDriveSlot = 0x0D;
 constexpr unsigned char kEventAssert = 0x6F;
 constexpr unsigned char kEventDeassert = 0xEF;
@@ -29,14 +28,6 @@ constexpr unsigned char kOffsetPresence = 0;
 constexpr unsigned char kOffsetFault = 1;
 constexpr unsigned char kOffsetPredictiveFailure = 2;
 constexpr unsigned char kOffsetRebuild = 7;
-namespace sel {
-constexpr std::size_t kGeneratorId = 0;
-constexpr std::size_t kSensorType = 3;
-constexpr std::size_t kSensorNumber = 4;
-constexpr std::size_t kEventType = 5;
-constexpr std::size_t kEventData1 = 6;
-constexpr std::size_t kEventData2 = 7;
-}  // namespace sel
 
 // IDL sensor-event record of a disk fault.
 constexpr unsigned char kIdlSourceDiskEvent = 0x20;
@@ -82,13 +73,14 @@ void sendSel(unsigned char sensorNumber, bool assert, unsigned char offset) {
     QuorixSelEvent event;
     std::memset(&event, 0, sizeof event);
     qrx::ByteView bytes(event.bytes);
-    bytes.setU8(sel::kGeneratorId, kGeneratorBmc);
-    bytes.setU8(sel::kSensorType, kSensorTypeDriveSlot);
-    bytes.setU8(sel::kSensorNumber, sensorNumber);
-    bytes.setU8(sel::kEventType, assert ? kEventAssert : kEventDeassert);
-    bytes.setU8(sel::kEventData1, offset);
-    bytes.setU8(sel::kEventData2, kEventData2Unused);
-    QuorixAddSELToIPMIMain(event);
+    namespace w = qrx::ipc;
+    bytes.setU8(w::kSelGeneratorOffset, w::kSelGeneratorBmc);
+    bytes.setU8(w::kSelSensorTypeOffset, kSensorTypeDriveSlot);
+    bytes.setU8(w::kSelSensorNumberOffset, sensorNumber);
+    bytes.setU8(w::kSelEventTypeOffset, assert ? kEventAssert : kEventDeassert);
+    bytes.setU8(w::kSelEventData1Offset, offset);
+    bytes.setU8(w::kSelEventData2Offset, kEventData2Unused);
+    w::sendToIpmiMain(w::kIpmiMainAddSel, event.bytes);
 }
 
 // Assertion when a count becomes non-zero, deassertion when it returns to 0.

@@ -28,12 +28,6 @@ int postToMca(const QuorixMcaRecord &record) {
     return writeQueue(kMcaQueueKey, payload, kRequestPayloadSize);
 }
 
-int sendToIpmiMain(std::uint8_t command, const unsigned char *event) {
-    unsigned char record[kIpmiMainRecordSize] = {};
-    record[kIpmiMainCommandOffset] = command;
-    if (event != nullptr) std::memcpy(record + kIpmiMainEventOffset, event, kSelEventSize);
-    return writeNamedPipe(kIpmiMainPipe, record, static_cast<int>(kIpmiMainRecordSize));
-}
 
 int postCollectorRequest(const char *pipe) {
     unsigned char record[kCollectorRecordSize] = {};
@@ -61,6 +55,13 @@ int notifyTaskThread(unsigned msgType, unsigned taskId) {
 }
 
 }  // namespace
+int sendToIpmiMain(std::uint8_t command, const unsigned char *event) {
+    unsigned char record[kIpmiMainRecordSize] = {};
+    record[kIpmiMainCommandOffset] = command;
+    if (event != nullptr) std::memcpy(record + kIpmiMainEventOffset, event, kSelEventSize);
+    return writeNamedPipe(kIpmiMainPipe, record, static_cast<int>(kIpmiMainRecordSize));
+}
+
 int postToIdl(QuorixIdlRecord record) {
     ByteView rec(record.bytes);
     std::uint8_t logType = rec.u8(kIdlLogTypeOffset);

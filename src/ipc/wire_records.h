@@ -31,12 +31,11 @@ inline constexpr std::uint8_t kFrameMarker = 1;
 inline constexpr int kMaxPayload = 1024;
 inline constexpr std::size_t kReceiveTextSize = kFrameSize;
 
-// IDL request record.
+// IDL request record: log type, source, time stamp, then the body from byte 12.
 inline constexpr std::size_t kIdlRecordSize = 296;
 inline constexpr std::size_t kIdlLogTypeOffset = 0;
 inline constexpr std::size_t kIdlSourceOffset = 4;
 inline constexpr std::size_t kIdlTimeOffset = 8;
-inline constexpr std::size_t kIdlBodyOffset = 12;
 inline constexpr std::uint8_t kIdlLogKeepTime = 0;
 inline constexpr std::uint8_t kIdlLogStampTime = 1;
 static_assert(sizeof(QuorixIdlRecord) == kIdlRecordSize, "IDL record is 296 bytes");
@@ -79,9 +78,9 @@ inline constexpr std::uint8_t kIpmiMainAddSel = 0;
 inline constexpr std::uint8_t kIpmiMainReload = 1;
 static_assert(sizeof(QuorixSelEvent) == 12, "SEL request is 12 bytes");
 
-// Event record of a failed (or recovered) update task.
+// SEL event record (byte 2, the EvM revision, stays 0); the values are those
+// of a failed (or recovered) update task.
 inline constexpr std::size_t kSelGeneratorOffset = 0;
-inline constexpr std::size_t kSelEvmRevOffset = 2;
 inline constexpr std::size_t kSelSensorTypeOffset = 3;
 inline constexpr std::size_t kSelSensorNumberOffset = 4;
 inline constexpr std::size_t kSelEventTypeOffset = 5;
@@ -114,6 +113,8 @@ int writeNamedPipe(const char *path, unsigned char *buffer, int length);
 int writeQueue(int key, const void *data, int size);
 int postToIdl(QuorixIdlRecord record);
 int addTaskFailToSel(std::uint8_t kind, std::uint8_t taskId, std::uint8_t status);
+// One record to IPMI-main: command, then the 9-byte SEL event (none for a reload).
+int sendToIpmiMain(std::uint8_t command, const unsigned char *event);
 
 // IDL record builder for every record the library sends (text lines of the
 // power policy, update runs, SNMP and SMTP requests; disk sensor events).

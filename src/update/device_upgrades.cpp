@@ -39,8 +39,7 @@ using eeprom::kVrRecordOffset;
 using eeprom::kVrRecordSize;
 namespace vr {
 constexpr std::size_t kRequest = 0;    // 1: an upgrade waits
-// Read by the platform only; named here to document the record.
-[[maybe_unused]] constexpr std::size_t kVendor = 1;  // 0 any, 1 PXE, 2 XDP, 3 MPS
+// Byte 1, read by the platform only: vendor, 0 any, 1 PXE, 2 XDP, 3 MPS.
 constexpr std::size_t kIndex = 2;      // VR index
 constexpr std::size_t kOperation = 3;  // set here: 0 check, 1 upgrade
 constexpr std::size_t kImage = 4;      // NUL-terminated path, 44 bytes
