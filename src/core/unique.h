@@ -2,6 +2,7 @@
 #pragma once
 
 #include <dirent.h>
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -22,6 +23,9 @@ struct DirCloser {
 struct PipeCloser {
     void operator()(std::FILE *f) const { pclose(f); }
 };
+struct LibraryCloser {
+    void operator()(void *handle) const { dlclose(handle); }
+};
 struct JsonPutter {
     void operator()(json_object *obj) const { json_object_put(obj); }
 };
@@ -32,6 +36,8 @@ using UniqueDir = std::unique_ptr<DIR, detail::DirCloser>;
 // A popen() stream; closing it waits for the command.
 using UniquePipe = std::unique_ptr<std::FILE, detail::PipeCloser>;
 using UniqueJson = std::unique_ptr<json_object, detail::JsonPutter>;
+// A dlopen() handle.
+using UniqueLibrary = std::unique_ptr<void, detail::LibraryCloser>;
 
 // A file descriptor, -1 when empty.
 class UniqueFd {
