@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """The library needs no C++ runtime: no libstdc++ among its NEEDED entries and
 no imported C++ symbol (mangled _Z* names, __cxa_*, __gxx_personality_*).
-The C library's own __cxa_finalize and __cxa_atexit (versioned GLIBC_*), which
-every shared object GCC links imports, are not C++ runtime.
+The C library's own __cxa_finalize and __cxa_atexit, which every shared object
+GCC links may import, are not C++ runtime.
 
 usage: check_no_cxx_runtime.py --readelf READELF LIBRARY
 
@@ -17,6 +17,7 @@ from abi_common import run
 
 CXX_RUNTIME_LIBRARY = re.compile(r"^libstdc\+\+\.so")
 CXX_RUNTIME_SYMBOL = re.compile(r"^(_Z|__cxa_|__gxx_personality_)")
+C_LIBRARY_SYMBOLS = {"__cxa_finalize", "__cxa_atexit", "__cxa_thread_atexit_impl"}
 
 
 def needed_libraries(readelf, library):
@@ -25,7 +26,7 @@ def needed_libraries(readelf, library):
 
 
 def imported_symbols(readelf, library):
-    """Undefined dynamic symbols not from the C library, version suffix dropped."""
+    """Undefined dynamic symbols, version suffix dropped."""
     out = run([readelf, "--dyn-syms", "-W", library])
     names = set()
     for line in out.splitlines():
@@ -33,16 +34,14 @@ def imported_symbols(readelf, library):
         # Num: Value Size Type Bind Vis Ndx Name
         if len(parts) < 8 or not parts[0].endswith(":") or parts[6] != "UND":
             continue
-        name, _, version = parts[7].partition("@")
-        if not version.lstrip("@").startswith("GLIBC_"):
-            names.add(name)
+        names.add(parts[7].split("@")[0])
     return names
 
 
 def problems(readelf, library):
     found = ["NEEDED %s" % lib for lib in needed_libraries(readelf, library) if CXX_RUNTIME_LIBRARY.match(lib)]
     found += ["imports %s" % name for name in sorted(imported_symbols(readelf, library))
-              if CXX_RUNTIME_SYMBOL.match(name)]
+              if CXX_RUNTIME_SYMBOL.match(name) and name not in C_LIBRARY_SYMBOLS]
     return found
 
 

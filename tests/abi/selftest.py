@@ -171,12 +171,30 @@ class SoftFloat(unittest.TestCase):
         self.assertEqual(out[-1], "%s: uses the FPU" % os.path.basename(ARGS.vfp_lib))
 
 
+class NoCxxRuntime(unittest.TestCase):
+    def run_check(self, library):
+        return checker("check_no_cxx_runtime.py", "--readelf", ARGS.readelf, library)
+
+    def test_c_library_passes(self):
+        rc, out, err = self.run_check(fixture(0))
+        self.assertEqual((rc, out), (0, ["0 C++ runtime dependencies"]), err)
+
+    def test_cxx_runtime_is_reported(self):
+        rc, out, err = self.run_check(ARGS.cxx_runtime_lib)
+        self.assertEqual(rc, 1, err)
+        self.assertIn("NEEDED libstdc++.so.6", out)
+        for prefix in ("imports __cxa_throw", "imports __gxx_personality_", "imports _ZNSt"):
+            self.assertTrue(any(line.startswith(prefix) for line in out), (prefix, out))
+        self.assertFalse(any("__cxa_finalize" in line for line in out), out)
+
+
 def main():
     global ARGS
     ap = argparse.ArgumentParser()
     for opt in ("objdump", "readelf", "abidw", "abidiff", "castxml", "cc", "fixtures", "work", "forwarders"):
         ap.add_argument("--" + opt, required=True)
     ap.add_argument("--fixture-lib", action="append", required=True)
+    ap.add_argument("--cxx-runtime-lib", required=True)
     ap.add_argument("--no-frameless", action="store_true")
     ap.add_argument("--softfloat-lib")
     ap.add_argument("--vfp-lib")
