@@ -16,6 +16,7 @@
 #include "config/syslog/syslog_layout.h"
 #include "fan/fan_curve_layout.h"
 #include "harness.h"
+#include "core/eeprom_map.h"
 #include "power/power_layout.h"
 #include "quorix_common_interface.h"
 #include "update/update_layout.h"
@@ -388,7 +389,7 @@ void setDelay(std::uint16_t seconds) {
 void powerPeakInit() {
     setDelay(kStartDelay);
     g_session =
-        std::make_unique<Session>(std::vector<Region>{}, std::vector<Region>{{qrx::power::kPowerPeakEepromOffset, 2}});
+        std::make_unique<Session>(std::vector<Region>{}, std::vector<Region>{{qrx::eeprom::kPowerPeakOffset, 2}});
 }
 
 void powerPeak(const std::uint8_t *data, std::size_t size) {
@@ -412,7 +413,7 @@ void powerPeak(const std::uint8_t *data, std::size_t size) {
         if (!isSet && delay > qrx::power::kPowerPeakMaxDelay)
             fail("power peak get reported more than the longest delay");
         if (isSet &&
-            (eeprom({qrx::power::kPowerPeakEepromOffset, 2}) != Bytes{req[0], req[1]} || currentDelay() != delay))
+            (eeprom({qrx::eeprom::kPowerPeakOffset, 2}) != Bytes{req[0], req[1]} || currentDelay() != delay))
             fail("power peak set of %u did not store it", delay);
     }
 }

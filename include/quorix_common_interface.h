@@ -336,7 +336,6 @@ void **quorix_get_intf_handle(void);
  * result unchanged unless its comment says otherwise. Bind first: a plain
  * forwarder does not check the table. */
 
-/* ---- feature forwarders (generated from src/core/slots.def) ---- */
 /* -- EEPROM and FRU -- */
 /* Reads length bytes of the main-board EEPROM at offset; returns the bytes transferred. */
 int QuorixReadMainBoardEEprom(int offset, unsigned char *buffer, int length);
@@ -817,7 +816,6 @@ char *SetDebugInformation(char *text);
 
 /* ==== Device state: power supplies, board/CPU/ME, disks and backplanes, FRU and EEPROM records, fans === */
 
-/* ---- devstate begin ---- */
 /* -- Power supplies (block region 67604..68879; up to 8 records of 159 bytes) -- */
 /* PSU count from the block, clamped to 8. */
 int ReadQuorixPSUNum(void);
@@ -977,22 +975,18 @@ int show_fan_info(void);
 int QuorixGetPcieGPUThread(void);
 /* Queries every accelerator whose present and link-up flags are both 1 through slot 228 (the index); returns 0. */
 int QuorixGetPcieAcceleratorsThread(void);
-/* ---- devstate end ---- */
 
 /* ==== Crash and signal handling ========================================== */
 
-/* ---- signals begin ---- */
 /* Copies min(length, 32) bytes of module_name into the crash-report module name and installs the handler
  * table; 0, or -1 (nothing installed) for a NULL name. length counts the terminator. */
 int QuorixInitSignals(const char *module_name, int length);
 /* Installs handler for signal signum with every signal blocked while it runs and SA_RESTART; returns 0
  * (a failure is printed, not returned). */
 unsigned int InstallSignal(int signum, void (*handler)(int));
-/* ---- signals end ---- */
 
 /* ==== Pipes, message queues and daemon requests ========================== */
 
-/* ---- ipc begin ---- */
 /* IDL log request record (296 bytes, passed by value): byte 0 log type (0 keep the time stamp, 1 stamp with
  * local time), byte 4 source, bytes 8-11 time stamp (u32 LE, seconds), bytes 12-295 body. */
 typedef struct QuorixIdlRecord {
@@ -1035,11 +1029,9 @@ int QuorixAddTaskFailToSEL(unsigned char kind, unsigned char task_id, unsigned c
 /* Sends a notice (message type 0..3; task id 0..14 or 255, sent for type 2 only) to the power-off scan
  * task; 0 when all 1025 bytes went out, else -1 with a console line. */
 int QuorixNotifyTaskThread(unsigned int msg_type, unsigned int task_id);
-/* ---- ipc end ---- */
 
 /* ==== Configuration services: words, validators, secrets, syslog, SNMP, SMTP, BIOS = */
 
-/* ---- config begin ---- */
 
 /* Word tables: index = position of the word; NULL entries are holes. */
 extern const char *EnableStr[2];              /* "Disable", "Enable" */
@@ -1257,11 +1249,9 @@ unsigned QuorixSetBMCSmtpCfgInterface(const unsigned char *request, int length);
 int QuorixGetSmtpTotalConfFromJson(void);
 /* Writes the SMTP record and recipients of the shared block to "/conf/SmtpCfg.json"; 0 or -1. */
 int QuorixSetSmtpTotalConfToJson(void);
-/* ---- config end ---- */
 
 /* ==== Firmware update tasks and update runs ============================== */
 
-/* ---- update begin ---- */
 /* Task table: 15 records of 307 bytes (task ids 0-14) in the shared block. Task status: 0 none, 1 waiting,
  * 2 running, 3 finished, 4 failed, 5 accepted. Refusals print their message on stdout and leave the block alone. */
 
@@ -1373,11 +1363,9 @@ int QuorixInVRMPSUpgrade(int vr_index, const char *image_path);
  * BIOS (checkBIOSBootOK) clears it and finishes task 1; the third boot that failed (count in byte 3893)
  * switches to the other BIOS image, clears it and fails task 1. One IDL line either way. Always 0. */
 int QuorixBIOSBootUpMonitor(void);
-/* ---- update end ---- */
 
 /* ==== Power history ====================================================== */
 
-/* ---- history begin ---- */
 /* Size of one power-history record; fields (little-endian): channel c (0 total power, 1 class-3 reading,
  * 2-9 supplies 0-7, 10-49 class-0 devices 0-39) u16 average at 4c and u16 maximum at 4c+2; u16 hour, day,
  * month, year at 200, 202, 204, 206; u32 last sample at 208 and closing time at 212 (epoch seconds). */
@@ -1431,11 +1419,9 @@ int getHistoryData(int kind, unsigned char *buffer, int max_records);
  * first, at most max_records (buffer of max_records x 216 bytes); count copied, 0 if missing, -1 for a bad
  * kind, NULL buffer, negative max_records or from > to. */
 int copyHistoryData(int kind, unsigned int from, unsigned int to, unsigned char *buffer, int max_records);
-/* ---- history end ---- */
 
 /* ==== TF card storage ==================================================== */
 
-/* ---- storage begin ---- */
 /* TF card: device "/dev/mmcblk0p1", mount point "/mnt/sdmmc0p1". Names and subdirectories are single
  * path components. */
 /* Prints the device name; returns 0. */
@@ -1459,11 +1445,9 @@ int common_copy_log_to_tf_card(const char *src);
 int common_get_file_list_from_tf_card(const char *subdir, char *current, char *previous);
 /* Writes "Test ok!" to the card file name and reads it back; 0 passed, 0x80 no card, 0xCC failure. */
 int test_file(const char *name);
-/* ---- storage end ---- */
 
 /* ==== Power policy ======================================================= */
 
-/* ---- power begin ---- */
 /* Power-on policy: 1 when "/var/tmp/power_button_press_flag" does not exist, else 0. */
 int IsPowerPolicyNeedRun(void);
 /* Removes the power-button press marker (failure logged); returns 0. */
@@ -1494,11 +1478,9 @@ int QuorixSetSolCfg(unsigned char value);
 /* Non-zero when value is NOT a valid COM (resp. SOL) configuration. */
 int IsComCfgValid(unsigned char value);
 int IsSolCfgValid(unsigned char value);
-/* ---- power end ---- */
 
 /* ==== Sensor value conversion ============================================ */
 
-/* ---- sensor begin ---- */
 /* Real value of a raw reading by the SDR formula (raw*m + b*10^K1) * 10^R, with K1 the low nibble of
  * exponents (0..15, unsigned) and R = TO_R_EXP(high nibble). */
 double SdrConvertSensorReading(int raw, int m, int b, unsigned char exponents);
@@ -1515,11 +1497,9 @@ float QuorixGetPowerSensorReading(int sensor_type, int sensor_index);
  * deasserts the old event, then asserts the new; 0 when unchanged, the first failing slot result, or -1
  * (no call) for an offset out of range. */
 int QuorixSetSensorReading(int device_type, int index, int previous_offset, int event_offset);
-/* ---- sensor end ---- */
 
 /* ==== Fan control curves ================================================= */
 
-/* ---- fan begin ---- */
 /* Curve type names by type byte: "FAN_TYPE_NONE", "FAN_TYPE_PID", "FAN_TYPE_LINER", "FAN_TYPE_PID_BJ". */
 extern const char quorix_fan_ctrl_type[4][20];
 /* One temperature sensor of the board: sensor number and NUL-padded name (34 bytes). */
@@ -1535,7 +1515,6 @@ extern const QuorixTempSensorDesc g_temp_sensor_descrip[814];
 int set_fan_param(char *command);
 /* Prints the PWM outputs and every curve in use to standard output; 0, or -1 when unbound. */
 int show_fan_param(void);
-/* ---- fan end ---- */
 
 #ifdef __cplusplus
 }

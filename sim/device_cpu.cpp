@@ -7,7 +7,7 @@
 namespace sim {
 
 int cpuPresent(int cpuIndex) {
-    countCall(36);
+    countCall(Slot::GetCpuPresent);
     if (cpuIndex < 0 || cpuIndex >= qrx::board::kMaxCpus) return -1;
     return block()[qrx::board::cpuPresentOffset(cpuIndex)] == 1 ? 1 : 0;
 }

@@ -47,7 +47,8 @@ int openDevice(const std::string &name, int size) {
 }
 
 // One transfer, with the slot's fault applied: Fail gives -1, Short moves half.
-int transfer(int slot, const std::string &device, int size, int offset, unsigned char *buffer, int length, bool write) {
+int transfer(Slot slot, const std::string &device, int size, int offset, unsigned char *buffer, int length,
+             bool write) {
     countCall(slot);
     if (buffer == nullptr || offset < 0 || length < 0 || offset > size || length > size - offset) return -1;
     Fault fault = faultOf(slot);
@@ -65,19 +66,21 @@ int transfer(int slot, const std::string &device, int size, int offset, unsigned
 }  // namespace
 
 int readMainBoardEeprom(int offset, unsigned char *buffer, int length) {
-    return transfer(13, "eeprom-mainboard.bin", kMainBoardEepromSize, offset, buffer, length, false);
+    return transfer(Slot::QuorixReadMainBoardEEprom, "eeprom-mainboard.bin", kMainBoardEepromSize, offset, buffer,
+                    length, false);
 }
 
 int writeMainBoardEeprom(int offset, unsigned char *buffer, int length) {
-    return transfer(14, "eeprom-mainboard.bin", kMainBoardEepromSize, offset, buffer, length, true);
+    return transfer(Slot::QuorixWriteMainBoardEEprom, "eeprom-mainboard.bin", kMainBoardEepromSize, offset, buffer,
+                    length, true);
 }
 
 int writeFruDevice(int device, int offset, int length, unsigned char *buffer) {
-    return transfer(19, "fru-" + std::to_string(device) + ".bin", kFruSize, offset, buffer, length, true);
+    return transfer(Slot::WriteFru, "fru-" + std::to_string(device) + ".bin", kFruSize, offset, buffer, length, true);
 }
 
 int readFruDevice(int device, int offset, int length, unsigned char *buffer) {
-    return transfer(20, "fru-" + std::to_string(device) + ".bin", kFruSize, offset, buffer, length, false);
+    return transfer(Slot::ReadFru, "fru-" + std::to_string(device) + ".bin", kFruSize, offset, buffer, length, false);
 }
 
 }  // namespace sim

@@ -8,33 +8,33 @@
 namespace sim {
 namespace {
 
-template <int Slot, typename Fn>
+template <Slot S, typename Fn>
 SlotModel model(Fn fn) {
-    static_assert(std::is_same_v<Fn, typename qrx::SlotSig<Slot>::type>, "device model does not match the slot type");
-    return SlotModel{Slot, reinterpret_cast<void *>(fn)};
+    static_assert(std::is_same_v<Fn, qrx::SlotType<S>>, "device model does not match the slot type");
+    return SlotModel{slotIndex(S), reinterpret_cast<void *>(fn)};
 }
 
 }  // namespace
 
 const std::vector<SlotModel> &deviceModels() {
     static const std::vector<SlotModel> models = {
-        model<13>(&readMainBoardEeprom),
-        model<14>(&writeMainBoardEeprom),
-        model<19>(&writeFruDevice),
-        model<20>(&readFruDevice),
-        model<36>(&cpuPresent),
-        model<148>(&openPipe),
-        model<149>(&readPipe),
-        model<150>(&writePipe),
-        model<55>(&programCpld),
-        model<56>(&programPsu),
-        model<59>(&upgradeVr),
-        model<60>(&upgradeVrPxe),
-        model<61>(&upgradeVrXdp),
-        model<62>(&upgradeVrMps),
-        model<169>(&programFpga),
-        model<182>(&programGpuFpga),
-        model<197>(&programScp),
+        model<Slot::QuorixReadMainBoardEEprom>(&readMainBoardEeprom),
+        model<Slot::QuorixWriteMainBoardEEprom>(&writeMainBoardEeprom),
+        model<Slot::WriteFru>(&writeFruDevice),
+        model<Slot::ReadFru>(&readFruDevice),
+        model<Slot::GetCpuPresent>(&cpuPresent),
+        model<Slot::QuorixOpenPipe>(&openPipe),
+        model<Slot::QuorixReadPipe>(&readPipe),
+        model<Slot::QuorixWritePipe>(&writePipe),
+        model<Slot::ProgramCpld>(&programCpld),
+        model<Slot::ProgramPsu>(&programPsu),
+        model<Slot::UpgradeVr>(&upgradeVr),
+        model<Slot::UpgradeVrPxe>(&upgradeVrPxe),
+        model<Slot::UpgradeVrXdp>(&upgradeVrXdp),
+        model<Slot::UpgradeVrMps>(&upgradeVrMps),
+        model<Slot::ProgramFpga>(&programFpga),
+        model<Slot::ProgramGpuFpga>(&programGpuFpga),
+        model<Slot::ProgramScp>(&programScp),
     };
     return models;
 }
@@ -43,18 +43,18 @@ const std::vector<SlotModel> &deviceModels() {
 // says more: checks that report a state answer "yes", everything else 0.
 void resetDevices() {
     static const struct {
-        int slot;
+        Slot slot;
         int result;
     } kHealthyServer[] = {
-        {2, 1},    // system power good
-        {3, 1},    // PCP power good
-        {86, 1},   // BIOS POST complete
-        {144, 1},  // BMC POST complete
-        {145, 1},  // platform reset done
-        {171, 1},  // BIOS booted
-        {168, 1},  // FPGA enabled
+        {Slot::checkSystemPowerOk, 1},    // system power good
+        {Slot::checkPcpPowerOk, 1},    // PCP power good
+        {Slot::checkBIOSPostComplete, 1},   // BIOS POST complete
+        {Slot::checkBMCPostComplete, 1},  // BMC POST complete
+        {Slot::checkPlatformResetOK, 1},  // platform reset done
+        {Slot::checkBIOSBootOK, 1},  // BIOS booted
+        {Slot::QuorixCheckFPGAEnable, 1},  // FPGA enabled
     };
-    for (const auto &entry : kHealthyServer) state().results[entry.slot] = entry.result;
+    for (const auto &entry : kHealthyServer) state().results[slotIndex(entry.slot)] = entry.result;
     resetUpdateDevices();
 }
 

@@ -11,13 +11,13 @@
 namespace sim {
 
 int openPipe(const char *path, int flags, int mode) {
-    countCall(148);
+    countCall(Slot::QuorixOpenPipe);
     if (path == nullptr) return -1;
     return open(path, flags | O_CLOEXEC, mode);
 }
 
 int readPipe(int fd, unsigned char *buffer, int length) {
-    countCall(149);
+    countCall(Slot::QuorixReadPipe);
     if (buffer == nullptr || length < 0) return -1;
     ssize_t n;
     do {
@@ -29,7 +29,7 @@ int readPipe(int fd, unsigned char *buffer, int length) {
 // Opens the FIFO without blocking, so a missing reader fails the write at
 // once (ENXIO) instead of hanging the daemon; returns the bytes written.
 int writePipe(const char *path, unsigned char *buffer, int length) {
-    countCall(150);
+    countCall(Slot::QuorixWritePipe);
     if (path == nullptr || buffer == nullptr || length < 0) return -1;
     int fd = open(path, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0) return -1;

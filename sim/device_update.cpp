@@ -100,9 +100,9 @@ enum class Report { None, TaskProgress, Flasher };
 
 // One programming run: kSteps pauses, reporting as it goes; a Fail fault
 // stops it half-way.
-int program(int slot, int taskId, Report report) {
+int program(Slot slot, int taskId, Report report) {
     countCall(slot);
-    std::uint32_t total = times().ms[slot].load();
+    std::uint32_t total = times().ms[slotIndex(slot)].load();
     bool failing = faultOf(slot) == Fault::Fail;
     seedDuration(taskId, total);
     if (report == Report::Flasher) writeFlasherFile(1, 0, "Erasing flash", kStateBusy);
@@ -122,7 +122,7 @@ int program(int slot, int taskId, Report report) {
                              percent, step == kSteps ? "Flash done" : "Writing flash",
                              step == kSteps ? kStateDone : kStateBusy);
     }
-    return state().results[slot].load();
+    return resultOf(slot);
 }
 
 int cpldTask(int kind) {
@@ -134,43 +134,43 @@ int cpldTask(int kind) {
 }  // namespace
 
 int programCpld(int kind, int, const char *, int) {
-    return program(55, cpldTask(kind), Report::None);
+    return program(Slot::ProgramCpld, cpldTask(kind), Report::None);
 }
 
 int programPsu(const char *, int) {
-    return program(56, upd::kTaskPsu, Report::TaskProgress);
+    return program(Slot::ProgramPsu, upd::kTaskPsu, Report::TaskProgress);
 }
 
 int upgradeVr(unsigned char *record, int length) {
     // Operation byte 3: 0 asks whether an upgrade is due, answered at once.
     if (record != nullptr && length > 3 && record[3] == 0) {
-        countCall(59);
-        return faultOf(59) == Fault::Fail ? -1 : state().results[59].load();
+        countCall(Slot::UpgradeVr);
+        return faultOf(Slot::UpgradeVr) == Fault::Fail ? -1 : resultOf(Slot::UpgradeVr);
     }
-    return program(59, upd::kTaskVr, Report::TaskProgress);
+    return program(Slot::UpgradeVr, upd::kTaskVr, Report::TaskProgress);
 }
 
 int upgradeVrPxe(int, const char *) {
-    return program(60, upd::kTaskVr, Report::TaskProgress);
+    return program(Slot::UpgradeVrPxe, upd::kTaskVr, Report::TaskProgress);
 }
 int upgradeVrXdp(int, const char *) {
-    return program(61, upd::kTaskVr, Report::TaskProgress);
+    return program(Slot::UpgradeVrXdp, upd::kTaskVr, Report::TaskProgress);
 }
 int upgradeVrMps(int, const char *) {
-    return program(62, upd::kTaskVr, Report::TaskProgress);
+    return program(Slot::UpgradeVrMps, upd::kTaskVr, Report::TaskProgress);
 }
 
 int programFpga(int kind, int, const char *, int) {
-    return program(169, kind == 0 ? upd::kTaskMbFpga : -1, Report::None);
+    return program(Slot::ProgramFpga, kind == 0 ? upd::kTaskMbFpga : -1, Report::None);
 }
 
 int programGpuFpga(int kind, int, const char *, int) {
-    return program(182, kind == 0 ? upd::kTaskGpuFpga : upd::kTaskGpuCec, Report::None);
+    return program(Slot::ProgramGpuFpga, kind == 0 ? upd::kTaskGpuFpga : upd::kTaskGpuCec, Report::None);
 }
 
 int programScp(const char *, int flash) {
-    return flash == 0 ? program(197, upd::kTaskBios, Report::Flasher)
-                      : program(197, upd::kTaskScp, Report::TaskProgress);
+    return flash == 0 ? program(Slot::ProgramScp, upd::kTaskBios, Report::Flasher)
+                      : program(Slot::ProgramScp, upd::kTaskScp, Report::TaskProgress);
 }
 
 void resetUpdateDevices() {

@@ -26,7 +26,14 @@ struct State {
 unsigned char *block();
 State &state();
 
+using qrx::Slot;
+using qrx::slotIndex;
+
 inline void countCall(int slot) { state().calls[slot].fetch_add(1, std::memory_order_relaxed); }
-inline Fault faultOf(int slot) { return static_cast<Fault>(state().faults[slot].load(std::memory_order_relaxed)); }
+inline void countCall(Slot slot) { countCall(slotIndex(slot)); }
+inline Fault faultOf(Slot slot) {
+    return static_cast<Fault>(state().faults[slotIndex(slot)].load(std::memory_order_relaxed));
+}
+inline std::int32_t resultOf(Slot slot) { return state().results[slotIndex(slot)].load(); }
 
 }  // namespace sim

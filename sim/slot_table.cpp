@@ -20,13 +20,7 @@ template <int Slot, typename R, typename... Args>
 struct Generic<Slot, R (*)(Args...)> {
     static R call(Args...) {
         countCall(Slot);
-        if constexpr (std::is_void_v<R>) {
-            return;
-        } else if constexpr (std::is_floating_point_v<R>) {
-            return static_cast<R>(state().results[Slot].load());
-        } else {
-            return static_cast<R>(state().results[Slot].load());
-        }
+        if constexpr (!std::is_void_v<R>) return static_cast<R>(state().results[Slot].load());
     }
 };
 

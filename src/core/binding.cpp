@@ -5,7 +5,12 @@
 #include <cstdio>
 #include <cstring>
 
+// The maps of the block this binding publishes and of the EEPROM are checked
+// (no overlaps, inside the part) when this unit compiles.
+#include "core/block_map.h"
+#include "core/eeprom_map.h"
 #include "core/export.h"
+#include "core/unique.h"
 #include "quorix_common_interface.h"
 
 namespace {
@@ -32,18 +37,20 @@ QRX_EXPORT int quorix_interface_init(void) {
     char path[128] = {};
     std::snprintf(path, sizeof path, "%s/%s", kFeatureLibraryDir, kFeatureLibraryName);
 
-    void *library = dlopen(path, RTLD_NOW);
-    if (library == nullptr) {
+    // Our reference is dropped on every path, success included: the block and
+    // table stay in use after that (deliberate; keeping the feature library
+    // mapped is the daemon's affair).
+    qrx::UniqueLibrary library(dlopen(path, RTLD_NOW));
+    if (!library) {
         int err = errno;
         const char *errText = std::strerror(err);
         std::printf("open quorix lib fail error:%d;%s;dlerror:%s\n", err, errText, dlerror());
         return -1;
     }
 
-    auto getBlock = reinterpret_cast<BlockGetter>(dlsym(library, kBlockGetterSymbol));
+    auto getBlock = reinterpret_cast<BlockGetter>(dlsym(library.get(), kBlockGetterSymbol));
     if (getBlock == nullptr) {
         std::puts("get quorix mem fail");
-        dlclose(library);
         return -1;
     }
 
@@ -51,21 +58,16 @@ QRX_EXPORT int quorix_interface_init(void) {
     intf_quorix_mem = getBlock();
     if (intf_quorix_mem == nullptr) {
         std::puts("g_quorix_handle is NULL");
-        dlclose(library);
         return -1;
     }
 
-    intf_handle = static_cast<void **>(dlsym(library, kHandleTableSymbol));
+    intf_handle = static_cast<void **>(dlsym(library.get(), kHandleTableSymbol));
     if (intf_handle == nullptr) {
         std::puts("quorix_handle is NULL");
-        dlclose(library);
         return -1;
     }
 
     g_initDone = 1;
-    // Deliberate: the block and table stay in use after our reference is
-    // dropped; keeping the feature library mapped is the daemon's affair.
-    dlclose(library);
     return 0;
 }
 

@@ -59,4 +59,19 @@ private:
     unsigned char *base_;
 };
 
+// A text field of at most N bytes as the console shows it: up to the first
+// NUL, other bytes outside printable ASCII as '.'.
+template <std::size_t N>
+struct ConsoleText {
+    char text[N + 1] = {};
+    ConsoleText(ByteView view, std::size_t off) {
+        for (std::size_t i = 0; i < N; ++i) {
+            unsigned char c = view.u8(off + i);
+            if (c == 0) break;
+            text[i] = (c >= 0x20 && c < 0x7F) ? static_cast<char>(c) : '.';
+        }
+    }
+    const char *c_str() const { return text; }
+};
+
 }  // namespace qrx

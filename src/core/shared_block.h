@@ -15,7 +15,7 @@ namespace qrx {
 
 // Size of the block on this platform: every region the library reaches lies
 // below it. Checks that must refuse writes outside the block use this.
-inline constexpr std::size_t kSharedBlockSize = 0x640000;
+inline constexpr std::size_t kSharedBlockSize = 6553600;
 
 // Byte 22: set once slot 0 (platform initialisation) has run in any process.
 inline constexpr std::size_t kPlatformInitialisedOffset = 22;

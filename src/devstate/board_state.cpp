@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <string>
 
 #include "core/export.h"
 #include "core/slot_table.h"
@@ -35,41 +34,32 @@ char digit(unsigned nibble) { return static_cast<char>('0' + (nibble & 0xF)); }
 
 // The ME version text: major "." minor-high "." minor-low "." build digits.
 // Nibbles above 9 give ':' to '?', as the firmware has always shown them.
-std::string meRevisionText() {
-    std::string text = std::to_string(block().u8(kMeMajorOffset) & kMeMajorMask);
+// Longest text: "127.?.?.???" and its NUL.
+constexpr std::size_t kMeRevisionTextSize = 16;
+
+void meRevisionText(char (&text)[kMeRevisionTextSize]) {
     unsigned minor = block().u8(kMeMinorOffset);
-    text += '.';
-    text += digit(minor >> 4);
-    text += '.';
-    text += digit(minor);
-    text += '.';
     std::uint32_t build = block().u32(kMeBuildOffset);
     unsigned bits12 = (build >> 12) & 0xF, bits8 = (build >> 8) & 0xF, bits20 = (build >> 20) & 0xF;
+    char buildDigits[4] = {};
     if (bits12 != 0) {
-        text += digit(bits12);
-        text += digit(block().u8(kMeBuildOffset + 1));  // bits 8..11, read again from their byte
+        buildDigits[0] = digit(bits12);
+        buildDigits[1] = digit(block().u8(kMeBuildOffset + 1));  // bits 8..11, read again from their byte
     } else if (bits8 != 0) {
-        text += digit(bits8);
+        buildDigits[0] = digit(bits8);
     }
-    text += digit(bits20);
-    return text;
+    buildDigits[std::strlen(buildDigits)] = digit(bits20);
+    std::snprintf(text, sizeof text, "%u.%c.%c.%s", block().u8(kMeMajorOffset) & kMeMajorMask, digit(minor >> 4),
+                  digit(minor), buildDigits);
 }
 
-std::string boardText(std::size_t offset) {
-    std::string text;
-    for (std::size_t i = 0; i < kBoardTextLen; ++i) {
-        unsigned char c = block().u8(offset + i);
-        if (c == 0) break;
-        text += (c >= 0x20 && c < 0x7F) ? static_cast<char>(c) : '.';
-    }
-    return text;
-}
+using BoardText = qrx::ConsoleText<kBoardTextLen>;
 
 int showBackplane(const char *side, int number, int record) {
     std::size_t at = qrx::disk::backplaneOffset(record);
     return std::printf("    %s bp%d: InUse: %d; Marker: 0x%x; Board: \"%s\"; CpldVersion: 0x%x; DiskSlots: %d;\n", side,
                        number, block().u8(at + qrx::disk::kBpInUse), block().u8(at + qrx::disk::kBpMarker),
-                       boardText(at + qrx::disk::kBpBoardText).c_str(), block().u8(at + qrx::disk::kBpCpldVersion),
+                       BoardText(block(), at + qrx::disk::kBpBoardText).c_str(), block().u8(at + qrx::disk::kBpCpldVersion),
                        block().u8(at + qrx::disk::kBpDiskSlots));
 }
 
@@ -90,7 +80,7 @@ int showAllCpld() {
     for (int k = 0; k < fanPlanes; ++k) {
         std::size_t at = kFanPlaneRecordsOffset + kFanPlaneRecordSize * k;
         last = std::printf("    fanplane%d: Board: \"%s\"; CpldVersion: 0x%x;\n", k,
-                           boardText(at + kFanPlaneBoardText).c_str(), block().u8(at + kFanPlaneCpldVersion));
+                           BoardText(block(), at + kFanPlaneBoardText).c_str(), block().u8(at + kFanPlaneCpldVersion));
     }
     return last;
 }
@@ -115,7 +105,7 @@ QRX_EXPORT int GetCpuStat(void) {
     // An out-of-range count leaves the flag clear: the next call tries again.
     if (count > kMaxCpus) return 0;
     for (int i = 0; i < count; ++i) {
-        int present = qrx::slotFn<36>()(i);
+        int present = qrx::slotFn<qrx::Slot::GetCpuPresent>()(i);
         if (present == 0 || present == 1) block().setU8(cpuPresentOffset(i), static_cast<unsigned char>(present));
     }
     g_cpuStateFilled = 1;
@@ -156,7 +146,7 @@ QRX_EXPORT int QuorixSyncOCPDeviceInfo(void) {
     bool allRead = true;
     int present = 0;
     for (int i = 0; i < kMaxOcpCards; ++i) {
-        int result = qrx::slotFn<115>()(i);
+        int result = qrx::slotFn<qrx::Slot::QuorixGetOcpPresent>()(i);
         if (result < 0) allRead = false;
         else block().setU8(kOcpPresentOffset + i, result > 0 ? 1 : 0);
         present += block().u8(kOcpPresentOffset + i) == 1 ? 1 : 0;
@@ -176,20 +166,21 @@ QRX_EXPORT int QuorixGetMeRevision(int fw_index, int reserved, char *buffer, int
         return -1;
     }
     std::memset(buffer, 0, static_cast<std::size_t>(size));
-    std::string text = meRevisionText();
-    std::memcpy(buffer, text.data(), std::min<std::size_t>(text.size(), static_cast<std::size_t>(size) - 1));
+    char text[kMeRevisionTextSize];
+    meRevisionText(text);
+    std::memcpy(buffer, text, std::min<std::size_t>(std::strlen(text), static_cast<std::size_t>(size) - 1));
     return 0;
 }
 
 // The platform's default power-state query: node 0, any source, no flags.
 QRX_EXPORT int QuorixSetPCIESlotPresentToCPLD(void) {
-    unsigned char power = static_cast<unsigned char>(qrx::slotFn<2>()(0, 0, 0));
+    unsigned char power = static_cast<unsigned char>(qrx::slotFn<qrx::Slot::checkSystemPowerOk>()(0, 0, 0));
     if (power == g_lastSystemPowerState) return 0;
     g_lastSystemPowerState = power;
     if (power == kPowerOn) {
         unsigned int presence = 0;
-        qrx::slotFn<132>()(&presence);
-        qrx::slotFn<133>()(&presence);
+        qrx::slotFn<qrx::Slot::QuorixGetPCIESlotPresentInfo>()(&presence);
+        qrx::slotFn<qrx::Slot::SetPcieSlotPresentToCpld>()(&presence);
     }
     return 0;
 }

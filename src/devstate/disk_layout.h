@@ -11,7 +11,8 @@
 // readers), +4 status bits (2 fault, 8 rebuild, 16 predictive failure),
 // +15 NVMe temperature, +18 serial number (24 bytes).
 // Backplane record: +0 in use, +1 marker (254 = valid), +4 presence and the
-// 12-character board text, +302 CPLD version, +558 disk slots (255 unknown).
+// 12-character board text, +46 expected CPLD update time (u16 s), +302 CPLD
+// version, +558 disk slots (255 unknown).
 #pragma once
 
 #include <cstddef>
@@ -55,12 +56,11 @@ inline constexpr std::size_t kBpInUse = 0;
 inline constexpr std::size_t kBpMarker = 1;
 inline constexpr std::size_t kBpPresence = 4;
 inline constexpr std::size_t kBpBoardText = 4;
+inline constexpr std::size_t kBpUpdateDuration = 46;  // u16 seconds, expected CPLD update time
 inline constexpr std::size_t kBpCpldVersion = 302;
 inline constexpr std::size_t kBpDiskSlots = 558;
 inline constexpr unsigned char kBpValidMarker = 254;
 inline constexpr unsigned char kBpSlotsUnknown = 255;
-static_assert(kBackplaneRecordsOffset + kBpBoardText == 0x1D13F, "front backplane board text");
-static_assert(kBackplaneRecordsOffset + kBpCpldVersion == 0x1D269, "front backplane CPLD version");
 
 inline constexpr std::size_t kSensorMonitorStateOffset = 138209;
 
@@ -68,6 +68,13 @@ inline constexpr int kCpldFront = 1;
 inline constexpr int kCpldRear = 2;
 
 inline constexpr std::size_t backplaneOffset(int k) { return kBackplaneRecordsOffset + kBackplaneRecordSize * k; }
+inline constexpr std::size_t kFrontBackplanesOffset = backplaneOffset(0);
+inline constexpr std::size_t kRearBackplanesOffset = backplaneOffset(kFirstRearBackplane);
+inline constexpr std::size_t kBackplaneRegionSize = kBackplaneRecords * kBackplaneRecordSize;
+inline bool backplanePresent(int k) {
+    ByteView bp = sharedBlock().at(backplaneOffset(k));
+    return bp.u8(kBpPresence) != 0 && bp.u8(kBpMarker) == kBpValidMarker;
+}
 
 // Block offset of disk record `index` of a table, or kSharedBlockSize when
 // the record would not lie wholly inside the block.

@@ -20,7 +20,6 @@ constexpr unsigned char kRearSensorNumber = 151;
 constexpr int kDebounceScans = 5;  // a change is taken on the sixth scan that sees it
 
 // SEL request bytes.
-constexpr unsigned char kGeneratorBmc = 0x20;
 constexpr unsigned char kSensorTypeDriveSlot = 0x0D;
 constexpr unsigned char kEventAssert = 0x6F;
 constexpr unsigned char kEventDeassert = 0xEF;
@@ -29,18 +28,9 @@ constexpr unsigned char kOffsetPresence = 0;
 constexpr unsigned char kOffsetFault = 1;
 constexpr unsigned char kOffsetPredictiveFailure = 2;
 constexpr unsigned char kOffsetRebuild = 7;
-namespace sel {
-constexpr std::size_t kGeneratorId = 0;
-constexpr std::size_t kSensorType = 3;
-constexpr std::size_t kSensorNumber = 4;
-constexpr std::size_t kEventType = 5;
-constexpr std::size_t kEventData1 = 6;
-constexpr std::size_t kEventData2 = 7;
-}  // namespace sel
 
 // IDL sensor-event record of a disk fault.
 constexpr unsigned char kIdlSourceDiskEvent = 0x20;
-constexpr unsigned char kIdlLabelEnd = 0x0A;
 
 struct DiskSlot {
     std::uint8_t presence = 0;  // debounced
@@ -83,13 +73,14 @@ void sendSel(unsigned char sensorNumber, bool assert, unsigned char offset) {
     QuorixSelEvent event;
     std::memset(&event, 0, sizeof event);
     qrx::ByteView bytes(event.bytes);
-    bytes.setU8(sel::kGeneratorId, kGeneratorBmc);
-    bytes.setU8(sel::kSensorType, kSensorTypeDriveSlot);
-    bytes.setU8(sel::kSensorNumber, sensorNumber);
-    bytes.setU8(sel::kEventType, assert ? kEventAssert : kEventDeassert);
-    bytes.setU8(sel::kEventData1, offset);
-    bytes.setU8(sel::kEventData2, kEventData2Unused);
-    QuorixAddSELToIPMIMain(event);
+    namespace w = qrx::ipc;
+    bytes.setU8(w::kSelGeneratorOffset, w::kSelGeneratorBmc);
+    bytes.setU8(w::kSelSensorTypeOffset, kSensorTypeDriveSlot);
+    bytes.setU8(w::kSelSensorNumberOffset, sensorNumber);
+    bytes.setU8(w::kSelEventTypeOffset, assert ? kEventAssert : kEventDeassert);
+    bytes.setU8(w::kSelEventData1Offset, offset);
+    bytes.setU8(w::kSelEventData2Offset, kEventData2Unused);
+    w::sendToIpmiMain(w::kIpmiMainAddSel, event.bytes);
 }
 
 // Assertion when a count becomes non-zero, deassertion when it returns to 0.
@@ -162,21 +153,14 @@ QRX_EXPORT int QuorixSetHDDSensor(int cpld_type) {
 
 QRX_EXPORT int QuorixHddStatusPostIdl(unsigned char event, unsigned char state, int disk, unsigned char sensor_number) {
     namespace w = qrx::ipc;
-    QuorixIdlRecord record;
-    std::memset(&record, 0, sizeof record);
-    qrx::ByteView r(record.bytes);
-    r.setU8(w::kIdlLogTypeOffset, w::kIdlLogKeepTime);
-    r.setU8(w::kIdlSourceOffset, kIdlSourceDiskEvent);
-    r.setU8(w::kIdlSensorTypeOffset, kSensorTypeDriveSlot);
-    r.setU8(w::kIdlSensorNumberOffset, sensor_number);
-    r.setU8(w::kIdlEventTypeOffset, state == 1 ? kEventAssert : kEventDeassert);
-    r.setU8(w::kIdlEventData1Offset, event);
-    r.setU8(w::kIdlEventData2Offset, static_cast<unsigned char>(disk));
     char label[w::kIdlLabelMax + 1];
     std::snprintf(label, sizeof label, "DISK%d_Status ", disk);
-    r.copyIn(w::kIdlLabelOffset, label, std::strlen(label));
-    r.setU8(w::kIdlLabelEndOffset, kIdlLabelEnd);
-    return QuorixPostReqToIDL(record);
+    w::IdlRecord record;
+    record.logType(w::kIdlLogKeepTime)
+        .source(kIdlSourceDiskEvent)
+        .sensorEvent(kSensorTypeDriveSlot, sensor_number, state == 1 ? kEventAssert : kEventDeassert, event,
+                     static_cast<unsigned char>(disk), label);
+    return w::postToIdl(record.record());
 }
 
 }  // extern "C"

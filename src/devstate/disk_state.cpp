@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/export.h"
+#include "diag/log_names.h"
 #include "devstate/disk_layout.h"
 #include "quorix_common_interface.h"
 
@@ -15,7 +16,6 @@ constexpr char kNoSerial[] = "NULL";
 constexpr int kSnFrontNumbers = 78;  // 0..77 front records, 78..86 rear records 0..8
 constexpr int kSnRearNumbers = 9;
 constexpr unsigned char kNvmeBackplaneSlots = 6;
-constexpr unsigned kLogCritical = 3;
 
 qrx::ByteView block() { return qrx::sharedBlock(); }
 
@@ -34,7 +34,7 @@ bool tableOf(int cpldType, Table &table) {
 int backplaneCountLogged(std::size_t offset, int max, const char *format) {
     int n = block().u8(offset);
     if (n <= max) return n;
-    QuorixDebug(kLogCritical, "QRXMONITOR", format, n, max);
+    QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, format, n, max);
     return max;
 }
 

@@ -1,7 +1,6 @@
 // Fan information records: the count, record copies in and out, and the
 // console report with the platform's summary health (slot 12).
 #include <cstdio>
-#include <string>
 
 #include "core/export.h"
 #include "core/slot_table.h"
@@ -13,15 +12,7 @@ using namespace qrx::fan;
 
 qrx::ByteView block() { return qrx::sharedBlock(); }
 
-std::string fanName(std::size_t at) {
-    std::string name;
-    for (std::size_t i = 0; i < kNameLen; ++i) {
-        unsigned char c = block().u8(at + kName + i);
-        if (c == 0) break;
-        name += (c >= 0x20 && c < 0x7F) ? static_cast<char>(c) : '.';
-    }
-    return name;
-}
+using FanName = qrx::ConsoleText<kNameLen>;
 
 }  // namespace
 
@@ -47,7 +38,7 @@ QRX_EXPORT int write_quorix_fan_info(int index, const unsigned char *info) {
 // never shows a speed the fans were not asked for.
 QRX_EXPORT int quorixSetFanSpeedInterface(int fan_index, int duty_percent) {
     if (fan_index < 0 || fan_index >= clampedCount() || duty_percent < 0 || duty_percent > kMaxDuty) return -1;
-    int result = qrx::slotFn<7>()(fan_index, duty_percent);
+    int result = qrx::slotFn<qrx::Slot::SetFanSpeed>()(fan_index, duty_percent);
     if (result == 0) block().setU8(recordOffset(fan_index) + kDuty, static_cast<unsigned char>(duty_percent));
     return result;
 }
@@ -63,11 +54,11 @@ QRX_EXPORT int show_fan_info(void) {
         }
         std::printf("    fan%d: Name: %s; Health: %d; FrontSpeed: %u rpm; RearSpeed: %u rpm; MaxSpeed: %u rpm; "
                     "Duty: %u%%; RotorModel: %u;\n",
-                    i, fanName(at).c_str(), block().u8(at + kHealth), block().u16(at + kFrontSpeed),
+                    i, FanName(block(), at + kName).c_str(), block().u8(at + kHealth), block().u16(at + kFrontSpeed),
                     block().u16(at + kRearSpeed), block().u16(at + kMaxSpeed), block().u8(at + kDuty),
                     block().u8(at + kRotorModel));
     }
-    int health = qrx::slotFn<12>()();
+    int health = qrx::slotFn<qrx::Slot::QuorixGetFanSummaryHealth>()();
     std::printf("    FanSummaryHealth: %d;\n", health);
     return health;
 }

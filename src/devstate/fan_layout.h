@@ -1,10 +1,10 @@
 // Fan region of the shared device-state block.
 //
-// Kept at 0x200000, in a stretch of the block that no other region uses, so
+// Kept at 2097152, in a stretch of the block that no other region uses, so
 // it can grow without moving anything else.
 //
-//   0x200000           u8   number of fans the monitor found (readers clamp it to 16)
-//   0x200001 + 32 x i  32   fan record i, i = 0..15:
+//   2097152           u8   number of fans the monitor found (readers clamp it to 16)
+//   2097153 + 32 x i  32   fan record i, i = 0..15:
 //     +0   u8    present (1 = present)
 //     +1   u8    health: 0 ok, 1 degraded, 2 failed
 //     +2   u16   front rotor speed, rpm
@@ -22,7 +22,7 @@
 
 namespace qrx::fan {
 
-inline constexpr std::size_t kRegionOffset = 0x200000;
+inline constexpr std::size_t kRegionOffset = 2097152;
 inline constexpr std::size_t kCountOffset = kRegionOffset;
 
 inline constexpr std::size_t kRecordsOffset = kRegionOffset + 1;

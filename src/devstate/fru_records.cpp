@@ -4,8 +4,12 @@
 #include <cstring>
 
 #include "core/export.h"
+#include "core/eeprom_map.h"
 #include "core/slot_table.h"
+#include "devstate/board_layout.h"
+#include "devstate/disk_layout.h"
 #include "devstate/flags_layout.h"
+#include "diag/log_names.h"
 #include "quorix_common_interface.h"
 
 namespace {
@@ -14,7 +18,6 @@ using namespace qrx::flags;
 
 constexpr int kFirstProtectedFru = 30;  // devices 30..33 are never written from here
 constexpr int kLastProtectedFru = 33;
-constexpr int kAssetInfoEepromOffset = 29120;
 // The 24256 part: 32 KiB written in 64-byte pages; a write must not cross a
 // page, and an erased byte reads 0xFF.
 constexpr int kEeprom24256Size = 32 * 1024;
@@ -22,14 +25,6 @@ constexpr int kEeprom24256Page = 64;
 constexpr unsigned char kErasedByte = 0xFF;
 
 qrx::ByteView block() { return qrx::sharedBlock(); }
-
-bool markedPresent(std::size_t presence, std::size_t marker) {
-    return block().u8(presence) != 0 && block().u8(marker) == kValidMarker;
-}
-
-bool backplanePresent(int k) {
-    return markedPresent(kBackplanePresenceOffset + kBackplaneStride * k, kBackplaneMarkerOffset + kBackplaneStride * k);
-}
 
 void setAllScans(unsigned char value) {
     for (unsigned k = 0; k < kScanCount; ++k) block().setU8(kScanEnableOffset + k, value);
@@ -41,7 +36,7 @@ extern "C" {
 
 // A short read is a failure, never a partial success.
 QRX_EXPORT int quorix_read_fru(int device, int offset, int length, unsigned char *buffer) {
-    auto read = qrx::slotFn<20>();
+    auto read = qrx::slotFn<qrx::Slot::ReadFru>();
     if (read == nullptr) return -2;
     int got = read(device, offset, length, buffer);
     if (got == length) return length;
@@ -51,7 +46,7 @@ QRX_EXPORT int quorix_read_fru(int device, int offset, int length, unsigned char
 
 QRX_EXPORT int quorix_write_fru(int device, int offset, int length, unsigned char *buffer) {
     if (device >= kFirstProtectedFru && device <= kLastProtectedFru) return -1;
-    auto write = qrx::slotFn<19>();
+    auto write = qrx::slotFn<qrx::Slot::WriteFru>();
     if (write == nullptr) return -2;
     int result = write(device, offset, length, buffer);
     if (result == -1) {
@@ -62,10 +57,10 @@ QRX_EXPORT int quorix_write_fru(int device, int offset, int length, unsigned cha
 }
 
 QRX_EXPORT int QuorixWriteAssetInfo2EEpromInterface(int offset, unsigned char *buffer, int length) {
-    int result = qrx::slotFn<16>()(offset, buffer, length);
-    if (result == 0 && offset == kAssetInfoEepromOffset) {
+    int result = qrx::slotFn<qrx::Slot::QuorixWrite24256EEprom>()(offset, buffer, length);
+    if (result == 0 && offset == qrx::eeprom::kAssetInfoOffset) {
         // New asset data: the BIOS information must reach the CPLD again.
-        std::printf("ForceSetBiosInfo2Cpld when write asset info,offset:0x%x!! \n", kAssetInfoEepromOffset);
+        std::printf("ForceSetBiosInfo2Cpld when write asset info,offset:0x%x!! \n", qrx::eeprom::kAssetInfoOffset);
         block().setU8(kForceBiosInfoToCpldOffset, 1);
     }
     return result;
@@ -79,14 +74,14 @@ QRX_EXPORT int QuorixClearEEPROMInfo(int offset, int length) {
     for (int at = offset; at < end;) {
         const int pageLeft = kEeprom24256Page - at % kEeprom24256Page;
         const int chunk = end - at < pageLeft ? end - at : pageLeft;
-        if (qrx::slotFn<16>()(at, erased, chunk) != 0) {
-            QuorixDebug(2, "QRXMONITOR", "QuorixClearEEPROMInfo: write of %d bytes at %d failed\n", chunk, at);
+        if (qrx::slotFn<qrx::Slot::QuorixWrite24256EEprom>()(at, erased, chunk) != 0) {
+            QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "QuorixClearEEPROMInfo: write of %d bytes at %d failed\n", chunk, at);
             return -1;
         }
         at += chunk;
     }
     // Cleared asset data leaves the CPLD's copy of the BIOS information stale.
-    if (offset <= kAssetInfoEepromOffset && kAssetInfoEepromOffset < end) block().setU8(kForceBiosInfoToCpldOffset, 1);
+    if (offset <= qrx::eeprom::kAssetInfoOffset && qrx::eeprom::kAssetInfoOffset < end) block().setU8(kForceBiosInfoToCpldOffset, 1);
     return 0;
 }
 
@@ -120,17 +115,15 @@ QRX_EXPORT int StopQuorixMonitorScan(void) {
 }
 
 QRX_EXPORT int checkBackPlanePresent(void) {
-    for (int k = 0; k < kBackplaneFirstPass; ++k)
-        if (backplanePresent(k)) return 0;
-    for (int k = kBackplaneFirstPass; k < kBackplaneRecords; ++k)
-        if (backplanePresent(k)) return 0;
+    for (int k = 0; k < qrx::disk::kBackplaneRecords; ++k)
+        if (qrx::disk::backplanePresent(k)) return 0;
     return -1;
 }
 
 QRX_EXPORT int checkFanPlanePresent(void) {
-    if (markedPresent(kFanPlanePresenceOffset, kFanPlaneMarkerOffset)) return 0;
-    if (block().u8(kFanPlanePresenceOffset + kFanPlaneStride) == 0) return -1;
-    return block().u8(kFanPlaneMarkerOffset + kFanPlaneStride) == kValidMarker ? 0 : -1;
+    for (int k = 0; k < qrx::board::kFanPlaneRecords; ++k)
+        if (qrx::board::fanPlanePresent(k)) return 0;
+    return -1;
 }
 
 }  // extern "C"

@@ -18,11 +18,11 @@ int pollReady(std::size_t table, Query query) {
 extern "C" {
 
 QRX_EXPORT int QuorixGetPcieGPUThread(void) {
-    return pollReady(qrx::pcie::kGpuReadinessOffset, qrx::slotFn<146>());
+    return pollReady(qrx::pcie::kGpuReadinessOffset, qrx::slotFn<qrx::Slot::QuorixGetPcieGPUInfo>());
 }
 
 QRX_EXPORT int QuorixGetPcieAcceleratorsThread(void) {
-    return pollReady(qrx::pcie::kAcceleratorReadinessOffset, qrx::slotFn<228>());
+    return pollReady(qrx::pcie::kAcceleratorReadinessOffset, qrx::slotFn<qrx::Slot::QuorixGetPcieAcceleratorsInfo>());
 }
 
 }  // extern "C"

@@ -5,8 +5,8 @@
 // never costs a platform call. Kept behind the fan region, which nothing
 // else uses.
 //
-//   0x200400 + 2 x i  GPU i, i = 0..15:          +0 u8 present (1 = yes), +1 u8 link up (1 = yes)
-//   0x200420 + 2 x i  accelerator i, i = 0..15:  the same two flags
+//   2098176 + 2 x i  GPU i, i = 0..15:          +0 u8 present (1 = yes), +1 u8 link up (1 = yes)
+//   2098208 + 2 x i  accelerator i, i = 0..15:  the same two flags
 #pragma once
 
 #include <cstddef>
@@ -15,8 +15,8 @@
 
 namespace qrx::pcie {
 
-inline constexpr std::size_t kGpuReadinessOffset = 0x200400;
-inline constexpr std::size_t kAcceleratorReadinessOffset = 0x200420;
+inline constexpr std::size_t kGpuReadinessOffset = 2098176;
+inline constexpr std::size_t kAcceleratorReadinessOffset = 2098208;
 inline constexpr int kMaxDevices = 16;
 inline constexpr std::size_t kReadinessSize = 2;
 inline constexpr std::size_t kPresent = 0;

@@ -9,7 +9,6 @@
 #include "core/slot_table.h"
 #include "devstate/psu_layout.h"
 #include "devstate/value_convert.h"
-#include "update/update_internal.h"
 
 namespace {
 
@@ -19,7 +18,6 @@ constexpr unsigned char kPresentValue = 1;
 constexpr unsigned char kTypeNeedingSlot185 = 2;
 constexpr unsigned char kInvalidFill = 255;
 constexpr char kNoSerial[] = "NULL";
-constexpr const char *kPsuImagePath = "/var/psuimage";
 
 qrx::ByteView block() { return qrx::sharedBlock(); }
 
@@ -247,44 +245,16 @@ QRX_EXPORT int ReadQuorixPSUInfo(int index, unsigned char *info) {
 QRX_EXPORT int ShowAllPSUInfo(void) { return showAll(); }
 
 QRX_EXPORT int GetHwPSUInfo(int psu_index, unsigned char *buffer, int length) {
-    int result = qrx::slotFn<28>()(psu_index, buffer, length);
+    int result = qrx::slotFn<qrx::Slot::ReadPsuInfo>()(psu_index, buffer, length);
     int n = clampedCount();
     for (int i = 0; i < n; ++i) {
         qrx::ByteView rec = block().at(fieldOffset(i, 0));
         if (rec.u8(rec::kPresent) != 0 && rec.u8(rec::kType) == kTypeNeedingSlot185) {
-            qrx::slotFn<185>()();
+            qrx::slotFn<qrx::Slot::HandlePsuTypeTwo>()();
             break;
         }
     }
     return result;
-}
-
-// Programs one supply from an image file through the feature library; the
-// record's PSUUpdating byte is 1 while it runs.
-QRX_EXPORT int QuorixUpdatePSU(const char *image, unsigned char psu_index) {
-    if (image == nullptr || access(image, R_OK) != 0) {
-        std::printf("QuorixUpdatePSU: psu%d image %s not found\n", psu_index, image == nullptr ? "(null)" : image);
-        return -1;
-    }
-    bool tracked = psu_index < kMaxRecords;
-    if (tracked) block().setU8(fieldOffset(psu_index, rec::kPsuUpdating), 1);
-    qrx::update::psuUpdateStarted(psu_index, image);  // task-5 bookkeeping
-    int result = qrx::slotFn<56>()(image, psu_index);
-    if (tracked) block().setU8(fieldOffset(psu_index, rec::kPsuUpdating), 0);
-    qrx::update::psuUpdateFinished(psu_index, image, result);
-    std::printf("QuorixUpdatePSU: psu%d from %s %s (%d)\n", psu_index, image, result == 0 ? "done" : "failed", result);
-    return result;
-}
-
-QRX_EXPORT int psu_flash(const char *name) {
-    std::printf("== psu_flash name: %s\n", name == nullptr ? "(null)" : name);
-    std::printf("==   note1:eg: run quorix_monitor_app --flash-psu psu0 means falsh psu0.\n");
-    std::printf("==   note2:/var/psuimage should exist before run this command..\n");
-    if (name == nullptr || std::strstr(name, "psu") == nullptr) return 0;
-    // Parsed from the start of the name: "xpsu1" selects supply 0.
-    int number = 0;
-    if (std::sscanf(name, "psu%d", &number) != 1) number = 0;
-    return QuorixUpdatePSU(kPsuImagePath, static_cast<unsigned char>(number));
 }
 
 }  // extern "C"

@@ -8,17 +8,13 @@
 #include <memory>
 
 #include "core/export.h"
+#include "core/unique.h"
 #include "diag/debug_log.h"
 #include "quorix_common_interface.h"
 
 namespace {
 
 using qrx::diag::kDebugDir;
-
-struct DirCloser {
-    void operator()(DIR *dir) const { closedir(dir); }
-};
-using DirHandle = std::unique_ptr<DIR, DirCloser>;
 
 bool controlFileExists(const char *name) {
     char path[64];
@@ -53,7 +49,7 @@ QRX_EXPORT int GetDebugEanlePath(void) {
 
 QRX_EXPORT int LoadDebugSource(char *slots) {
     using namespace qrx::diag;
-    DirHandle dir(opendir(kDebugDir));
+    qrx::UniqueDir dir(opendir(kDebugDir));
     if (!dir) return 0;
     std::size_t filled = 0;
     while (filled < kModuleSlots) {

@@ -16,12 +16,12 @@
 #include <cstring>
 
 #include "core/export.h"
+#include "diag/log_names.h"
 #include "quorix_common_interface.h"
 
 namespace qrx::diag {
 namespace {
 
-constexpr unsigned kCritical = 3;
 constexpr int kBacktraceDepth = 100;
 constexpr int kFatalStatus = -1;  // seen by the parent as 255
 constexpr std::size_t kModuleNameSize = 32;
@@ -103,7 +103,7 @@ void printBacktrace() {
     }
     for (int i = 0; i < count; ++i) {
         std::printf("%s\n", symbols[i]);
-        QuorixDebug(kCritical, g_moduleName, "%s", symbols[i]);
+        QuorixDebug(qrx::kLogCritical, g_moduleName, "%s", symbols[i]);
     }
     std::free(symbols);
 }
@@ -115,8 +115,8 @@ void fatalReport(const FatalTexts &texts) {
     long tid = static_cast<long>(syscall(SYS_gettid));
     std::printf("  Thread %ld (%s) received %s\n", tid, threadName, texts.signalName);
     std::printf(texts.consoleEnd, g_moduleName);
-    QuorixDebug(kCritical, g_moduleName, "  Thread %ld (%s) received %s", tid, threadName, texts.signalName);
-    QuorixDebug(kCritical, g_moduleName, "%s", texts.logEnd);
+    QuorixDebug(qrx::kLogCritical, g_moduleName, "  Thread %ld (%s) received %s", tid, threadName, texts.signalName);
+    QuorixDebug(qrx::kLogCritical, g_moduleName, "%s", texts.logEnd);
     _exit(kFatalStatus);
 }
 
@@ -131,7 +131,7 @@ void onSignal(int signum) {
             return;
         case Action::Quit:
             std::puts(entry->line);
-            QuorixDebug(kCritical, g_moduleName, "%s", entry->line);
+            QuorixDebug(qrx::kLogCritical, g_moduleName, "%s", entry->line);
             return;
         case Action::Abort:
             std::puts(entry->line);

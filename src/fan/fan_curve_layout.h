@@ -1,11 +1,11 @@
 // Fan-control curves, PWM outputs and the raise setting in the shared block.
 //
-//   0x00FF26            u8   number of PWM outputs
-//   0x618FF4            u8   number of curves in use
-//   0x618FF7 + 202 id   202  curve record id
-//   0x61C277 + n        u8   final PWM of output n
-//   0x61C28D            u8   PWM raise when one fan is missing
-//   0x622252 + 4 n      4    output n: u16 sensor index, u8 effective type, u8 effective PWM
+//   65318            u8   number of PWM outputs
+//   6393844            u8   number of curves in use
+//   6393847 + 202 id   202  curve record id
+//   6406775 + n        u8   final PWM of output n
+//   6406797            u8   PWM raise when one fan is missing
+//   6431314 + 4 n      4    output n: u16 sensor index, u8 effective type, u8 effective PWM
 //
 // Curve record (byte-packed, little-endian):
 //   0 type (0 none, 1 PID, 2 linear, 3 PID_BJ)   1 enabled (1)
@@ -27,14 +27,18 @@
 
 namespace qrx::fancurve {
 
-inline constexpr std::size_t kPwmCountOffset = 0xFF26;
-inline constexpr std::size_t kCurveCountOffset = 0x618FF4;
-inline constexpr std::size_t kCurvesOffset = 0x618FF7;
+inline constexpr std::size_t kPwmCountOffset = 65318;
+inline constexpr std::size_t kCurveCountOffset = 6393844;
+inline constexpr std::size_t kCurvesOffset = 6393847;
 inline constexpr std::size_t kCurveSize = 202;
-inline constexpr std::size_t kFinalPwmOffset = 0x61C277;
-inline constexpr std::size_t kMissingFanRaiseOffset = 0x61C28D;
-inline constexpr std::size_t kOutputsOffset = 0x622252;
+inline constexpr std::size_t kFinalPwmOffset = 6406775;
+inline constexpr std::size_t kMissingFanRaiseOffset = 6406797;
+inline constexpr std::size_t kOutputsOffset = 6431314;
 inline constexpr std::size_t kOutputSize = 4;
+// Room the block leaves: curves up to the final PWM bytes, outputs up to the raise byte.
+inline constexpr int kMaxCurves = (kFinalPwmOffset - kCurvesOffset) / kCurveSize;
+inline constexpr int kMaxOutputs = kMissingFanRaiseOffset - kFinalPwmOffset;
+static_assert(kMaxCurves == 64 && kMaxOutputs == 22, "curve and output room");
 
 enum CurveType : std::uint8_t { kTypeNone = 0, kTypePid = 1, kTypeLinear = 2, kTypePidBj = 3 };
 inline constexpr unsigned kTypeCount = 4;

@@ -54,6 +54,7 @@ static_assert(groupTotal() == 814, "the table has 814 sensors");
 
 struct Table {
     QuorixTempSensorDesc entries[814];
+    bool namesFit = true;  // every name within its 31 characters
 };
 
 class NameBuilder {
@@ -99,13 +100,14 @@ constexpr Table buildTable() {
                 name.number(k % g.per);
             }
             name.text(g.suffix);
-            if (name.length() > 31) throw "sensor name too long";
+            if (name.length() > 31) t.namesFit = false;
         }
     }
     return t;
 }
 
 constexpr Table kTable = buildTable();
+static_assert(kTable.namesFit, "sensor name too long");
 
 constexpr bool named(int number, const char *expected) {
     const char *name = kTable.entries[number].name;

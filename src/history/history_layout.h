@@ -10,17 +10,17 @@
 // A record of 216 0xFF bytes is erased; a zero record was never filled.
 //
 // Shared-block readings (device-state regions, read only here):
-//   0x0FF3C + 9j   u8   class-0 device j present (1)   j = 0..39
-//   0x0FF3D + 9j   u16  class-0 device j reading
-//   0x10816 + 159i u8   supply i present (1)            i = 0..7
-//   0x1082F + 159i f32  supply i reading (input power)
-//   0x1153C        u16  total power
-//   0x13823        f32  class-3 reading; 255 means absent
+//   65340 + 9j   u8   class-0 device j present (1)   j = 0..39
+//   65341 + 9j   u16  class-0 device j reading
+//   PSU record i (psu_layout.h): present (1) and input power, i = 0..7
+//   70972        u16  total power
+//   79907        f32  class-3 reading; 255 means absent
 #pragma once
 
 #include <cstddef>
 
 #include "core/byte_access.h"
+#include "devstate/psu_layout.h"
 
 namespace qrx::history {
 
@@ -54,14 +54,14 @@ inline constexpr int kWorkWords = 3 * kChannels;
 static_assert(kWorkWords * 4 == 600, "working area size");
 
 // Shared-block readings.
-inline constexpr std::size_t kDevicePresentBase = 0xFF3C;
-inline constexpr std::size_t kDeviceReadingBase = 0xFF3D;
+inline constexpr std::size_t kDevicePresentBase = 65340;
+inline constexpr std::size_t kDeviceReadingBase = 65341;
 inline constexpr std::size_t kDeviceStride = 9;
-inline constexpr std::size_t kSupplyPresentBase = 0x10816;
-inline constexpr std::size_t kSupplyReadingBase = 0x1082F;
-inline constexpr std::size_t kSupplyStride = 159;
-inline constexpr std::size_t kTotalPowerOffset = 0x1153C;
-inline constexpr std::size_t kClass3ReadingOffset = 0x13823;
+inline constexpr std::size_t kSupplyPresentBase = psu::kRecordsOffset + psu::rec::kPresent;
+inline constexpr std::size_t kSupplyReadingBase = psu::kRecordsOffset + psu::rec::kInputPower;
+inline constexpr std::size_t kSupplyStride = psu::kRecordSize;
+inline constexpr std::size_t kTotalPowerOffset = 70972;
+inline constexpr std::size_t kClass3ReadingOffset = 79907;
 inline constexpr unsigned kClass3Absent = 255;
 
 // Device-scan classes that gate the channels; a scan byte of 2 means "sample".

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "core/export.h"
+#include "diag/log_names.h"
 #include "ipc/wire_records.h"
 #include "quorix_common_interface.h"
 #include "quorix_platform.h"
@@ -15,8 +16,6 @@
 namespace qrx::ipc {
 namespace {
 
-constexpr const char *kModule = "QRXDIAG";
-constexpr unsigned kCritical = 3;
 constexpr int kQueueFlags = IPC_CREAT | 0666;
 
 int createQueue(int key) {
@@ -24,17 +23,40 @@ int createQueue(int key) {
     if (id == -1) {
         int err = errno;
         // The ideographic space after "MsgQueue" belongs to the message.
-        QuorixDebug(kCritical, kModule, "Error creating thread MsgQueue\u3000key :%dErroNo:%d", key, err);
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "Error creating thread MsgQueue\u3000key :%dErroNo:%d", key,
+                    err);
         return -1;
     }
     return id;
 }
 
+int readQueue(int msgid, void *buffer, int size) {
+    unsigned char frame[kFrameBufferSize] = {};
+    if (msgid == -1 || buffer == nullptr || size < 0) {
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "QuorixReadMsgQueue Error");
+        return -1;
+    }
+    std::memset(buffer, 0, static_cast<std::size_t>(size));
+    ssize_t rc = sigwrap_msgrcv(msgid, frame, kReceiveTextSize, 0, 0);
+    if (rc == -1) {
+        int err = errno;
+        std::printf("[Error]: read the msgid date error: msgid=%d, RetVal=%d;errorNo:%d", msgid, static_cast<int>(rc),
+                    err);
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "Read the msgid date error: msgid=%d, RetVal=%d;errorNo:%d\n",
+                    msgid, static_cast<int>(rc), err);
+        return -1;
+    }
+    std::memcpy(buffer, frame + kFramePayloadOffset, static_cast<std::size_t>(std::min(size, kMaxPayload)));
+    return 0;
+}
+
+}  // namespace
+
 int writeQueue(int key, const void *data, int size) {
     unsigned char frame[kFrameBufferSize] = {};
     frame[kFrameMarkerOffset] = kFrameMarker;
     if (size > kMaxPayload || size < 0 || data == nullptr) {
-        QuorixDebug(kCritical, kModule, "QuorixWriteMsgQueue Error Size:%d;Max:%d", size, kMaxPayload);
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "QuorixWriteMsgQueue Error Size:%d;Max:%d", size, kMaxPayload);
         return -1;
     }
     std::memcpy(frame + kFramePayloadOffset, data, static_cast<std::size_t>(size));
@@ -45,33 +67,11 @@ int writeQueue(int key, const void *data, int size) {
     // text; the receiver reassembles the payload from offset 1.
     if (sigwrap_msgsnd(id, frame, static_cast<std::size_t>(size), IPC_NOWAIT) == -1) {
         int err = errno;
-        QuorixDebug(kCritical, kModule, "Send MsgQueue Error MsgId:%d;ErrNo:%d", id, err);
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "Send MsgQueue Error MsgId:%d;ErrNo:%d", id, err);
         return -1;
     }
     return 0;
 }
-
-int readQueue(int msgid, void *buffer, int size) {
-    unsigned char frame[kFrameBufferSize] = {};
-    if (msgid == -1 || buffer == nullptr || size < 0) {
-        QuorixDebug(kCritical, kModule, "QuorixReadMsgQueue Error");
-        return -1;
-    }
-    std::memset(buffer, 0, static_cast<std::size_t>(size));
-    ssize_t rc = sigwrap_msgrcv(msgid, frame, kReceiveTextSize, 0, 0);
-    if (rc == -1) {
-        int err = errno;
-        std::printf("[Error]: read the msgid date error: msgid=%d, RetVal=%d;errorNo:%d", msgid, static_cast<int>(rc),
-                    err);
-        QuorixDebug(kCritical, kModule, "Read the msgid date error: msgid=%d, RetVal=%d;errorNo:%d\n", msgid,
-                    static_cast<int>(rc), err);
-        return -1;
-    }
-    std::memcpy(buffer, frame + kFramePayloadOffset, static_cast<std::size_t>(std::min(size, kMaxPayload)));
-    return 0;
-}
-
-}  // namespace
 }  // namespace qrx::ipc
 
 extern "C" {

@@ -12,7 +12,7 @@
 namespace qrx::ipc {
 
 int writeNamedPipe(const char *path, unsigned char *buffer, int length) {
-    auto write = slotFn<150>();
+    auto write = slotFn<Slot::QuorixWritePipe>();
     if (write == nullptr) return -1;
     return write(path, buffer, length);
 }

@@ -21,54 +21,18 @@ std::uint32_t localSeconds() {
     return static_cast<std::uint32_t>(static_cast<long long>(now) + offset);
 }
 
-int postToIdl(QuorixIdlRecord record) {
-    ByteView rec(record.bytes);
-    std::uint8_t logType = rec.u8(kIdlLogTypeOffset);
-    if (logType > kIdlLogStampTime) {
-        std::printf("the IDL Log Type(%d) is Error\n", logType);
-        return 1;  // not -1: callers tell a refused record from a failed send
-    }
-    if (logType == kIdlLogStampTime) rec.setU32(kIdlTimeOffset, localSeconds());
-    unsigned char payload[kRequestPayloadSize] = {};
-    payload[kRequestCodeOffset] = kRequestCodeIdl;
-    std::memcpy(payload + kRequestRecordOffset, record.bytes, kIdlRecordSize);
-    return QuorixWriteMsgQueue(kIdlQueueKey, payload, kRequestPayloadSize);
-}
-
 int postToMca(const QuorixMcaRecord &record) {
     unsigned char payload[kRequestPayloadSize] = {};
     payload[kRequestCodeOffset] = kRequestCodeMca;
     std::memcpy(payload + kRequestRecordOffset, record.bytes, kMcaRecordSent);
-    return QuorixWriteMsgQueue(kMcaQueueKey, payload, kRequestPayloadSize);
+    return writeQueue(kMcaQueueKey, payload, kRequestPayloadSize);
 }
 
-int sendToIpmiMain(std::uint8_t command, const unsigned char *event) {
-    unsigned char record[kIpmiMainRecordSize] = {};
-    record[kIpmiMainCommandOffset] = command;
-    if (event != nullptr) std::memcpy(record + kIpmiMainEventOffset, event, kSelEventSize);
-    return writeNamedPipe(kIpmiMainPipe, record, static_cast<int>(kIpmiMainRecordSize));
-}
 
 int postCollectorRequest(const char *pipe) {
     unsigned char record[kCollectorRecordSize] = {};
     record[0] = kCollectorRequest;
     return writeNamedPipe(pipe, record, static_cast<int>(kCollectorRecordSize));
-}
-
-int addTaskFailToSel(std::uint8_t kind, std::uint8_t taskId, std::uint8_t status) {
-    // Deliberately not restored: the calling thread keeps this name.
-    prctl(PR_SET_NAME, "QuorixAddTaskFailToSEL", 0, 0, 0);
-    QuorixSelEvent event{};
-    ByteView sel(event.bytes);
-    sel.setU8(kSelGeneratorOffset, kSelGeneratorBmc);
-    sel.setU8(kSelSensorTypeOffset, kTaskSelSensorType);
-    sel.setU8(kSelSensorNumberOffset, kTaskSelSensorNumber);
-    sel.setU8(kSelEventTypeOffset, kind);
-    sel.setU8(kSelEventData1Offset, kTaskSelEventData1);
-    sel.setU8(kSelEventData2Offset, taskId);
-    sel.setU8(kSelEventData3Offset, status);
-    QuorixAddSELToIPMIMain(event);
-    return 0;
 }
 
 bool validNotice(unsigned msgType, unsigned taskId) {
@@ -91,6 +55,43 @@ int notifyTaskThread(unsigned msgType, unsigned taskId) {
 }
 
 }  // namespace
+int sendToIpmiMain(std::uint8_t command, const unsigned char *event) {
+    unsigned char record[kIpmiMainRecordSize] = {};
+    record[kIpmiMainCommandOffset] = command;
+    if (event != nullptr) std::memcpy(record + kIpmiMainEventOffset, event, kSelEventSize);
+    return writeNamedPipe(kIpmiMainPipe, record, static_cast<int>(kIpmiMainRecordSize));
+}
+
+int postToIdl(QuorixIdlRecord record) {
+    ByteView rec(record.bytes);
+    std::uint8_t logType = rec.u8(kIdlLogTypeOffset);
+    if (logType > kIdlLogStampTime) {
+        std::printf("the IDL Log Type(%d) is Error\n", logType);
+        return 1;  // not -1: callers tell a refused record from a failed send
+    }
+    if (logType == kIdlLogStampTime) rec.setU32(kIdlTimeOffset, localSeconds());
+    unsigned char payload[kRequestPayloadSize] = {};
+    payload[kRequestCodeOffset] = kRequestCodeIdl;
+    std::memcpy(payload + kRequestRecordOffset, record.bytes, kIdlRecordSize);
+    return writeQueue(kIdlQueueKey, payload, kRequestPayloadSize);
+}
+
+int addTaskFailToSel(std::uint8_t kind, std::uint8_t taskId, std::uint8_t status) {
+    // Deliberately not restored: the calling thread keeps this name.
+    prctl(PR_SET_NAME, "QuorixAddTaskFailToSEL", 0, 0, 0);
+    QuorixSelEvent event{};
+    ByteView sel(event.bytes);
+    sel.setU8(kSelGeneratorOffset, kSelGeneratorBmc);
+    sel.setU8(kSelSensorTypeOffset, kTaskSelSensorType);
+    sel.setU8(kSelSensorNumberOffset, kTaskSelSensorNumber);
+    sel.setU8(kSelEventTypeOffset, kind);
+    sel.setU8(kSelEventData1Offset, kTaskSelEventData1);
+    sel.setU8(kSelEventData2Offset, taskId);
+    sel.setU8(kSelEventData3Offset, status);
+    sendToIpmiMain(kIpmiMainAddSel, event.bytes);
+    return 0;
+}
+
 }  // namespace qrx::ipc
 
 extern "C" {

@@ -31,12 +31,11 @@ inline constexpr std::uint8_t kFrameMarker = 1;
 inline constexpr int kMaxPayload = 1024;
 inline constexpr std::size_t kReceiveTextSize = kFrameSize;
 
-// IDL request record.
+// IDL request record: log type, source, time stamp, then the body from byte 12.
 inline constexpr std::size_t kIdlRecordSize = 296;
 inline constexpr std::size_t kIdlLogTypeOffset = 0;
 inline constexpr std::size_t kIdlSourceOffset = 4;
 inline constexpr std::size_t kIdlTimeOffset = 8;
-inline constexpr std::size_t kIdlBodyOffset = 12;
 inline constexpr std::uint8_t kIdlLogKeepTime = 0;
 inline constexpr std::uint8_t kIdlLogStampTime = 1;
 static_assert(sizeof(QuorixIdlRecord) == kIdlRecordSize, "IDL record is 296 bytes");
@@ -57,7 +56,8 @@ inline constexpr std::size_t kIdlEventData1Offset = 16;
 inline constexpr std::size_t kIdlEventData2Offset = 17;
 inline constexpr std::size_t kIdlLabelOffset = 19;
 inline constexpr std::size_t kIdlLabelMax = 15;
-inline constexpr std::size_t kIdlLabelEndOffset = 39;  // 0x0A
+inline constexpr std::size_t kIdlLabelEndOffset = 39;
+inline constexpr std::uint8_t kIdlLabelEnd = 0x0A;
 
 // Queue payloads of the IDL and MCA requests.
 inline constexpr int kRequestPayloadSize = 300;
@@ -78,9 +78,9 @@ inline constexpr std::uint8_t kIpmiMainAddSel = 0;
 inline constexpr std::uint8_t kIpmiMainReload = 1;
 static_assert(sizeof(QuorixSelEvent) == 12, "SEL request is 12 bytes");
 
-// Event record of a failed (or recovered) update task.
+// SEL event record (byte 2, the EvM revision, stays 0); the values are those
+// of a failed (or recovered) update task.
 inline constexpr std::size_t kSelGeneratorOffset = 0;
-inline constexpr std::size_t kSelEvmRevOffset = 2;
 inline constexpr std::size_t kSelSensorTypeOffset = 3;
 inline constexpr std::size_t kSelSensorNumberOffset = 4;
 inline constexpr std::size_t kSelEventTypeOffset = 5;
@@ -108,9 +108,16 @@ inline constexpr unsigned kNoticeAllTasks = 255;
 // Writes length bytes to the named pipe through slot 150; -1 when the slot
 // is empty. Returns the bytes written.
 int writeNamedPipe(const char *path, unsigned char *buffer, int length);
+// The library's senders, as QuorixWriteMsgQueue, QuorixPostReqToIDL and
+// QuorixAddTaskFailToSEL do them.
+int writeQueue(int key, const void *data, int size);
+int postToIdl(QuorixIdlRecord record);
+int addTaskFailToSel(std::uint8_t kind, std::uint8_t taskId, std::uint8_t status);
+// One record to IPMI-main: command, then the 9-byte SEL event (none for a reload).
+int sendToIpmiMain(std::uint8_t command, const unsigned char *event);
 
-// IDL record builder for the library's own senders (power policy, update
-// runs, SNMP and SMTP requests).
+// IDL record builder for every record the library sends (text lines of the
+// power policy, update runs, SNMP and SMTP requests; disk sensor events).
 class IdlRecord {
 public:
     IdlRecord() : record_{} {}
@@ -134,6 +141,18 @@ public:
         std::memset(record_.bytes + kIdlTextOffset, 0, kIdlRecordSize - kIdlTextOffset);
         if (text != nullptr) std::memcpy(record_.bytes + kIdlTextOffset, text, ::strnlen(text, kIdlTextMax));
         return *this;
+    }
+    // Sensor event: type, number, event type and data bytes 1 and 2, then a
+    // label of up to 15 characters ended by 0x0A.
+    IdlRecord &sensorEvent(std::uint8_t sensorType, std::uint8_t number, std::uint8_t eventType, std::uint8_t data1,
+                           std::uint8_t data2, const char *label) {
+        set(kIdlSensorTypeOffset, sensorType);
+        set(kIdlSensorNumberOffset, number);
+        set(kIdlEventTypeOffset, eventType);
+        set(kIdlEventData1Offset, data1);
+        set(kIdlEventData2Offset, data2);
+        view().copyIn(kIdlLabelOffset, label, strnlen(label, kIdlLabelMax));
+        return set(kIdlLabelEndOffset, kIdlLabelEnd);
     }
     const QuorixIdlRecord &record() const { return record_; }
 

@@ -2,8 +2,10 @@
 // EEPROM, cached in the shared block for every daemon.
 #include <cstdint>
 
+#include "core/eeprom_map.h"
 #include "core/export.h"
 #include "core/shared_block.h"
+#include "core/slot_table.h"
 #include "power/power_layout.h"
 #include "quorix_common_interface.h"
 
@@ -17,7 +19,7 @@ int getCached(std::size_t cacheOffset, int eepromOffset, int (*invalid)(unsigned
     std::uint8_t cached = block.u8(cacheOffset);
     if (cached < pw::kCfgNotRead) return cached;
     unsigned char value = pw::kCfgNotRead;
-    QuorixReadMainBoardEEprom(eepromOffset, &value, 1);
+    qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(eepromOffset, &value, 1);
     if (invalid(value)) {
         block.setU8(cacheOffset, 0);
         return 0;
@@ -28,7 +30,7 @@ int getCached(std::size_t cacheOffset, int eepromOffset, int (*invalid)(unsigned
 
 int setCached(std::size_t cacheOffset, int eepromOffset, int (*invalid)(unsigned char), unsigned char value) {
     if (invalid(value)) return -1;
-    QuorixWriteMainBoardEEprom(eepromOffset, &value, 1);
+    qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(eepromOffset, &value, 1);
     qrx::sharedBlock().setU8(cacheOffset, value);
     return 0;
 }
@@ -47,19 +49,19 @@ QRX_EXPORT int IsSolCfgValid(unsigned char value) {
 }
 
 QRX_EXPORT int QuorixGetComCfg(void) {
-    return getCached(pw::kComCfgCacheOffset, pw::kComCfgEepromOffset, IsComCfgValid);
+    return getCached(pw::kComCfgCacheOffset, qrx::eeprom::kComCfgOffset, IsComCfgValid);
 }
 
 QRX_EXPORT int QuorixSetComCfg(unsigned char value) {
-    return setCached(pw::kComCfgCacheOffset, pw::kComCfgEepromOffset, IsComCfgValid, value);
+    return setCached(pw::kComCfgCacheOffset, qrx::eeprom::kComCfgOffset, IsComCfgValid, value);
 }
 
 QRX_EXPORT int QuorixGetSolCfg(void) {
-    return getCached(pw::kSolCfgCacheOffset, pw::kSolCfgEepromOffset, IsSolCfgValid);
+    return getCached(pw::kSolCfgCacheOffset, qrx::eeprom::kSolCfgOffset, IsSolCfgValid);
 }
 
 QRX_EXPORT int QuorixSetSolCfg(unsigned char value) {
-    return setCached(pw::kSolCfgCacheOffset, pw::kSolCfgEepromOffset, IsSolCfgValid, value);
+    return setCached(pw::kSolCfgCacheOffset, qrx::eeprom::kSolCfgOffset, IsSolCfgValid, value);
 }
 
 }  // extern "C"

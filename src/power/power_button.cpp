@@ -25,8 +25,8 @@ QRX_EXPORT int QuorixBMCControlPwrBtnmutexInit(void) {
 
 QRX_EXPORT int QuorixBMCControlPwrBtnGetSet(void) {
     pthread_mutex_lock(&PwrBtnmutex);
-    int buttonInfo = QuorixGetMBCPLDButtonInfo();
-    qrx::slotFn<78>()(buttonInfo);
+    int buttonInfo = qrx::slotFn<qrx::Slot::QuorixGetMBCPLDButtonInfo>()();
+    qrx::slotFn<qrx::Slot::QuorixBMCControlPWRON>()(buttonInfo);
     pthread_mutex_unlock(&PwrBtnmutex);
     return 0;
 }

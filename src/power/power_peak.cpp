@@ -8,6 +8,9 @@
 #include "core/completion_codes.h"
 #include "core/byte_access.h"
 #include "core/export.h"
+#include "core/slot_table.h"
+#include "core/eeprom_map.h"
+#include "diag/log_names.h"
 #include "power/power_layout.h"
 #include "quorix_common_interface.h"
 #include "quorix_platform.h"
@@ -34,9 +37,9 @@ QRX_EXPORT int QuorixGetPowerPeakConfigInterface(unsigned char *request, int len
     }
     if (g_powerPeakDelay == pw::kPowerPeakNotRead) {
         unsigned char raw[2] = {};
-        int got = QuorixReadMainBoardEEprom(pw::kPowerPeakEepromOffset, raw, 2);
+        int got = qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(qrx::eeprom::kPowerPeakOffset, raw, 2);
         if (got != 2) {
-            QuorixDebug(3, "QRXMONITOR", "Read power peak config from EEPROM failed! retval=%d", got);
+            QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Read power peak config from EEPROM failed! retval=%d", got);
             response[0] = kCcEepromFailed;
             return 1;
         }
@@ -64,7 +67,7 @@ QRX_EXPORT int QuorixSetPowerPeakConfigInterface(unsigned char *request, int len
     g_powerPeakDelay = value;
     unsigned char raw[2];
     qrx::ByteView(raw).setU16(0, value);
-    int written = QuorixWriteMainBoardEEprom(pw::kPowerPeakEepromOffset, raw, 2);
+    int written = qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(qrx::eeprom::kPowerPeakOffset, raw, 2);
     response[0] = written == 2 ? kCcOk : kCcEepromFailed;
     return 1;
 }
@@ -73,11 +76,11 @@ QRX_EXPORT int RunPowerPeakSleep(void) {
     unsigned char response[3] = {};
     QuorixGetPowerPeakConfigInterface(nullptr, 0, response);
     if (response[0] != kCcOk) {
-        QuorixDebug(3, "QRXMONITOR", "Get Quorix power peak config failed!");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Get Quorix power peak config failed!");
         return -1;
     }
     unsigned maxDelay = qrx::ByteView(response).u16(1);
-    QuorixDebug(3, "QRXMONITOR", "Quorix power peak config, state: %d, Max delay time:%d", response[0], maxDelay);
+    QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Quorix power peak config, state: %d, Max delay time:%d", response[0], maxDelay);
     // 600 is a valid setting but does not delay; kept as the policy daemon expects.
     if (maxDelay >= 1 && maxDelay <= 599) {
         unsigned char random[4] = {};
@@ -86,7 +89,7 @@ QRX_EXPORT int RunPowerPeakSleep(void) {
         std::uint32_t delayMs = r % (maxDelay * 1000u + 1u);
         unsigned seconds = delayMs / 1000u;
         unsigned millis = delayMs % 1000u;
-        QuorixDebug(3, "QRXMONITOR", "Chassis power on, max delay time=%ds, delay time=%ds,%dms", maxDelay, seconds,
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Chassis power on, max delay time=%ds, delay time=%ds,%dms", maxDelay, seconds,
                     millis);
         std::printf("[Note]: Chassis power on, max delay time=%ds, delay time=%ds,%dms\n", maxDelay, seconds, millis);
         std::fflush(stdout);

@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/eeprom_map.h"
 #include "core/export.h"
 #include "core/shared_block.h"
 #include "core/slot_table.h"
+#include "diag/log_names.h"
 #include "ipc/wire_records.h"
 #include "power/power_layout.h"
 #include "quorix_common_interface.h"
@@ -17,6 +19,7 @@ namespace {
 namespace pw = qrx::power;
 
 constexpr unsigned char kIdlSourcePowerPolicy = 0x14;
+constexpr unsigned char kIdlTextKind = 0;
 constexpr unsigned char kIdlTextFlag = 1;
 constexpr const char *kPolicyNotStartText =
     "Power button has been pressed before power policy starting,So power policy no start";
@@ -35,7 +38,8 @@ QRX_EXPORT int IsPowerPolicyNeedRun(void) {
 
 QRX_EXPORT int ClearPowerButtonPressFaileFlag(void) {
     if (unlink(pw::kPressMarkerPath) != 0)
-        QuorixDebug(3, "QRXMONITOR", "Unlink %s fail in ClearPowerButtonPressFaileFlag \n", pw::kPressMarkerPath);
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Unlink %s fail in ClearPowerButtonPressFaileFlag \n",
+                    pw::kPressMarkerPath);
     return 0;
 }
 
@@ -44,27 +48,22 @@ QRX_EXPORT int LoggingPowerPolicyNotStartCause(int value) {
     if (value != 0) return -1;
     ClearPowerButtonPressFaileFlag();
     namespace w = qrx::ipc;
-    QuorixIdlRecord record;
-    std::memset(&record, 0, sizeof record);
-    qrx::ByteView r(record.bytes);
-    r.setU8(w::kIdlLogTypeOffset, w::kIdlLogStampTime);
-    r.setU8(w::kIdlSourceOffset, kIdlSourcePowerPolicy);
-    r.setU8(w::kIdlTextMarkerOffset, w::kIdlTextMarker);
-    r.setU8(w::kIdlTextFlagOffset, kIdlTextFlag);
-    std::size_t length = std::min(std::strlen(kPolicyNotStartText), w::kIdlTextMax);
-    r.copyIn(w::kIdlTextOffset, kPolicyNotStartText, length);
-    QuorixPostReqToIDL(record);
+    w::IdlRecord record;
+    record.logType(w::kIdlLogStampTime)
+        .source(kIdlSourcePowerPolicy)
+        .textLine(kIdlTextKind, kIdlTextFlag, kPolicyNotStartText);
+    w::postToIdl(record.record());
     return 0;
 }
 
 QRX_EXPORT int QuorixEEPROMWritePowerStatus(unsigned char *buffer) {
     if (buffer == nullptr) {
-        QuorixDebug(2, "QRXMONITOR", "NULL buffer pointer passed into read policy!");
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "NULL buffer pointer passed into read policy!");
         return -3;
     }
-    int done = QuorixWriteMainBoardEEprom(pw::kPowerStatusEepromOffset, buffer, 1);
+    int done = qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(qrx::eeprom::kPowerStatusOffset, buffer, 1);
     if (done != 1) {
-        QuorixDebug(2, "QRXMONITOR", "Write power status from EEPROM failed! retval=%d", done);
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Write power status from EEPROM failed! retval=%d", done);
         return -2;
     }
     return 0;
@@ -72,32 +71,33 @@ QRX_EXPORT int QuorixEEPROMWritePowerStatus(unsigned char *buffer) {
 
 QRX_EXPORT int QuorixEEPROMReadPowerStatus(unsigned char *buffer) {
     if (buffer == nullptr) {
-        QuorixDebug(2, "QRXMONITOR", "NULL buffer pointer passed into read power  status!");
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "NULL buffer pointer passed into read power  status!");
         return -3;
     }
-    int done = QuorixReadMainBoardEEprom(pw::kPowerStatusEepromOffset, buffer, 1);
+    int done = qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(qrx::eeprom::kPowerStatusOffset, buffer, 1);
     if (done != 1) {
-        QuorixDebug(2, "QRXMONITOR", "Read power last status from EEPROM failed! retval=%d", done);
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Read power last status from EEPROM failed! retval=%d", done);
         return -2;
     }
     return 0;
 }
 
 QRX_EXPORT int QuorixMonitorPowerStatus(int a, int b, int c) {
-    unsigned char state = static_cast<unsigned char>(qrx::slotFn<2>()(a, b, c));
+    unsigned char state = static_cast<unsigned char>(qrx::slotFn<qrx::Slot::checkSystemPowerOk>()(a, b, c));
     qrx::sharedBlock().setU8(pw::kCurrentPowerStateOffset, state);
     if (state == g_lastPowerState) return 0;
     g_lastPowerState = state;
     if (state == 0) {
         sleep(kAcFailSettleSeconds);
-        if (GetACFailFromCPLD()) {
+        if (qrx::slotFn<qrx::Slot::GetACFailFromCPLD>()()) {
             // Keep the state from before the outage for the power-on policy.
-            QuorixDebug(3, "QRXMONITOR", "MBCPLD detected AC_FAIL, stop write power status to EEPROM.");
+            QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+                        "MBCPLD detected AC_FAIL, stop write power status to EEPROM.");
             return 0;
         }
     }
     QuorixEEPROMWritePowerStatus(&state);
-    QuorixDebug(3, "QRXMONITOR", "Write power status to EEPROM. Status=%d", state);
+    QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Write power status to EEPROM. Status=%d", state);
     return 0;
 }
 

@@ -21,10 +21,10 @@ float truncateReading(float value) {
 // The slot's result is the reading; the float it is handed is scratch space
 // for the platform and is not looked at afterwards. An unbound library or an
 // empty slot reads as 0 rather than faulting in the monitor's loop.
-template <int Slot>
+template <Slot S>
 float readWhole(int sensorType, int sensorIndex) {
     if (intf_handle == nullptr) return 0.0f;
-    auto fn = slotFn<Slot>();
+    auto fn = slotFn<S>();
     if (fn == nullptr) return 0.0f;
     float scratch = 0.0f;
     return truncateReading(fn(sensorType, sensorIndex, &scratch));
@@ -42,7 +42,7 @@ inline constexpr int kAssert = 1;
 int setDiscreteState(int deviceType, int index, int previous, int next) {
     if (next < 0 || next >= kEventOffsets || previous < kNoEvent || previous >= kEventOffsets) return -1;
     if (previous == next) return 0;
-    auto control = slotFn<49>();
+    auto control = slotFn<Slot::QuorixCPUMEMStatCtrl>();
     if (previous != kNoEvent) {
         int result = control(deviceType, index, previous, kDeassert);
         if (result != 0) return result;
@@ -55,11 +55,11 @@ int setDiscreteState(int deviceType, int index, int previous, int next) {
 extern "C" {
 
 QRX_EXPORT float QuorixGetTempSensorReading(int sensor_type, int sensor_index) {
-    return qrx::sensor::readWhole<24>(sensor_type, sensor_index);
+    return qrx::sensor::readWhole<qrx::Slot::ReadTempSensor>(sensor_type, sensor_index);
 }
 
 QRX_EXPORT float QuorixGetPowerSensorReading(int sensor_type, int sensor_index) {
-    return qrx::sensor::readWhole<25>(sensor_type, sensor_index);
+    return qrx::sensor::readWhole<qrx::Slot::ReadPowerSensor>(sensor_type, sensor_index);
 }
 
 QRX_EXPORT int QuorixSetSensorReading(int device_type, int index, int previous_offset, int event_offset) {

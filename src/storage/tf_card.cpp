@@ -2,16 +2,18 @@
 // previous copy per directory, version lookup, listing and a self-test.
 #include <dirent.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <memory>
-#include <string>
 
 #include "core/export.h"
 #include "core/shell_command.h"
+#include "core/unique.h"
+#include "diag/log_names.h"
 #include "quorix_common_interface.h"
 #include "quorix_platform.h"
 
@@ -31,21 +33,30 @@ constexpr int kTestFailed = 0xCC;
 constexpr int kTestNoCard = 0x80;
 constexpr char kTestText[] = "Test ok!";
 
-struct DirClose {
-    void operator()(DIR *d) const { closedir(d); }
+// A path on the card. One longer than the system takes stays empty, so every
+// call on it fails as it would have failed on the long path.
+struct CardPath {
+    char text[PATH_MAX];
+    __attribute__((format(printf, 2, 3))) explicit CardPath(const char *format, ...) {
+        va_list args;
+        va_start(args, format);
+        int n = std::vsnprintf(text, sizeof text, format, args);
+        va_end(args);
+        if (n < 0 || n >= static_cast<int>(sizeof text)) text[0] = '\0';
+    }
+    const char *c_str() const { return text; }
 };
-using DirPtr = std::unique_ptr<DIR, DirClose>;
 
 bool exists(const char *path) {
     return access(path, F_OK) == 0;
 }
 
-bool isDirectory(const std::string &path) {
+bool isDirectory(const CardPath &path) {
     struct stat st {};
     return stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
 }
 
-bool isRegularFile(const std::string &path) {
+bool isRegularFile(const CardPath &path) {
     struct stat st {};
     return lstat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
 }
@@ -55,46 +66,47 @@ bool isPlainName(const char *name) {
     return std::strchr(name, '/') == nullptr && std::strcmp(name, "..") != 0 && std::strcmp(name, ".") != 0;
 }
 
-// The part of name before the first occurrence of stop, as "%[^n]" and
-// "%[^o]" scan it (an empty part does not match).
-std::string partBefore(const char *name, char stop) {
-    return std::string(name, std::strcspn(name, std::string(1, stop).c_str()));
+// Length of the part of name before the first stop character, as "%[^n]"
+// and "%[^o]" scan it (an empty part does not match).
+int partBefore(const char *name, const char *stop) {
+    return static_cast<int>(std::strcspn(name, stop));
 }
 
 // Runs a command through a read pipe; false when it could not be started.
 bool runCommand(const qrx::shell::Command &command) {
-    FILE *pipe = popen(command.text, "r");
-    if (pipe == nullptr) return false;
+    qrx::UniquePipe pipe(popen(command.text, "r"));
+    if (!pipe) return false;
     char sink[256];
-    while (std::fgets(sink, sizeof sink, pipe) != nullptr) {
+    while (std::fgets(sink, sizeof sink, pipe.get()) != nullptr) {
     }
-    pclose(pipe);
     return true;
 }
 
-std::string cardDirectory(const char *subdir) {
-    return std::string(kMountPoint) + "/" + subdir;
+CardPath cardDirectory(const char *subdir) {
+    return CardPath("%s/%s", kMountPoint, subdir);
 }
 
-void copyOutName(char *out, const std::string &name) {
-    std::snprintf(out, 64, "%s", name.c_str());
+void copyOutName(char *out, int length, const char *name) {
+    std::snprintf(out, 64, "%.*s", length, name);
 }
 
-int rotateImages(const std::string &dir) {
-    DirPtr d(opendir(dir.c_str()));
+int rotateImages(const CardPath &dir) {
+    qrx::UniqueDir d(opendir(dir.c_str()));
     if (!d) return 0;
     while (const dirent *entry = readdir(d.get())) {
-        std::string path = dir + "/" + entry->d_name;
+        CardPath path("%s/%s", dir.c_str(), entry->d_name);
         if (!isRegularFile(path)) continue;
         if (std::strstr(entry->d_name, ".old") != nullptr) {
-            if (unlink(path.c_str()) != 0) QuorixDebug(3, "QRXMONITOR", "Unlink %s fail in TF card \n", path.c_str());
+            if (unlink(path.c_str()) != 0)
+                QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Unlink %s fail in TF card \n", path.c_str());
         } else if (std::strstr(entry->d_name, ".new") != nullptr) {
             // Cut at the first "n" anywhere in the name; image names carry none before the suffix.
-            std::string base = partBefore(entry->d_name, 'n');
-            if (base.empty()) continue;
-            std::string renamed = dir + "/" + base + "old";
+            int base = partBefore(entry->d_name, "n");
+            if (base == 0) continue;
+            CardPath renamed("%s/%.*sold", dir.c_str(), base, entry->d_name);
             if (rename(path.c_str(), renamed.c_str()) != 0)
-                QuorixDebug(3, "QRXMONITOR", "Rename %s to %s fail in TF card \n", path.c_str(), renamed.c_str());
+                QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Rename %s to %s fail in TF card \n", path.c_str(),
+                            renamed.c_str());
         }
     }
     return 0;
@@ -102,31 +114,30 @@ int rotateImages(const std::string &dir) {
 
 int selfTest(const char *name) {
     if (!exists(kDevice)) {
-        QuorixDebug(3, "QRXMONITOR", "%s", kNoDevice);
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "%s", kNoDevice);
         return kTestNoCard;
     }
     if (!exists(kMountPoint)) {
-        QuorixDebug(3, "QRXMONITOR", "TFCARD_MOUNT_DIR:check TF card fail, no such file or directory.");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+                    "TFCARD_MOUNT_DIR:check TF card fail, no such file or directory.");
         return kTestNoCard;
     }
     if (common_mount_tf_card(kDevice, kMountPoint) != 0) return kTestNoCard;
     char path[256];
     int needed = std::snprintf(path, sizeof path, "%s/%s", kMountPoint, name);
     if (needed < 0 || needed >= static_cast<int>(sizeof path)) {
-        QuorixDebug(3, "QRXMONITOR", "Buffer Overflow");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Buffer Overflow");
         return kTestFailed;
     }
     if (!isPlainName(name)) return kTestFailed;
-    int fd = open(path, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd < 0) return kTestFailed;
-    int result = kTestFailed;
+    qrx::UniqueFd fd(open(path, O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
+    if (!fd) return kTestFailed;
     char back[sizeof kTestText] = {};
-    if (write(fd, kTestText, sizeof kTestText) == static_cast<ssize_t>(sizeof kTestText) &&
-        lseek(fd, 0, SEEK_SET) == 0 && read(fd, back, sizeof back) == static_cast<ssize_t>(sizeof back) &&
+    if (write(fd.get(), kTestText, sizeof kTestText) == static_cast<ssize_t>(sizeof kTestText) &&
+        lseek(fd.get(), 0, SEEK_SET) == 0 && read(fd.get(), back, sizeof back) == static_cast<ssize_t>(sizeof back) &&
         std::memcmp(back, kTestText, sizeof kTestText) == 0)
-        result = 0;
-    close(fd);
-    return result;
+        return 0;
+    return kTestFailed;
 }
 
 }  // namespace
@@ -144,7 +155,7 @@ QRX_EXPORT int common_mount_tf_card(const char *device, const char *mount_point)
     qrx::shell::Command mount;
     if (!qrx::shell::build(umount, "umount %s", mount_point) ||
         !qrx::shell::build(mount, "mount %s   %s", device, mount_point)) {
-        QuorixDebug(2, "QRXMONITOR", "%s", kRefusedPath);
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "%s", kRefusedPath);
         return -1;
     }
     if (!runCommand(umount)) std::printf("execute %s failed\n", umount.text);
@@ -156,7 +167,7 @@ QRX_EXPORT int common_umount_tf_card(const char *mount_point) {
     if (mount_point == nullptr) return -1;
     qrx::shell::Command umount;
     if (!qrx::shell::build(umount, "umount %s", mount_point)) {
-        QuorixDebug(2, "QRXMONITOR", "%s", kRefusedPath);
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "%s", kRefusedPath);
         return -1;
     }
     if (!runCommand(umount)) {
@@ -185,15 +196,15 @@ QRX_EXPORT int common_copy_file_to_tf_card(const char *src, const char *file_nam
         std::printf(" invalid file name or directory. ");
         return -1;
     }
-    std::string dir = cardDirectory(subdir);
+    CardPath dir = cardDirectory(subdir);
     mkdir(dir.c_str(), kDirMode);
     if (!isDirectory(dir)) {
         std::printf("create %s fail. \n", dir.c_str());
         return -1;
     }
-    std::string target = dir + "/" + file_name;
+    CardPath target("%s/%s", dir.c_str(), file_name);
     if (copyFile(src, target.c_str()) != 0) {
-        QuorixDebug(3, "QRXMONITOR", "Copy %s to %s fail in TF card \n", src, target.c_str());
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Copy %s to %s fail in TF card \n", src, target.c_str());
         return -1;
     }
     return 0;
@@ -202,33 +213,34 @@ QRX_EXPORT int common_copy_file_to_tf_card(const char *src, const char *file_nam
 QRX_EXPORT int common_copy_ima_file_to_tf_card(const char *src, const char *image_name, const char *subdir) {
     if (src == nullptr || image_name == nullptr || subdir == nullptr) return -1;
     if (!exists(kDevice)) {
-        QuorixDebug(3, "QRXMONITOR", "%s", kNoDevice);
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "%s", kNoDevice);
         return 1;
     }
     if (!exists(kMountPoint)) {
-        QuorixDebug(3, "QRXMONITOR", "TFCARD_MOUNT_DIR:check TF card fail, no such file or directory.");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+                    "TFCARD_MOUNT_DIR:check TF card fail, no such file or directory.");
         return 1;
     }
     if (std::strlen(subdir) >= 64 || std::strlen(image_name) >= 64 || std::strlen(src) >= 128) {
-        QuorixDebug(3, "QRXMONITOR", "filename or path too long.");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "filename or path too long.");
         return -1;
     }
     if (!isPlainName(subdir) || !isPlainName(image_name) || *image_name == '\0') {
-        QuorixDebug(3, "QRXMONITOR", "invalid image name or directory.");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "invalid image name or directory.");
         return -1;
     }
-    std::string dir = cardDirectory(subdir);
+    CardPath dir = cardDirectory(subdir);
     if (!isDirectory(dir)) {
         mkdir(dir.c_str(), kDirMode);
         if (!isDirectory(dir)) {
-            QuorixDebug(2, "QRXMONITOR", "create %s in TF card fail. \n", dir.c_str());
+            QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "create %s in TF card fail. \n", dir.c_str());
             return -1;
         }
     }
     rotateImages(dir);
-    std::string target = dir + "/" + image_name + "new";
+    CardPath target("%s/%snew", dir.c_str(), image_name);
     if (copyFile(src, target.c_str()) != 0) {
-        QuorixDebug(3, "QRXMONITOR", "Copy %s to %s fail in TF card \n", src, target.c_str());
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Copy %s to %s fail in TF card \n", src, target.c_str());
         return -1;
     }
     return 0;
@@ -237,26 +249,26 @@ QRX_EXPORT int common_copy_ima_file_to_tf_card(const char *src, const char *imag
 QRX_EXPORT int common_check_ima_file_version_tf_card(const char *version, const char *subdir) {
     if (version == nullptr || subdir == nullptr) return -1;
     if (!isPlainName(subdir)) return -1;
-    std::string dir = cardDirectory(subdir);
+    CardPath dir = cardDirectory(subdir);
     if (!exists(dir.c_str())) {
-        QuorixDebug(0, "QRXMONITOR", "%s is not exist in TF Card\n", dir.c_str());
+        QuorixDebug(qrx::kLogInfo, qrx::kModuleMonitor, "%s is not exist in TF Card\n", dir.c_str());
         return 2;
     }
-    DirPtr d(opendir(dir.c_str()));
+    qrx::UniqueDir d(opendir(dir.c_str()));
     if (!d) {
-        QuorixDebug(3, "QRXMONITOR", "Cannot open directory %s\n", dir.c_str());
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Cannot open directory %s\n", dir.c_str());
         return -1;
     }
     while (const dirent *entry = readdir(d.get())) {
-        if (!isRegularFile(dir + "/" + entry->d_name)) continue;
-        std::string base;
+        if (!isRegularFile(CardPath("%s/%s", dir.c_str(), entry->d_name))) continue;
+        int base;
         if (std::strstr(entry->d_name, ".new") != nullptr)
-            base = partBefore(entry->d_name, 'n');
+            base = partBefore(entry->d_name, "n");
         else if (std::strstr(entry->d_name, ".old") != nullptr)
-            base = partBefore(entry->d_name, 'o');
+            base = partBefore(entry->d_name, "o");
         else
             continue;
-        if (!base.empty() && std::strncmp(version, base.c_str(), base.size()) == 0) return 0;
+        if (base != 0 && std::strncmp(version, entry->d_name, static_cast<std::size_t>(base)) == 0) return 0;
     }
     return 3;
 }
@@ -270,7 +282,7 @@ QRX_EXPORT int common_copy_log_to_tf_card(const char *src) {
     (void)exists(kMountPoint);  // looked at, but the mount below decides
     common_mount_tf_card(kDevice, kMountPoint);
     if (copyFile(src, kMountPoint) != 0) {
-        QuorixDebug(3, "QRXMONITOR", "Copy %s to %s fail in TF card \n", src, kMountPoint);
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Copy %s to %s fail in TF card \n", src, kMountPoint);
         return -1;
     }
     return 0;
@@ -279,41 +291,41 @@ QRX_EXPORT int common_copy_log_to_tf_card(const char *src) {
 QRX_EXPORT int common_get_file_list_from_tf_card(const char *subdir, char *current, char *previous) {
     if (subdir == nullptr || current == nullptr || previous == nullptr) return -1;
     if (!exists(kDevice)) {
-        QuorixDebug(3, "QRXMONITOR", "/dev/mmcblk0p1:check TF card fail, no such file or directory.");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+                    "/dev/mmcblk0p1:check TF card fail, no such file or directory.");
         return 1;
     }
     if (!exists(kMountPoint)) {
-        QuorixDebug(3, "QRXMONITOR", "/mnt/sdmmc0p1:check TF card fail, no such file or directory.");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+                    "/mnt/sdmmc0p1:check TF card fail, no such file or directory.");
         return 2;
     }
     if (std::strlen(subdir) >= 64) {
-        QuorixDebug(3, "QRXMONITOR", "TF Card dir name is too long");
+        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "TF Card dir name is too long");
         return 2;
     }
     if (!isPlainName(subdir)) return 2;
-    std::string dir = cardDirectory(subdir);
-    DirPtr d(opendir(dir.c_str()));
+    CardPath dir = cardDirectory(subdir);
+    qrx::UniqueDir d(opendir(dir.c_str()));
     if (!d) return 2;
     bool haveCurrent = false;
     bool havePrevious = false;
     while (const dirent *entry = readdir(d.get())) {
         if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
-        if (!isRegularFile(dir + "/" + entry->d_name)) continue;
+        if (!isRegularFile(CardPath("%s/%s", dir.c_str(), entry->d_name))) continue;
         // The listed name drops the dot that ends the base.
         if (std::strstr(entry->d_name, ".new") != nullptr) {
-            std::string base = partBefore(entry->d_name, 'n');
-            if (!base.empty()) base.pop_back();
-            copyOutName(current, base);
+            int base = partBefore(entry->d_name, "n");
+            copyOutName(current, base > 0 ? base - 1 : 0, entry->d_name);
             haveCurrent = true;
         } else if (std::strstr(entry->d_name, ".old") != nullptr) {
-            std::string base = partBefore(entry->d_name, 'o');
-            if (!base.empty()) base.pop_back();
-            copyOutName(previous, base);
+            int base = partBefore(entry->d_name, "o");
+            copyOutName(previous, base > 0 ? base - 1 : 0, entry->d_name);
             havePrevious = true;
         }
     }
-    if (!haveCurrent) copyOutName(current, "NA");
-    if (!havePrevious) copyOutName(previous, "NA");
+    if (!haveCurrent) copyOutName(current, 2, "NA");
+    if (!havePrevious) copyOutName(previous, 2, "NA");
     return 0;
 }
 

@@ -3,9 +3,11 @@
 // background-task query and cancel, the status report and its IPMI handlers.
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
 #include "core/completion_codes.h"
 #include "core/export.h"
+#include "core/unique.h"
 #include "ipc/wire_records.h"
 #include "quorix_common_interface.h"
 #include "update/update_internal.h"
@@ -92,43 +94,21 @@ bool isFpgaTask(int id) {
     return id == kTaskMbFpga || id == kTaskGpuFpga || id == kTaskGpuCec || id == 14;
 }
 
-int setTaskStatus(int id, int status) {
-    if (status < 0 || status > kMaxStatus || !validTaskId(id)) {
-        std::printf("set update flag fail!!!\r");
-        return -1;
-    }
-    std::printf("\r\n==== task_id:%d  status:%d =====\r\n", id, status);
-    taskRecord(id).setU8(task::kStatus, static_cast<std::uint8_t>(status));
-    if (status == kStatusFailed) {
-        g_failureMemory[id] = kStatusFailed;
-        QuorixAddTaskFailToSEL(kSelTaskFail, static_cast<unsigned char>(id), kStatusFailed);
-    } else if (status == kStatusFinished && g_failureMemory[id] == kStatusFailed) {
-        g_failureMemory[id] = kStatusFinished;
-        QuorixAddTaskFailToSEL(kSelTaskRecovered, static_cast<unsigned char>(id), kStatusFinished);
-    }
-    return 0;
-}
-
 int readFlashProgress(unsigned char *buffer) {
     if (buffer == nullptr) return -1;
     int attempts = kFlashReadAttempts;
     int errors = 0;
     while (attempts > 0) {
-        std::FILE *file = std::fopen(kFlasherProgressPath, "r");
-        if (file == nullptr) return -1;
-        std::size_t got = std::fread(buffer, 1, kFlashProgressSize, file);
-        if (got == kFlashProgressSize) {
-            std::fclose(file);
-            break;
-        }
-        if (std::ferror(file) != 0) {
+        qrx::UniqueFile file(std::fopen(kFlasherProgressPath, "r"));
+        if (!file) return -1;
+        std::size_t got = std::fread(buffer, 1, kFlashProgressSize, file.get());
+        if (got == kFlashProgressSize) break;
+        if (std::ferror(file.get()) != 0) {
             std::printf("Error while reading flash progress!!");
-            std::fclose(file);
             if (++errors >= kFlashReadErrorLimit) return -1;
             continue;
         }
         std::printf("End of file reached while reading flash progress");
-        std::fclose(file);
         --attempts;
         std::printf("retrying reading status file...");
     }
@@ -307,6 +287,62 @@ int updateInfoOperation(const unsigned char *req, int len, unsigned char *resp) 
 
 }  // namespace
 
+int setTaskStatus(int id, int status) {
+    if (status < 0 || status > kMaxStatus || !validTaskId(id)) {
+        std::printf("set update flag fail!!!\r");
+        return -1;
+    }
+    std::printf("\r\n==== task_id:%d  status:%d =====\r\n", id, status);
+    taskRecord(id).setU8(task::kStatus, static_cast<std::uint8_t>(status));
+    if (status == kStatusFailed) {
+        g_failureMemory[id] = kStatusFailed;
+        qrx::ipc::addTaskFailToSel(kSelTaskFail, static_cast<unsigned char>(id), kStatusFailed);
+    } else if (status == kStatusFinished && g_failureMemory[id] == kStatusFailed) {
+        g_failureMemory[id] = kStatusFinished;
+        qrx::ipc::addTaskFailToSel(kSelTaskRecovered, static_cast<unsigned char>(id), kStatusFinished);
+    }
+    return 0;
+}
+
+int setUpdateStatus(int task_id, int sub_state) {
+    if (!validTaskId(task_id)) {
+        std::printf("set update status fail!!!\r");
+        return -1;
+    }
+    if (sub_state < 0 || sub_state > kMaxSubState) {
+        std::printf("set update substatus fail!!!\r");
+        return -1;
+    }
+    std::printf("\r\n==== task_id:%d  task_substate:%d =====\r\n", task_id, sub_state);
+    taskRecord(task_id).setU8(task::kSubState, static_cast<std::uint8_t>(sub_state));
+    return 0;
+}
+
+int setFileName(int task_id, const char *name) {
+    if (!validTaskId(task_id) || name == nullptr) {
+        std::printf("set update file name fail!!!\r");
+        return -1;
+    }
+    // Stops at the name's end and keeps the field terminated, so a short
+    // caller buffer is never read past.
+    ByteView field = taskRecord(task_id).at(task::kFileName);
+    std::size_t len = strnlen(name, task::kFileNameLen - 1);
+    field.fill(0, 0, task::kFileNameLen);
+    field.copyIn(0, name, len);
+    std::printf("\r\n==== task_id:%d  set file_name:%s file:%s=====\r\n", task_id, name,
+                reinterpret_cast<const char *>(field.data()));
+    return 0;
+}
+
+int setFlashProgress(int task_id, int percent) {
+    if (!validTaskId(task_id)) {
+        std::printf("set update flash progress fail!!!\r");
+        return -1;
+    }
+    taskRecord(task_id).setU8(task::kProgress, static_cast<std::uint8_t>(percent & 0xFF));
+    return 0;
+}
+
 const char *componentName(int id) {
     if (id < 0 || id >= static_cast<int>(sizeof kComponentNames / sizeof kComponentNames[0])) return "";
     return kComponentNames[id];
@@ -341,17 +377,7 @@ QRX_EXPORT int QuorixGetUpdateStatus(int task_id) {
 }
 
 QRX_EXPORT int QuorixSetUpdateStatus(int task_id, int sub_state) {
-    if (!validTaskId(task_id)) {
-        std::printf("set update status fail!!!\r");
-        return -1;
-    }
-    if (sub_state < 0 || sub_state > kMaxSubState) {
-        std::printf("set update substatus fail!!!\r");
-        return -1;
-    }
-    std::printf("\r\n==== task_id:%d  task_substate:%d =====\r\n", task_id, sub_state);
-    taskRecord(task_id).setU8(task::kSubState, static_cast<std::uint8_t>(sub_state));
-    return 0;
+    return setUpdateStatus(task_id, sub_state);
 }
 
 QRX_EXPORT int QuorixGetTaskStatus(int task_id) {
@@ -363,7 +389,7 @@ QRX_EXPORT int QuorixGetTaskStatus(int task_id) {
 }
 
 QRX_EXPORT int QuorixSetTaskStatus(int task_id, int status) {
-    return setTaskStatus(task_id, status);
+    return qrx::update::setTaskStatus(task_id, status);
 }
 
 QRX_EXPORT int QuorixGetTaskTriggerMoment(int task_id) {
@@ -375,28 +401,11 @@ QRX_EXPORT int QuorixGetTaskTriggerMoment(int task_id) {
 }
 
 QRX_EXPORT int QuorixSetFileName(int task_id, const char *name) {
-    if (!validTaskId(task_id) || name == nullptr) {
-        std::printf("set update file name fail!!!\r");
-        return -1;
-    }
-    // Stops at the name's end and keeps the field terminated, so a short
-    // caller buffer is never read past.
-    qrx::ByteView field = taskRecord(task_id).at(task::kFileName);
-    std::size_t len = strnlen(name, task::kFileNameLen - 1);
-    field.fill(0, 0, task::kFileNameLen);
-    field.copyIn(0, name, len);
-    std::printf("\r\n==== task_id:%d  set file_name:%s file:%s=====\r\n", task_id, name,
-                reinterpret_cast<const char *>(field.data()));
-    return 0;
+    return setFileName(task_id, name);
 }
 
 QRX_EXPORT int QuorixSetFlashProgress(int task_id, int percent) {
-    if (!validTaskId(task_id)) {
-        std::printf("set update flash progress fail!!!\r");
-        return -1;
-    }
-    taskRecord(task_id).setU8(task::kProgress, static_cast<std::uint8_t>(percent & 0xFF));
-    return 0;
+    return setFlashProgress(task_id, percent);
 }
 
 QRX_EXPORT int QuorixUpdateTaskInfo(int task_id, const unsigned char *record) {

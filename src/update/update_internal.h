@@ -2,8 +2,8 @@
 // the device upgrades).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <string>
 
 namespace qrx::update {
 
@@ -21,10 +21,19 @@ void postUpdateLine(std::uint8_t kind, const char *text);
 
 // New version text from "<image>.version" (up to 40 bytes, line end dropped);
 // false when the side file is missing or empty.
-bool readSideFile(const char *image, std::string &version);
+inline constexpr std::size_t kSideFileRead = 40;
+using SideVersion = char[kSideFileRead + 1];
+bool readSideFile(const char *image, SideVersion &version);
 
-// Task-5 bookkeeping around one supply's programming (QuorixUpdatePSU).
-void psuUpdateStarted(int psu_index, const char *image);
-void psuUpdateFinished(int psu_index, const char *image, int result);
+// Asks the platform whether the VR upgrade staged in the EEPROM is due:
+// the slot's answer, -1 when none is staged (QuorixInVRCheckUpgrade).
+int vrCheckUpgrade();
+
+// The task table's setters, as the exports of the same names do them
+// (range checks, console lines, SEL records on failure and recovery).
+int setTaskStatus(int id, int status);
+int setUpdateStatus(int id, int subState);
+int setFileName(int id, const char *name);
+int setFlashProgress(int id, int percent);
 
 }  // namespace qrx::update

@@ -1,8 +1,9 @@
-// Update-task table and the CPLD/FPGA fields the update runs read.
+// Update-task table and the expected update durations. The CPLD, FPGA,
+// backplane and fan-plane fields the runs read belong to devstate's layouts.
 //
-//   0x620599 + 307 x n   task record n (n = task id 0..14)
-//   0x621796             u8   pending-task flag
-//   0x621797             u8   power-on-required flag
+//   6423961 + 307 x n   task record n (n = task id 0..14)
+//   6428566             u8   pending-task flag
+//   6428567             u8   power-on-required flag
 //
 // Task record (307 bytes):
 //   0 id  1 type  2,3 report bytes A,B  36 status  37 sub-state
@@ -14,6 +15,8 @@
 #include <cstdint>
 
 #include "core/shared_block.h"
+#include "devstate/board_layout.h"
+#include "devstate/disk_layout.h"
 
 namespace qrx::update {
 
@@ -21,10 +24,10 @@ inline constexpr int kTaskCount = 15;
 inline constexpr int kMaxTaskId = 14;
 inline constexpr int kAllTasks = 255;
 
-inline constexpr std::size_t kTaskTableOffset = 0x620599;
+inline constexpr std::size_t kTaskTableOffset = 6423961;
 inline constexpr std::size_t kTaskRecordSize = 307;
-inline constexpr std::size_t kPendingTaskFlagOffset = 0x621796;
-inline constexpr std::size_t kPowerOnFlagOffset = 0x621797;
+inline constexpr std::size_t kPendingTaskFlagOffset = 6428566;
+inline constexpr std::size_t kPowerOnFlagOffset = 6428567;
 static_assert(kTaskTableOffset + kTaskCount * kTaskRecordSize <= kPendingTaskFlagOffset, "task table overlaps flags");
 static_assert(insideSharedBlock(kTaskTableOffset, kTaskCount *kTaskRecordSize), "task table outside the block");
 
@@ -83,55 +86,28 @@ inline bool validTaskId(long id) {
     return id >= 0 && id <= kMaxTaskId;
 }
 
-// CPLD and FPGA fields.
-inline constexpr std::size_t kMbCpldBoardIdOffset = 0x149B9;
-inline constexpr std::size_t kMbCpldVersionOffset = 0x1CC32;
-inline constexpr std::size_t kFpgaBoardIdOffset = 0x1D071;
-inline constexpr std::size_t kFpgaVersionOffset = 0x1D0EA;
-inline constexpr std::size_t kFrontBpCountOffset = 0x1D139;
-inline constexpr std::size_t kRearBpCountOffset = 0x1D13A;
-inline constexpr std::size_t kFrontBpTextOffset = 0x1D13F;
-inline constexpr std::size_t kFrontBpVersionOffset = 0x1D269;
-inline constexpr std::size_t kRearBpTextOffset = 0x1FF2F;
-inline constexpr std::size_t kRearBpVersionOffset = 0x20059;
-inline constexpr std::size_t kBpStride = 1470;
-inline constexpr std::size_t kFanPlaneCountOffset = 0x101AD;
-inline constexpr std::size_t kFanPlaneTextOffset = 0x101B2;
-inline constexpr std::size_t kFanPlaneVersionOffset = 0x101FD;
-inline constexpr std::size_t kFanPlaneStride = 819;
-inline constexpr int kFanPlanes = 2;
-inline constexpr std::size_t kBoardTextLen = 12;
+// The IDL version report names at most this many backplanes of a kind.
 inline constexpr int kMaxIdlBackplanes = 8;
 
-// Expected durations, u16 seconds.
-inline constexpr std::size_t kMbCpldDurationOffset = 0x149D6;
-inline constexpr std::size_t kFrontBpDurationOffset = 0x1D169;
-inline constexpr std::size_t kRearBpDurationOffset = 0x1FF59;
-inline constexpr std::size_t kFanPlaneDurationOffset = 0x101DA;
-inline constexpr std::size_t kMbFpgaDurationOffset = 0x1D08E;
-inline constexpr std::size_t kGpuFpgaDurationOffset = 0x620F33;
-inline constexpr std::size_t kGpuCecDurationOffset = 0x621066;
-inline constexpr std::size_t kTask14DurationOffset = 0x621665;
-
-// Expected duration offset of a CPLD or FPGA task, 0 for any other id.
+// Block offset of the expected duration (u16 seconds) of a CPLD or FPGA
+// task, 0 for any other id.
 inline constexpr std::size_t durationOffset(int id) {
     switch (id) {
         case kTaskMbCpld:
-            return kMbCpldDurationOffset;
+            return board::kMbCpldDurationOffset;
         case kTaskFrontBpCpld:
-            return kFrontBpDurationOffset;
+            return disk::kFrontBackplanesOffset + disk::kBpUpdateDuration;
         case kTaskRearBpCpld:
-            return kRearBpDurationOffset;
+            return disk::kRearBackplanesOffset + disk::kBpUpdateDuration;
         case kTaskFanPlaneCpld:
-            return kFanPlaneDurationOffset;
+            return board::kFanPlaneRecordsOffset + board::kFanPlaneUpdateDuration;
         case kTaskMbFpga:
-            return kMbFpgaDurationOffset;
+            return board::kFpgaDurationOffset;
+        // These keep it in their own record, over the two report bytes.
         case kTaskGpuFpga:
-            return kGpuFpgaDurationOffset;
         case kTaskGpuCec:
-            return kGpuCecDurationOffset;
-        case 14:
-            return kTask14DurationOffset;
+        case kMaxTaskId:
+            return kTaskTableOffset + kTaskRecordSize * static_cast<std::size_t>(id) + task::kReportA;
         default:
             return 0;
     }

@@ -1,6 +1,6 @@
 // CPLD and FPGA update runs: board matching, programming through the
 // feature library, IDL update lines from the ".version" side files, version
-// readers, progress estimates and the pending-image scan of the upload folder.
+// readers and progress estimates.
 #include <dirent.h>
 #include <sys/stat.h>
 
@@ -9,23 +9,23 @@
 #include <cstring>
 #include <ctime>
 #include <iterator>
-#include <memory>
-#include <string>
-#include <vector>
+#include <climits>
+#include <string_view>
 
 #include "core/export.h"
+#include "core/unique.h"
 #include "core/slot_table.h"
 #include "ipc/wire_records.h"
 #include "quorix_common_interface.h"
 #include "update/update_internal.h"
 #include "update/update_layout.h"
+#include "devstate/board_layout.h"
+#include "devstate/disk_layout.h"
 
 namespace qrx::update {
 namespace {
 
-constexpr const char *kUploadDir = "/usr/local/lmedia/";
 constexpr std::size_t kSideFilePathMax = 256;  // path plus ".version", at most 255 characters
-constexpr std::size_t kSideFileRead = 40;
 constexpr std::size_t kVersionTextSize = 32;
 constexpr std::size_t kIdlTextSize = 256;
 constexpr std::uint8_t kIdlKindCpld = 2;
@@ -57,24 +57,19 @@ bool cpldDevices(int kind, CpldDevices &out) {
             out = {kTaskMbCpld, 0, 0, 0};
             return true;
         case kCpldFront:
-            out = {kTaskFrontBpCpld, kFrontBpCountOffset, kFrontBpTextOffset, kBpStride};
+            out = {kTaskFrontBpCpld, disk::kFrontBackplaneCountOffset, disk::kFrontBackplanesOffset + disk::kBpBoardText, disk::kBackplaneRecordSize};
             return true;
         case kCpldRear:
-            out = {kTaskRearBpCpld, kRearBpCountOffset, kRearBpTextOffset, kBpStride};
+            out = {kTaskRearBpCpld, disk::kRearBackplaneCountOffset, disk::kRearBackplanesOffset + disk::kBpBoardText, disk::kBackplaneRecordSize};
             return true;
         case kCpldFanPlane:
-            out = {kTaskFanPlaneCpld, kFanPlaneCountOffset, kFanPlaneTextOffset, kFanPlaneStride};
+            out = {kTaskFanPlaneCpld, board::kFanPlaneCountOffset, board::kFanPlaneRecordsOffset + board::kFanPlaneBoardText, board::kFanPlaneRecordSize};
             return true;
         default:
             return false;
     }
 }
 
-std::string boardText(std::size_t offset) {
-    char text[kBoardTextLen + 1] = {};
-    sharedBlock().copyOut(offset, text, kBoardTextLen);
-    return text;
-}
 
 // The board id as "%2x" must appear in the image path.
 bool pathHoldsBoardId(const char *path, std::size_t idOffset) {
@@ -91,9 +86,9 @@ bool pathHoldsBoardId(const char *path, std::size_t idOffset) {
 bool boardTextMatches(const char *path, std::size_t textOffset) {
     const char *mark = std::strstr(path, "cpld");
     if (mark == nullptr) return false;
-    char field[kBoardTextLen + 1] = {};
-    sharedBlock().copyOut(textOffset, field, kBoardTextLen);
-    return std::strncmp(mark + 4, field, kBoardTextLen) == 0;
+    char field[board::kBoardTextLen + 1] = {};
+    sharedBlock().copyOut(textOffset, field, board::kBoardTextLen);
+    return std::strncmp(mark + 4, field, board::kBoardTextLen) == 0;
 }
 
 void storeStartTime(int taskId, std::time_t now) {
@@ -104,12 +99,12 @@ int updateCpld(int kind, const char *path) {
     CpldDevices dev{};
     if (!cpldDevices(kind, dev)) return -2;
     if (path == nullptr) {
-        std::printf("Can not get boardid [%d] from file name[%s]\n", sharedBlock().u8(kMbCpldBoardIdOffset), "(null)");
+        std::printf("Can not get boardid [%d] from file name[%s]\n", sharedBlock().u8(board::kMbCpldBoardIdOffset), "(null)");
         return -1;
     }
     int count = 1;
     if (kind == kCpldMainBoard) {
-        if (!pathHoldsBoardId(path, kMbCpldBoardIdOffset)) return -1;
+        if (!pathHoldsBoardId(path, board::kMbCpldBoardIdOffset)) return -1;
     } else {
         count = sharedBlock().u8(dev.countOffset);
         if (count == 0) return -2;
@@ -126,7 +121,7 @@ int updateCpld(int kind, const char *path) {
         if (kind != kCpldMainBoard &&
             !boardTextMatches(path, dev.textOffset + dev.stride * static_cast<std::size_t>(i)))
             continue;
-        int r = slotFn<55>()(kind, i, path, rec.u8(task::kTrigger));
+        int r = slotFn<Slot::ProgramCpld>()(kind, i, path, rec.u8(task::kTrigger));
         ++programmed;
         result |= r;
         QuorixCPLDUpdatePostIdl(kind, i, path, 1, r != 0 ? kWordFailed : kWordOk);
@@ -135,14 +130,14 @@ int updateCpld(int kind, const char *path) {
 }
 
 int updateFpga(int kind, const char *path) {
-    if (kind == 0 && !pathHoldsBoardId(path, kFpgaBoardIdOffset)) return -1;
+    if (kind == 0 && !pathHoldsBoardId(path, board::kFpgaBoardIdOffset)) return -1;
     // Kinds other than 0 keep their start time in task 0's record (kept so).
     int taskId = kind == 0 ? kTaskMbFpga : kTaskBmc;
     std::time_t now = std::time(nullptr);
     storeStartTime(taskId, now);
     std::printf("\r\n=====start update fpga time:%ld file:%s======\r\n", static_cast<long>(now),
                 path == nullptr ? "(null)" : path);
-    int result = slotFn<169>()(kind, 0, path, taskRecord(taskId).u8(task::kTrigger));
+    int result = slotFn<Slot::ProgramFpga>()(kind, 0, path, taskRecord(taskId).u8(task::kTrigger));
     QuorixFPGAUpdatePostIdl(kind, path, 1, result != 0 ? kWordFailed : kWordOk);
     return result;
 }
@@ -150,17 +145,17 @@ int updateFpga(int kind, const char *path) {
 }  // namespace
 
 // New version from "<path>.version": false when missing or empty.
-bool readSideFile(const char *path, std::string &version) {
+bool readSideFile(const char *path, SideVersion &version) {
     char sidePath[kSideFilePathMax];
     std::snprintf(sidePath, sizeof sidePath, "%s.version", path);
-    std::unique_ptr<std::FILE, int (*)(std::FILE *)> file(std::fopen(sidePath, "r+"), &std::fclose);
+    UniqueFile file(std::fopen(sidePath, "r+"));
     if (!file) return false;
-    char text[kSideFileRead + 1] = {};
-    std::size_t got = std::fread(text, 1, kSideFileRead, file.get());
+    std::memset(version, 0, sizeof version);
+    std::size_t got = std::fread(version, 1, kSideFileRead, file.get());
     if (got == 0) return false;
-    version.assign(text, strnlen(text, got));
     // A side file written by a shell ends in a newline that is not part of the version.
-    while (!version.empty() && (version.back() == '\n' || version.back() == '\r')) version.pop_back();
+    std::size_t length = strnlen(version, got);
+    while (length > 0 && (version[length - 1] == '\n' || version[length - 1] == '\r')) version[--length] = '\0';
     return true;
 }
 
@@ -169,12 +164,12 @@ namespace {
 void postLine(std::uint8_t idlKind, int flag, const char *text) {
     ipc::IdlRecord record;
     record.logType(ipc::kIdlLogStampTime).source(0).textLine(idlKind, static_cast<std::uint8_t>(flag), text);
-    QuorixPostReqToIDL(record.record());
+    ipc::postToIdl(record.record());
 }
 
 void cpldPostIdl(int kind, int index, const char *path, int flag, const char *word) {
     if (path == nullptr || word == nullptr) return;
-    std::string newVersion;
+    SideVersion newVersion;
     if (!readSideFile(path, newVersion)) return;
     char current[kVersionTextSize] = {};
     bool known = false;
@@ -186,8 +181,8 @@ void cpldPostIdl(int kind, int index, const char *path, int flag, const char *wo
         withVersion = "MainBoard CPLD%d upgrade from version %s to version %s %s";
         withoutVersion = "MainBoard CPLD%d upgrade from NULL to version %s %s";
     } else if (kind == kCpldFront || kind == kCpldRear) {
-        int count = sharedBlock().u8(kind == kCpldFront ? kFrontBpCountOffset : kRearBpCountOffset);
-        if (count > kMaxIdlBackplanes || index < 0 || index >= count || quorixGetBackPlanePresent(kind, index) != 1)
+        int count = sharedBlock().u8(kind == kCpldFront ? disk::kFrontBackplaneCountOffset : disk::kRearBackplaneCountOffset);
+        if (count > kMaxIdlBackplanes || index < 0 || index >= count || qrx::slotFn<qrx::Slot::quorixGetBackPlanePresent>()(kind, index) != 1)
             return;
         known = QuorixGetHddCpldVersion(kind == kCpldFront ? kLocationFront : kLocationRear, index, current,
                                         sizeof current) == 0;
@@ -199,25 +194,25 @@ void cpldPostIdl(int kind, int index, const char *path, int flag, const char *wo
     char text[kIdlTextSize] = {};
     if (withVersion != nullptr) {
         if (known)
-            std::snprintf(text, sizeof text, withVersion, index, current, newVersion.c_str(), word);
+            std::snprintf(text, sizeof text, withVersion, index, current, newVersion, word);
         else
-            std::snprintf(text, sizeof text, withoutVersion, index, newVersion.c_str(), word);
+            std::snprintf(text, sizeof text, withoutVersion, index, newVersion, word);
     }
     postLine(kIdlKindCpld, flag, text);
 }
 
 void fpgaPostIdl(int kind, const char *path, int flag, const char *word) {
     if (path == nullptr || word == nullptr) return;
-    std::string newVersion;
+    SideVersion newVersion;
     if (!readSideFile(path, newVersion)) return;
     char text[kIdlTextSize] = {};
     if (kind == 0) {
         char current[kVersionTextSize] = {};
         if (QuorixGetBoardFPGAVersion(current, sizeof current) == 0)
             std::snprintf(text, sizeof text, "MainBoard FPGA upgrade from version %s to version %s %s", current,
-                          newVersion.c_str(), word);
+                          newVersion, word);
         else
-            std::snprintf(text, sizeof text, "MainBoard FPGA upgrade from NULL to version %s %s", newVersion.c_str(),
+            std::snprintf(text, sizeof text, "MainBoard FPGA upgrade from NULL to version %s %s", newVersion,
                           word);
     }
     postLine(kIdlKindFpga, flag, text);
@@ -232,17 +227,17 @@ int formatVersion(std::uint8_t version, char *buffer, int size) {
 int hddCpldVersion(int location, int index, char *buffer, int size) {
     std::size_t countOffset, versionOffset;
     if (location == kLocationFront) {
-        countOffset = kFrontBpCountOffset;
-        versionOffset = kFrontBpVersionOffset;
+        countOffset = disk::kFrontBackplaneCountOffset;
+        versionOffset = disk::kFrontBackplanesOffset + disk::kBpCpldVersion;
     } else if (location == kLocationRear) {
-        countOffset = kRearBpCountOffset;
-        versionOffset = kRearBpVersionOffset;
+        countOffset = disk::kRearBackplaneCountOffset;
+        versionOffset = disk::kRearBackplanesOffset + disk::kBpCpldVersion;
     } else {
         std::printf("[Error]: Program should not run into here! ");
         return -1;
     }
     if (buffer == nullptr || index < 0 || index >= sharedBlock().u8(countOffset)) return -1;
-    return formatVersion(sharedBlock().u8(versionOffset + kBpStride * static_cast<std::size_t>(index)), buffer, size);
+    return formatVersion(sharedBlock().u8(versionOffset + disk::kBackplaneRecordSize * static_cast<std::size_t>(index)), buffer, size);
 }
 
 long long secondsSince(std::uint32_t start, std::time_t now) {
@@ -320,99 +315,6 @@ int fpgaProgress(int id) {
     return estimateProgress(id, kFpgaEstimator);
 }
 
-bool isRegularFile(const std::string &dir, const dirent *entry) {
-    if (entry->d_type == DT_REG) return true;
-    if (entry->d_type != DT_UNKNOWN) return false;
-    struct stat st {};
-    return stat((dir + entry->d_name).c_str(), &st) == 0 && S_ISREG(st.st_mode);
-}
-
-// Regular files of the upload folder, by name (the first image wins, so the
-// choice must not depend on the directory's order).
-std::vector<std::string> uploadedFiles() {
-    std::vector<std::string> names;
-    std::unique_ptr<DIR, int (*)(DIR *)> dir(opendir(kUploadDir), &closedir);
-    if (!dir) return names;
-    while (const dirent *entry = readdir(dir.get())) {
-        if (isRegularFile(kUploadDir, entry)) names.emplace_back(entry->d_name);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-bool textMatchesAny(const std::string &desc, std::size_t countOffset, int fixedCount, std::size_t textOffset,
-                    std::size_t stride) {
-    int count = countOffset != 0 ? sharedBlock().u8(countOffset) : fixedCount;
-    for (int i = 0; i < count; ++i) {
-        std::string text = boardText(textOffset + stride * static_cast<std::size_t>(i));
-        if (!text.empty() && desc == text) return true;
-    }
-    return false;
-}
-
-// Whether a "cpld" image names a device of the task's kind: its 12 characters
-// after the prefix equal a board text; a text both backplane kinds carry is
-// settled by the feature library's lookup (slot 186).
-bool cpldImageForTask(int id, const std::string &name) {
-    std::string desc = name.substr(std::strlen("cpld"), kBoardTextLen);
-    if (id == kTaskFanPlaneCpld) return textMatchesAny(desc, 0, kFanPlanes, kFanPlaneTextOffset, kFanPlaneStride);
-    bool front = textMatchesAny(desc, kFrontBpCountOffset, 0, kFrontBpTextOffset, kBpStride);
-    bool rear = textMatchesAny(desc, kRearBpCountOffset, 0, kRearBpTextOffset, kBpStride);
-    if (front && rear) return QuorixGetTaskIDByBpDesc(desc.c_str(), static_cast<int>(desc.size())) == id;
-    return id == kTaskFrontBpCpld ? front : rear;
-}
-
-const char *imagePrefix(int id) {
-    switch (id) {
-        case kTaskPsu:
-            return "psu";
-        case kTaskMbFpga:
-            return "fpga";
-        case kTaskGpuCec:
-            return "cec";
-        case kTaskMbCpld:
-        case kTaskFrontBpCpld:
-        case kTaskRearBpCpld:
-        case kTaskFanPlaneCpld:
-            return "cpld";
-        default:
-            return nullptr;
-    }
-}
-
-int hasUpdateFile(int id) {
-    if (id < kTaskMbCpld || id > kTaskFanPlaneCpld) return 0;
-    if (id == kTaskVr) {
-        if (QuorixInVRCheckUpgrade() != 0) return 0;
-        QuorixSetUpdateStatus(id, kSubStateImageFound);
-        QuorixSetTaskStatus(id, kStatusWaiting);
-        return 1;
-    }
-    const char *prefix = imagePrefix(id);
-    if (prefix == nullptr) return 0;
-    int boardId = sharedBlock().u8(id == kTaskMbFpga ? kFpgaBoardIdOffset : kMbCpldBoardIdOffset);
-    char boardIdText[8];
-    std::snprintf(boardIdText, sizeof boardIdText, "%2x", boardId);
-    for (const std::string &name : uploadedFiles()) {
-        if (name.compare(0, std::strlen(prefix), prefix) != 0) continue;
-        std::printf("\r\n====   uType:%d,d_name:%s    BoardId:%d BoardIDStr:%s ====\r\n", id, name.c_str(), boardId,
-                    boardIdText);
-        if (id == kTaskMbCpld && (name.find("MKRA") != std::string::npos || name.find("MKRC") != std::string::npos))
-            continue;
-        if ((id == kTaskFrontBpCpld || id == kTaskRearBpCpld || id == kTaskFanPlaneCpld) && !cpldImageForTask(id, name))
-            continue;
-        if (name.find("version") != std::string::npos) continue;
-        if (taskRecord(id).u8(task::kStatus) != kStatusNone) return 0;
-        std::string path = std::string(kUploadDir) + name;
-        QuorixSetFileName(id, path.c_str());
-        std::printf("\r\n====   d_name:%s      ====\r\n", name.c_str());
-        QuorixSetUpdateStatus(id, kSubStateImageFound);
-        QuorixSetTaskStatus(id, kStatusWaiting);
-        return 1;
-    }
-    return 0;
-}
-
 }  // namespace
 
 void postUpdateLine(std::uint8_t kind, const char *text) {
@@ -454,10 +356,10 @@ QRX_EXPORT int QuorixUpdateCpldVersion(int kind, int index, unsigned char *versi
     (void)index;  // replaced by the kind for the backplanes, as the platform expects
     switch (kind) {
         case kCpldMainBoard:
-            return qrx::slotFn<123>()(0, 0, version);
+            return qrx::slotFn<qrx::Slot::UpdateMbCpldVersion>()(0, 0, version);
         case kCpldFront:
         case kCpldRear:
-            return qrx::slotFn<122>()(kind, kind, version);
+            return qrx::slotFn<qrx::Slot::UpdateBpCpldVersion>()(kind, kind, version);
         case kCpldFanPlane:
             return 0;
         default:
@@ -467,7 +369,7 @@ QRX_EXPORT int QuorixUpdateCpldVersion(int kind, int index, unsigned char *versi
 }
 
 QRX_EXPORT int QuorixGetBoardCpldVersion(char *buffer, int size) {
-    return formatVersion(qrx::sharedBlock().u8(kMbCpldVersionOffset), buffer, size);
+    return formatVersion(qrx::sharedBlock().u8(qrx::board::kMbCpldVersionOffset), buffer, size);
 }
 
 QRX_EXPORT int QuorixGetHddCpldVersion(int location, int index, char *buffer, int size) {
@@ -475,19 +377,15 @@ QRX_EXPORT int QuorixGetHddCpldVersion(int location, int index, char *buffer, in
 }
 
 QRX_EXPORT int QuorixGetBoardFPGAVersion(char *buffer, int size) {
-    if (QuorixCheckFPGAEnable() <= 0) return -1;
-    return formatVersion(qrx::sharedBlock().u8(kFpgaVersionOffset), buffer, size);
+    if (qrx::slotFn<qrx::Slot::QuorixCheckFPGAEnable>()() <= 0) return -1;
+    return formatVersion(qrx::sharedBlock().u8(qrx::board::kFpgaVersionOffset), buffer, size);
 }
 
 QRX_EXPORT int QuorixGetBoardFanPanelCPLDVersion(int index, char *buffer, int size) {
-    if (index < 0 || index >= kFanPlanes) return -1;
+    if (index < 0 || index >= qrx::board::kFanPlaneRecords) return -1;
     return formatVersion(
-        qrx::sharedBlock().u8(kFanPlaneVersionOffset + kFanPlaneStride * static_cast<std::size_t>(index)), buffer,
+        qrx::sharedBlock().u8(qrx::board::kFanPlaneRecordsOffset + qrx::board::kFanPlaneCpldVersion + qrx::board::kFanPlaneRecordSize * static_cast<std::size_t>(index)), buffer,
         size);
-}
-
-QRX_EXPORT int Quorix_HasUpdateFile(int task_id) {
-    return hasUpdateFile(task_id);
 }
 
 }  // extern "C"

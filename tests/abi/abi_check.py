@@ -10,6 +10,7 @@ a summary, and exits 1 when it finds any:
   softfloat --objdump O --readelf R LIB        32-bit ARM: no FPU attribute, no VFP/NEON instruction
   baseline  --baseline-dir abi [--baseline F] (--abidiff A | --abidw A --update) LIB
                                                no change to an existing export (additions pass)
+  no_cxx_runtime --readelf R LIB               no libstdc++ in NEEDED, no C++ runtime symbol imported
 """
 
 import argparse
@@ -217,6 +218,22 @@ def check_softfloat(args):
     return report(problems, "%s: %s" % (name, "uses the FPU" if problems else "soft-float only"))
 
 
+CXX_RUNTIME_LIBRARY = re.compile(r"^libstdc\+\+\.so")
+CXX_RUNTIME_SYMBOL = re.compile(r"^(_Z|__cxa_|__gxx_personality_)")
+# The C library's own: every shared object GCC links may import them.
+C_LIBRARY_SYMBOLS = {"__cxa_finalize", "__cxa_atexit", "__cxa_thread_atexit_impl"}
+
+
+def check_no_cxx_runtime(args):
+    needed = re.findall(r"\(NEEDED\)\s+Shared library: \[([^\]]+)\]", run([args.readelf, "-d", "-W", args.library]))
+    imported = {parts[7].split("@")[0] for parts in
+                (line.split() for line in run([args.readelf, "--dyn-syms", "-W", args.library]).splitlines())
+                if len(parts) >= 8 and parts[0][:-1].isdigit() and parts[6] == "UND"}
+    problems = (["NEEDED %s" % lib for lib in needed if CXX_RUNTIME_LIBRARY.match(lib)]
+                + ["imports %s" % n for n in sorted(imported) if CXX_RUNTIME_SYMBOL.match(n) and n not in C_LIBRARY_SYMBOLS])
+    return report(problems, "%d C++ runtime dependencies" % len(problems))
+
+
 ABIDIFF_ERROR, ABIDIFF_USAGE, ABIDIFF_CHANGE, ABIDIFF_INCOMPATIBLE = 1, 2, 4, 8
 
 
@@ -254,7 +271,7 @@ def check_baseline(args):
 
 def main(argv):
     ap = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    ap.add_argument("check", choices=("exports", "header", "frameless", "softfloat", "baseline"))
+    ap.add_argument("check", choices=("exports", "header", "frameless", "softfloat", "baseline", "no_cxx_runtime"))
     for opt in ("map", "readelf", "objdump", "header", "castxml", "cc", "work", "slots", "baseline-dir", "baseline"):
         ap.add_argument("--" + opt)
     ap.add_argument("--abidiff", default="abidiff")

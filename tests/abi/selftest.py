@@ -17,6 +17,7 @@ def main():
     for opt in ("objdump", "readelf", "abidw", "abidiff", "castxml", "cc", "fixtures", "work", "forwarders"):
         ap.add_argument("--" + opt, required=True)
     ap.add_argument("--fixture-lib", action="append", required=True)
+    ap.add_argument("--cxx-runtime-lib", required=True)
     ap.add_argument("--no-frameless", action="store_true")
     ap.add_argument("--softfloat-lib")
     ap.add_argument("--vfp-lib")
@@ -55,6 +56,11 @@ def main():
         ("grown record", diff(fx[3]), 1, None, [r"type size changed from 64 to 96 \(in bits\)", re.escape(broken(3, "ABI"))]),
         ("removed function", diff(fx[4]), 1, None, ["fx_rec_first", re.escape(broken(4, "incompatible"))]),
         ("changed object type", diff(fx[5]), 1, None, ["fx_value", re.escape(broken(5, "ABI"))]),
+        ("C library", ["no_cxx_runtime", "--readelf", a.readelf, fx[0]], 0, ["0 C++ runtime dependencies"], []),
+        # __cxa_finalize belongs to the C library and is not reported.
+        ("C++ runtime", ["no_cxx_runtime", "--readelf", a.readelf, a.cxx_runtime_lib], 1, None,
+         ["^NEEDED libstdc\\+\\+\\.so\\.6$", "^imports __cxa_throw$", "^imports __gxx_personality_", "^imports _ZNSt",
+          r"\A(?![\s\S]*__cxa_finalize)"]),
         ("missing baseline", diff(fx[0], baseline + ".absent"), 1, [
             "no ABI baseline %s.absent for this architecture; create it with scripts/update-abi-baseline" % baseline], []),
     ]

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "core/byte_access.h"
+#include "core/slot_table.h"
 #include "quorix_common_interface.h"
 
 namespace qtest {
@@ -56,6 +57,10 @@ inline std::size_t taskField(int id, std::size_t field) { return kTaskTable + kT
 template <typename Fn>
 void replaceSlot(int slot, Fn *fn) {
     intf_handle[slot] = reinterpret_cast<void *>(fn);
+}
+template <typename Fn>
+void replaceSlot(qrx::Slot slot, Fn *fn) {
+    replaceSlot(qrx::slotIndex(slot), fn);
 }
 
 // Compares text with the golden file golden/<name> beside the calling test

@@ -90,13 +90,13 @@ QRX_EXPORT int GetBiosSetupOption(const char *name) {
 QRX_EXPORT int QuorixGetAttributeValueFromJson(void) {
     Ptr future(json_object_from_file(bs::kFutureSettingsPath));
     if (!future) {
-        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "Reading bios_future_setting.json failed");
+        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "Reading bios_future_setting.json failed");
         return -1;
     }
     // The registry name is looked up as the Redfish service writes it; only the attributes decide.
     (void)member(future.get(), "AttributeRegistry");
     if (member(future.get(), "Attributes") == nullptr) {
-        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "Attributes is NULL");
+        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "Attributes is NULL");
         return -1;
     }
     return 0;
@@ -106,12 +106,12 @@ QRX_EXPORT int QuorixGetResultFromJson(void) {
     Ptr root(json_object_from_file(bs::kSettingResultPath));
     json_object *settingResult = member(root.get(), "SettingResult");
     if (settingResult == nullptr) {
-        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "SettingResult is NULL");
+        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "SettingResult is NULL");
         return -1;
     }
     json_object *result = member(settingResult, "Result");
     if (result == nullptr) {
-        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "Result is NULL");
+        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "Result is NULL");
         return -1;
     }
     // The verdict is read with a 64-byte bound, as the result file's writer sizes it.

@@ -1,13 +1,15 @@
 // The preserve-setup configuration flag: one EEPROM byte, cached per process.
 #include <cstdio>
 
+#include "core/eeprom_map.h"
 #include "core/export.h"
+#include "core/slot_table.h"
 #include "diag/log_names.h"
 #include "quorix_common_interface.h"
 
 namespace {
 
-constexpr int kConfFlagEepromOffset = 0x288;  // 648
+constexpr int kConfFlagEepromOffset = qrx::eeprom::kConfFlagOffset;
 constexpr int kAttempts = 3;
 constexpr unsigned char kNotRead = 255;
 
@@ -25,14 +27,14 @@ QRX_EXPORT int QuorixGetConfFlagInterface(unsigned char *flag) {
     }
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         unsigned char value = 0;
-        int got = QuorixReadMainBoardEEprom(kConfFlagEepromOffset, &value, 1);
+        int got = qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(kConfFlagEepromOffset, &value, 1);
         if (got == 1) {
             g_confFlag = value;
             *flag = value;
             return 0;
         }
         std::printf("[Error]: Read Preserve setup flag from EEPROM failed! Read flag Size=%d \n", got);
-        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "[Error]: Read Preserve setup flag from EEPROM failed! Read flag Size=%d \n",
+        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "[Error]: Read Preserve setup flag from EEPROM failed! Read flag Size=%d \n",
                     got);
     }
     return -1;
@@ -42,17 +44,17 @@ QRX_EXPORT int QuorixSetConfFlagInterface(unsigned char value) {
     if (value > 1) return 1;
     // Preserving the setup needs the complete pending set first.
     if (value == 1 && GenerateFutureSetJson() != 0) {
-        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "\r\n===Generate Future Json File fail !!!======\r\n");
+        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "\r\n===Generate Future Json File fail !!!======\r\n");
         return 1;
     }
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         unsigned char byte = value;
-        if (QuorixWriteMainBoardEEprom(kConfFlagEepromOffset, &byte, 1) == 1) {
+        if (qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(kConfFlagEepromOffset, &byte, 1) == 1) {
             g_confFlag = value;
             return 0;
         }
         std::printf("\r\n===Write Conf Flag %d EEPROM fail !!!======\r\n", value);
-        QuorixDebug(qrx::diag::kLogCritical, qrx::diag::kModulePowerOff, "\r\n===Write Conf Flag %d To EEPROM fail !!!======\r\n", value);
+        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "\r\n===Write Conf Flag %d To EEPROM fail !!!======\r\n", value);
     }
     return 1;
 }

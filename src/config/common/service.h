@@ -13,8 +13,8 @@ namespace qrx::config::svc {
 
 using namespace qrx::cc;
 
-inline constexpr unsigned kLevelError = diag::kLogError;
-inline constexpr const char *kModule = diag::kModuleIpmi;
+inline constexpr unsigned kLevelError = kLogError;
+inline constexpr const char *kModule = kModuleIpmi;
 
 // "[function line] message" on standard output.
 void traceLine(const char *function, int line, const char *format, ...) __attribute__((format(printf, 3, 4)));

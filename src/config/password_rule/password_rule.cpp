@@ -5,6 +5,7 @@
 #include "core/completion_codes.h"
 #include "config/password_rule/password_rule_layout.h"
 #include "core/export.h"
+#include "core/slot_table.h"
 #include "core/request_reader.h"
 #include "diag/log_names.h"
 #include "quorix_common_interface.h"
@@ -115,9 +116,9 @@ QRX_EXPORT int QuorixSetUserPasswordRuleInterface(unsigned char *request, int le
         return kCcParamOutOfRange;
     }
     if (cc != kCcOk || !changed) return cc;
-    int written = QuorixWriteMainBoardEEprom(pw::kEepromOffset, g_rule, static_cast<int>(pw::kRecordSize));
+    int written = qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(pw::kEepromOffset, g_rule, static_cast<int>(pw::kRecordSize));
     if (written != static_cast<int>(pw::kRecordSize)) {
-        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "Write UserPassWdRUle to EEPROM failed! retval=%d", written);
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Write UserPassWdRUle to EEPROM failed! retval=%d", written);
         return kCcUnspecified;
     }
     return kCcOk;
@@ -127,9 +128,9 @@ QRX_EXPORT int QuorixGetUserPasswordRuleInterface(unsigned char *response) {
     if (response == nullptr) return -1;
     if (quorix_passwd_rule_got_flag != 1) {
         unsigned char record[pw::kRecordSize];
-        int got = QuorixReadMainBoardEEprom(pw::kEepromOffset, record, static_cast<int>(pw::kRecordSize));
+        int got = qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(pw::kEepromOffset, record, static_cast<int>(pw::kRecordSize));
         if (got != static_cast<int>(pw::kRecordSize)) {
-            QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "Read UserPassWdRUle to EEPROM failed! retval=%d", got);
+            QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Read UserPassWdRUle to EEPROM failed! retval=%d", got);
             response[0] = kCcReadFailed;
             return 1;
         }

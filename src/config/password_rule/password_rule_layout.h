@@ -6,11 +6,12 @@
 #include <cstdint>
 
 #include "core/byte_access.h"
+#include "core/eeprom_map.h"
 
 namespace qrx::pwrule {
 
-inline constexpr int kEepromOffset = 0x1680;  // 5760
-inline constexpr std::size_t kRecordSize = 12;
+inline constexpr int kEepromOffset = eeprom::kPasswordRuleOffset;
+inline constexpr std::size_t kRecordSize = eeprom::kPasswordRuleSize;
 
 inline constexpr std::size_t kEnabledOffset = 0;          // u8, 0..1
 inline constexpr std::size_t kMinLengthOffset = 1;        // u8, 8..16 characters

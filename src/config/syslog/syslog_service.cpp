@@ -128,11 +128,11 @@ bool hostnameFromFile(char *out, std::size_t size) {
 
 int restartSyslog() {
     if (safe_system(kStopCommand) < 0) {
-        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "stop syslog failed.");
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "stop syslog failed.");
         return -1;
     }
     if (safe_system(kStartCommand) < 0) {
-        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "start syslog failed.");
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "start syslog failed.");
         return -1;
     }
     return 0;
@@ -231,7 +231,7 @@ unsigned writeConfigFile(const SyslogConfig &c) {
     if (c.testTarget > kDestCount && c.testTarget != kNoTestTarget) return kCcInvalidDataField;
     File f(std::fopen(kConfFile, "w"));
     if (!f) {
-        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "Open syslog.conf failed .");
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Open syslog.conf failed .");
         return kCcUnspecified;
     }
     const ConfigText file = configText(c);
@@ -239,7 +239,7 @@ unsigned writeConfigFile(const SyslogConfig &c) {
     // An unknown transport leaves the file empty.
     if (!text.empty() && !writeWithRetries(f.get(), text)) {
         f.reset();
-        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleMonitor, "%s", writeFailureMessage(c));
+        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "%s", writeFailureMessage(c));
         return kCcUnspecified;
     }
     f.reset();
@@ -292,7 +292,7 @@ unsigned setDestination(RequestReader req) {
     std::memcpy(host, hostBytes.data, kDestHostSize);
     // An enabled destination with an empty host is accepted.
     if (host[0] != '\0' && !isValidHost(host)) {
-        QuorixDebug(qrx::diag::kLogError, qrx::diag::kModuleIpmi, "Invalid data format of Syslog destination!");
+        QuorixDebug(qrx::kLogError, qrx::kModuleIpmi, "Invalid data format of Syslog destination!");
         return kCcInvalidDataField;
     }
     d.setHost(std::string_view(host, strnlen(host, kHostTextMax)));
