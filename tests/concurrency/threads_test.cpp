@@ -37,7 +37,7 @@ int powerOkProbe(int node, int source, int flags) {
 }
 
 TEST_F(Threads, PlainForwarder_EachThreadGetsItsOwnResult) {
-    qtest::replaceSlot(2, &powerOkProbe);
+    qtest::replaceSlot(qrx::Slot::checkSystemPowerOk, &powerOkProbe);
     constexpr int kCalls = 5000;
     std::atomic<int> wrong{0};
     runTogether([&](int t) {
@@ -53,8 +53,8 @@ TEST_F(Threads, PlainForwarder_EachThreadGetsItsOwnResult) {
 }
 
 TEST_F(Threads, SimulatedSlots_CountEveryCallAndKeepTheirResult) {
-    ASSERT_EQ(qtest::Sim::get().setResult(3, 0x1234), 0);
-    ASSERT_EQ(qtest::Sim::get().setResult(12, -7), 0);
+    ASSERT_EQ(qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::checkPcpPowerOk), 0x1234), 0);
+    ASSERT_EQ(qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::QuorixGetFanSummaryHealth), -7), 0);
     constexpr int kCalls = 4000;
     std::atomic<int> wrong{0};
     runTogether([&](int t) {
@@ -63,8 +63,8 @@ TEST_F(Threads, SimulatedSlots_CountEveryCallAndKeepTheirResult) {
             wrong += (t % 2 == 0 && checkPcpPowerOk() != 0x1234) + (t != 0 && QuorixGetFanSummaryHealth() != -7);
     });
     EXPECT_EQ(wrong.load(), 0);
-    EXPECT_EQ(qtest::Sim::get().callCount(3), unsigned{kThreads / 2} * kCalls);
-    EXPECT_EQ(qtest::Sim::get().callCount(12), unsigned{kThreads - 1} * kCalls);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::checkPcpPowerOk)), unsigned{kThreads / 2} * kCalls);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixGetFanSummaryHealth)), unsigned{kThreads - 1} * kCalls);
 }
 
 // Each thread owns a stretch of a blank EEPROM: every write lands, none
@@ -108,8 +108,8 @@ int powerOnProbe(int buttonInfo) {
 }
 
 TEST_F(Threads, PowerButtonLock_OneCallerAtATimeEvenWhileInitialising) {
-    qtest::replaceSlot(153, &buttonInfoProbe);
-    qtest::replaceSlot(78, &powerOnProbe);
+    qtest::replaceSlot(qrx::Slot::QuorixGetMBCPLDButtonInfo, &buttonInfoProbe);
+    qtest::replaceSlot(qrx::Slot::QuorixBMCControlPWRON, &powerOnProbe);
     constexpr int kCalls = 2000;
     std::atomic<int> nonZero{0};
     runTogether([&](int) {

@@ -274,8 +274,8 @@ int fruParse(unsigned char *data, int, int area, int field, char *value, int siz
 }
 
 TEST_F(SyslogService, TagFromFruFieldsAndTheGetter) {
-    qtest::replaceSlot(20, fruRead);
-    qtest::replaceSlot(108, fruParse);
+    qtest::replaceSlot(qrx::Slot::ReadFru, fruRead);
+    qtest::replaceSlot(qrx::Slot::QuorixParseEEPROMFRUData, fruParse);
     char tag[40];
     EXPECT_EQ(QuorixSetSyslogTag(1), 0u);
     EXPECT_EQ(g_parseArea, 4);
@@ -288,11 +288,11 @@ TEST_F(SyslogService, TagFromFruFieldsAndTheGetter) {
     EXPECT_STREQ(tag, "PN-4321");
     EXPECT_EQ(QuorixGetSyslogTag(tag, 31), -1);
     EXPECT_EQ(QuorixGetSyslogTag(nullptr, 32), -1);
-    qtest::replaceSlot(20, fruShortRead);
+    qtest::replaceSlot(qrx::Slot::ReadFru, fruShortRead);
     qtest::captureStdout([] { EXPECT_EQ(QuorixSetSyslogTag(1), 0u); });
     EXPECT_EQ(qtest::blockBytes(kTagText, 32), Bytes(32, 0)) << "unreadable FRU: empty tag";
     // A tag change through the set interface stores the index and the text.
-    qtest::replaceSlot(20, fruRead);
+    qtest::replaceSlot(qrx::Slot::ReadFru, fruRead);
     ASSERT_EQ(set({0, 1, 2, 1, 1}), 0u);
     EXPECT_EQ(qtest::blockBytes(kGlobals + 1, 1), Bytes{2});
     ASSERT_EQ(QuorixGetSyslogTag(tag, 40), 0);

@@ -63,8 +63,8 @@ protected:
 };
 
 TEST_F(ComposedOps, ShareLinkIsDisabledOnlyWhenTheDialSwitchAllowsIt) {
-    qtest::replaceSlot(161, dialSwitch);
-    qtest::replaceSlot(163, shareLinkDisable);
+    qtest::replaceSlot(qrx::Slot::BmcCheckDialSwitchStatus, dialSwitch);
+    qtest::replaceSlot(qrx::Slot::BmcShareLinkDisable, shareLinkDisable);
     g_result161 = 4;
     EXPECT_EQ(BmcUpdateShareLink(2, 3), 4);
     EXPECT_EQ(g_calls, (Calls{"161(2,3)"}));
@@ -76,7 +76,7 @@ TEST_F(ComposedOps, ShareLinkIsDisabledOnlyWhenTheDialSwitchAllowsIt) {
 }
 
 TEST_F(ComposedOps, PlatformInitialisationRunsOnceAndSetsTheSharedFlag) {
-    qtest::replaceSlot(0, platformInit);
+    qtest::replaceSlot(qrx::Slot::PlatformInit, platformInit);
     EXPECT_EQ(qtest::blockBytes(22, 1)[0], 0);
     EXPECT_EQ(quorixPlatInit(), 7);
     EXPECT_EQ(qtest::blockBytes(22, 1)[0], 1);
@@ -99,7 +99,7 @@ TEST_F(ComposedOps, PlatformInitialisationFromTwoProcessesCallsSlotZeroOnce) {
     }
     EXPECT_NE(outputs[0].find("quorixPlatInit=0"), std::string::npos) << outputs[0];
     EXPECT_NE(outputs[1].find("quorixPlatInit=0"), std::string::npos) << outputs[1];
-    EXPECT_EQ(qtest::Sim::get().callCount(0), 1u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::PlatformInit)), 1u);
     EXPECT_EQ(qtest::blockBytes(22, 1)[0], 1);
 }
 
@@ -111,7 +111,7 @@ TEST(ChildRole, PlatInit) {
 }
 
 TEST_F(ComposedOps, GpuBoxQueryPassesAPerProcessCounter) {
-    qtest::replaceSlot(191, gpuBoxDevInfo);
+    qtest::replaceSlot(qrx::Slot::GetGpuBoxDevInfo, gpuBoxDevInfo);
     qtest::ChildResult child = qtest::runInChild([] {
         for (int i = 0; i < 3; ++i)
             if (QuorixGetGPUBoxDevInfo() != 0) std::exit(1);
@@ -121,7 +121,7 @@ TEST_F(ComposedOps, GpuBoxQueryPassesAPerProcessCounter) {
 }
 
 TEST_F(ComposedOps, FanPresenceIsRetriedTenTimesAtMost) {
-    qtest::replaceSlot(6, fanPresent);
+    qtest::replaceSlot(qrx::Slot::quorixGetFanPresent, fanPresent);
     unsigned char present = 0;
     EXPECT_EQ(QuorixRetryGetFanPresent(5, &present), -3);
     EXPECT_EQ(g_calls.size(), 10u);
@@ -133,7 +133,7 @@ TEST_F(ComposedOps, FanPresenceIsRetriedTenTimesAtMost) {
 }
 
 TEST_F(ComposedOps, ChassisDiagnosticInterruptMapsTheResult) {
-    qtest::replaceSlot(39, diagInterrupt);
+    qtest::replaceSlot(qrx::Slot::SetBiosBmcItem, diagInterrupt);
     EXPECT_EQ(QuorixDiagInterruptChassis(), 0);
     g_result161 = 9;
     EXPECT_EQ(QuorixDiagInterruptChassis(), -1);
@@ -141,7 +141,7 @@ TEST_F(ComposedOps, ChassisDiagnosticInterruptMapsTheResult) {
 }
 
 TEST_F(ComposedOps, SetBiosBmcItem_PassesTheTwoRequestBytesAndReportsACompletionCode) {
-    qtest::replaceSlot(39, diagInterrupt);
+    qtest::replaceSlot(qrx::Slot::SetBiosBmcItem, diagInterrupt);
     const struct {
         std::vector<unsigned char> request;
         int slotResult;
@@ -169,8 +169,8 @@ TEST_F(ComposedOps, SetBiosBmcItem_PassesTheTwoRequestBytesAndReportsACompletion
 }
 
 TEST_F(ComposedOps, SwitchNodeSelectsTheOtherFlash) {
-    qtest::replaceSlot(172, getBootSelector);
-    qtest::replaceSlot(173, setBootSelector);
+    qtest::replaceSlot(qrx::Slot::QuorixGetBIOSBootSelector, getBootSelector);
+    qtest::replaceSlot(qrx::Slot::QuorixSetBIOSBootSelector, setBootSelector);
     g_selector = 0x10;  // bit 0 clear: select 1
     EXPECT_EQ(QuorixBiosSwitchNode(), 0x173);
     g_selector = 0x11;  // bit 0 set: select 0
@@ -179,7 +179,7 @@ TEST_F(ComposedOps, SwitchNodeSelectsTheOtherFlash) {
 }
 
 TEST_F(ComposedOps, FpgaVersionKnowsOnlyTypeZero) {
-    qtest::replaceSlot(170, fpgaVersion);
+    qtest::replaceSlot(qrx::Slot::UpdateFpgaVersion, fpgaVersion);
     std::string out = qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateFpgaVersion(1, 0, nullptr), -1); });
     EXPECT_EQ(out, "\r\n====Error fpga type:1   =====\r\n");
     EXPECT_TRUE(g_calls.empty());
@@ -188,14 +188,14 @@ TEST_F(ComposedOps, FpgaVersionKnowsOnlyTypeZero) {
 }
 
 TEST_F(ComposedOps, RtcCommandRunsUnderTheRtcLock) {
-    qtest::replaceSlot(235, rtcLock);
-    qtest::replaceSlot(215, rtcControl);
+    qtest::replaceSlot(qrx::Slot::QuorixSetRtcLockStatus, rtcLock);
+    qtest::replaceSlot(qrx::Slot::RtcDeviceControl, rtcControl);
     EXPECT_EQ(RTC_DeviceControl(4, nullptr), 0x215);
     EXPECT_EQ(g_calls, (Calls{"235(1)", "215(4)", "235(0)"}));
 }
 
 TEST_F(ComposedOps, FanInfoIndexIsBoundedByTheFanCountInTheBlock) {
-    qtest::replaceSlot(1, fanInfo);
+    qtest::replaceSlot(qrx::Slot::GetFanInfo, fanInfo);
     static_cast<unsigned char *>(intf_quorix_mem)[0x200000] = 4;  // four fans
     unsigned char info[64];
     EXPECT_EQ(get_hw_fan_info(nullptr, 0), -1);
@@ -205,8 +205,8 @@ TEST_F(ComposedOps, FanInfoIndexIsBoundedByTheFanCountInTheBlock) {
 }
 
 TEST_F(ComposedOps, PowerButtonStateIsPassedOnUnderTheLock) {
-    qtest::replaceSlot(153, buttonInfo);
-    qtest::replaceSlot(78, powerOn);
+    qtest::replaceSlot(qrx::Slot::QuorixGetMBCPLDButtonInfo, buttonInfo);
+    qtest::replaceSlot(qrx::Slot::QuorixBMCControlPWRON, powerOn);
     EXPECT_EQ(QuorixBMCControlPwrBtnmutexInit(), 0);
     EXPECT_EQ(QuorixBMCControlPwrBtnmutexInit(), 0);
     EXPECT_EQ(QuorixBMCControlPwrBtnGetSet(), 0);
@@ -239,14 +239,14 @@ struct TraceCase {
 class TraceForwarders : public qtest::BoundTest {};
 
 TEST_F(TraceForwarders, PrintTheirLineThenForward) {
-    qtest::replaceSlot(75, traceUartSet);
-    qtest::replaceSlot(76, traceUartGet);
-    qtest::replaceSlot(77, traceCpuMismatch);
-    qtest::replaceSlot(29, traceBlackBox);
-    qtest::replaceSlot(43, traceHddSet);
-    qtest::replaceSlot(44, traceHddGet);
-    qtest::replaceSlot(45, traceVmd);
-    qtest::replaceSlot(80, traceOverCurrent);
+    qtest::replaceSlot(qrx::Slot::SetUartSwitchStatus, traceUartSet);
+    qtest::replaceSlot(qrx::Slot::GetUartSwitchStatus, traceUartGet);
+    qtest::replaceSlot(qrx::Slot::GetCpuTypeMismatch, traceCpuMismatch);
+    qtest::replaceSlot(qrx::Slot::GetPsuBlackBoxInfo, traceBlackBox);
+    qtest::replaceSlot(qrx::Slot::SetHddLedPwrStatus, traceHddSet);
+    qtest::replaceSlot(qrx::Slot::GetHddLedPwrStatus, traceHddGet);
+    qtest::replaceSlot(qrx::Slot::SetVmdStatus, traceVmd);
+    qtest::replaceSlot(qrx::Slot::OverCurrentProtectShutdown, traceOverCurrent);
     static unsigned char uart = 0x2A;
     static unsigned char hddAction = 0;
     const std::string mismatchAddress = std::to_string(static_cast<int>(reinterpret_cast<std::uintptr_t>(&uart)));

@@ -65,7 +65,7 @@ int cpuPresent(int index) {
 
 // GetCpuStat keeps a per-process flag, so its whole life is one test.
 TEST_F(BoardState, CpuStat_FillsOncePerProcessAndRetriesAfterABadCount) {
-    qtest::replaceSlot(36, cpuPresent);
+    qtest::replaceSlot(qrx::Slot::GetCpuPresent, cpuPresent);
     block().setU8(kCpuCount, 6);
     EXPECT_EQ(GetCpuStat(), 0);
     EXPECT_TRUE(g_cpuQueries.empty());
@@ -165,9 +165,9 @@ int pushPresence(unsigned *presence) {
 
 // The last power state is per process, so its whole life is one test.
 TEST_F(BoardState, PcieSlotPresence_IsPushedWhenPowerTurnsOn) {
-    qtest::replaceSlot(2, systemPower);
-    qtest::replaceSlot(132, slotPresence);
-    qtest::replaceSlot(133, pushPresence);
+    qtest::replaceSlot(qrx::Slot::checkSystemPowerOk, systemPower);
+    qtest::replaceSlot(qrx::Slot::QuorixGetPCIESlotPresentInfo, slotPresence);
+    qtest::replaceSlot(qrx::Slot::SetPcieSlotPresentToCpld, pushPresence);
     struct Step {
         int power;
         std::size_t pushes;
@@ -204,7 +204,7 @@ int g_ocpResults[2] = {0, 0};
 int ocpPresent(int slot) { return g_ocpResults[slot]; }
 
 TEST_F(BoardState, SyncOcp_StoresEachSlotAndTheCount_KeepingASlotThatFailedToRead) {
-    qtest::replaceSlot(115, ocpPresent);
+    qtest::replaceSlot(qrx::Slot::QuorixGetOcpPresent, ocpPresent);
     const struct {
         int slot0, slot1, result;
         unsigned char present0, present1;
@@ -232,9 +232,10 @@ int pollDevice(int index) {
 TEST_F(BoardState, PciePolls_QueryEveryDeviceWithBothReadinessFlags) {
     const struct {
         int (*poll)();
-        int slot;
+        qrx::Slot slot;
         std::size_t flags;
-    } passes[] = {{QuorixGetPcieGPUThread, 146, 0x200400}, {QuorixGetPcieAcceleratorsThread, 228, 0x200420}};
+    } passes[] = {{QuorixGetPcieGPUThread, qrx::Slot::QuorixGetPcieGPUInfo, 0x200400},
+                  {QuorixGetPcieAcceleratorsThread, qrx::Slot::QuorixGetPcieAcceleratorsInfo, 0x200420}};
     for (const auto &pass : passes) {
         qtest::Sim::get().reset();
         qtest::replaceSlot(pass.slot, pollDevice);
@@ -246,7 +247,7 @@ TEST_F(BoardState, PciePolls_QueryEveryDeviceWithBothReadinessFlags) {
         qtest::block().setU8(pass.flags + 2 * 16 + 1, 1);
         g_polled.clear();
         EXPECT_EQ(pass.poll(), 0);
-        EXPECT_EQ(g_polled, (std::vector<int>{0, 3, 15})) << pass.slot;
+        EXPECT_EQ(g_polled, (std::vector<int>{0, 3, 15})) << qrx::slotIndex(pass.slot);
     }
 }
 

@@ -65,7 +65,7 @@ TEST_F(FanInfo, Bounds_AreCheckedAgainstTheCountAndTheRegion) {
 int fanHealth() { return 2; }
 
 TEST_F(FanInfo, Show_PrintsEveryFanAndTheSummaryHealth) {
-    qtest::replaceSlot(12, fanHealth);
+    qtest::replaceSlot(qrx::Slot::QuorixGetFanSummaryHealth, fanHealth);
     auto fan0 = fanRecord(1, 0, 8200, 7900, 45, 1, 12000, "FAN0");
     auto fan2 = fanRecord(1, 2, 0, 0, 100, 1, 12000, "FAN2\x01");
     write_quorix_fan_info(0, fan0.data());
@@ -84,7 +84,7 @@ int setFanSpeed(int fan, int duty) {
 }
 
 TEST_F(FanInfo, SetSpeed_RecordsTheDutyOnlyWhenTheControllerTookIt) {
-    qtest::replaceSlot(7, setFanSpeed);
+    qtest::replaceSlot(qrx::Slot::SetFanSpeed, setFanSpeed);
     g_speedCalls.clear();
     block().setU8(kFanCount, 3);
     const struct {

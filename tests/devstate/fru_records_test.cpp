@@ -18,18 +18,18 @@ TEST_F(FruRecords, ReadAndWrite_RoundTripThroughTheFruDevice) {
     std::vector<unsigned char> back(8, 0);
     EXPECT_EQ(quorix_read_fru(5, 0x10, 8, back.data()), 8);
     EXPECT_EQ(back, data);
-    EXPECT_EQ(qtest::Sim::get().callCount(19), 1u);
-    EXPECT_EQ(qtest::Sim::get().callCount(20), 1u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::WriteFru)), 1u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::ReadFru)), 1u);
 }
 
 TEST_F(FruRecords, Read_AShortTransferIsAFailure) {
-    qtest::Sim::get().setFault(20, 2);  // half the length
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::ReadFru), 2);  // half the length
     std::vector<unsigned char> buf(16, 0);
     int result = 0;
     EXPECT_EQ(qtest::captureStdout([&] { result = quorix_read_fru(2, 0, 16, buf.data()); }),
               "[INFO]: Read FRU Info Failed. Length = 8\n");
     EXPECT_EQ(result, -1);
-    qtest::Sim::get().setFault(20, 1);
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::ReadFru), 1);
     EXPECT_EQ(qtest::captureStdout([&] { result = quorix_read_fru(2, 0, 16, buf.data()); }),
               "[INFO]: Read FRU Info Failed. Length = -1\n");
     EXPECT_EQ(result, -1);
@@ -51,19 +51,19 @@ TEST_F(FruRecords, Write_ProtectedDevicesAreNeverWritten) {
         std::string out = qtest::captureStdout([&] { EXPECT_EQ(quorix_write_fru(device, 0, 4, buf), -1); });
         EXPECT_EQ(out, "");
     }
-    EXPECT_EQ(qtest::Sim::get().callCount(19), 0u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::WriteFru)), 0u);
     EXPECT_EQ(quorix_write_fru(29, 0, 4, buf), 4);
     EXPECT_EQ(quorix_write_fru(34, 0, 4, buf), 4);
 }
 
 TEST_F(FruRecords, Write_FailurePrintsTheResult) {
-    qtest::Sim::get().setFault(19, 1);
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::WriteFru), 1);
     unsigned char buf[4] = {1, 2, 3, 4};
     int result = 0;
     EXPECT_EQ(qtest::captureStdout([&] { result = quorix_write_fru(3, 0, 4, buf); }),
               "[INFO]: Write FRU Info Failed. Ret = -1\n");
     EXPECT_EQ(result, -1);
-    qtest::Sim::get().setFault(19, 2);  // a short write is passed on as it is
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::WriteFru), 2);  // a short write is passed on as it is
     EXPECT_EQ(quorix_write_fru(3, 0, 4, buf), 2);
 }
 
@@ -76,7 +76,7 @@ int writeAsset(int offset, unsigned char *, int length) {
 }
 
 TEST_F(FruRecords, AssetWrite_AtTheAssetOffsetForcesBiosInfoToCpld) {
-    qtest::replaceSlot(16, writeAsset);
+    qtest::replaceSlot(qrx::Slot::QuorixWrite24256EEprom, writeAsset);
     unsigned char data[2] = {0x12, 0x34};
     int result = -9;
     EXPECT_EQ(qtest::captureStdout([&] { result = QuorixWriteAssetInfo2EEpromInterface(29120, data, 2); }),
@@ -87,7 +87,7 @@ TEST_F(FruRecords, AssetWrite_AtTheAssetOffsetForcesBiosInfoToCpld) {
 }
 
 TEST_F(FruRecords, AssetWrite_OtherOffsetsOrFailuresLeaveTheFlag) {
-    qtest::replaceSlot(16, writeAsset);
+    qtest::replaceSlot(qrx::Slot::QuorixWrite24256EEprom, writeAsset);
     unsigned char data[2] = {0x12, 0x34};
     EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(QuorixWriteAssetInfo2EEpromInterface(29121, data, 2), 0); }), "");
     EXPECT_EQ(block().u8(138227), 0);
@@ -187,7 +187,7 @@ int write24256(int offset, unsigned char *buffer, int length) {
 }
 
 TEST_F(FruRecords, ClearEeprom_ErasesPageByPageWithoutCrossingAPage) {
-    qtest::replaceSlot(16, write24256);
+    qtest::replaceSlot(qrx::Slot::QuorixWrite24256EEprom, write24256);
     const struct {
         int offset, length, result;
         std::vector<std::string> writes;
@@ -209,7 +209,7 @@ TEST_F(FruRecords, ClearEeprom_ErasesPageByPageWithoutCrossingAPage) {
 }
 
 TEST_F(FruRecords, ClearEeprom_StopsAtAFailedPageAndFlagsClearedAssetData) {
-    qtest::replaceSlot(16, write24256);
+    qtest::replaceSlot(qrx::Slot::QuorixWrite24256EEprom, write24256);
     qtest::logToConsole({"QRXMONITOR"});
     g_eepromWrites.clear();
     g_eepromFailAt = 64;

@@ -305,7 +305,7 @@ protected:
         g_updateImage.clear();
         g_updateIndex = g_updatingSeen = -1;
         g_updateResult = 0;
-        qtest::replaceSlot(56, programPsu);
+        qtest::replaceSlot(qrx::Slot::ProgramPsu, programPsu);
     }
     const std::string notes =
         "==   note1:eg: run quorix_monitor_app --flash-psu psu0 means falsh psu0.\n"
@@ -380,8 +380,8 @@ int handleTypeTwo() {
 }
 
 TEST_F(PsuState, HwInfo_CallsTypeTwoHandlingOnceForAPresentTypeTwoSupply) {
-    qtest::replaceSlot(28, readPsuInfo);
-    qtest::replaceSlot(185, handleTypeTwo);
+    qtest::replaceSlot(qrx::Slot::ReadPsuInfo, readPsuInfo);
+    qtest::replaceSlot(qrx::Slot::HandlePsuTypeTwo, handleTypeTwo);
     struct Case {
         int count;
         unsigned char present1, type1, present2, type2;

@@ -225,7 +225,7 @@ protected:
     void SetUp() override {
         BoundTest::SetUp();
         g_reads.clear();
-        qtest::replaceSlot(24, temperature);
+        qtest::replaceSlot(qrx::Slot::ReadTempSensor, temperature);
     }
     static std::string report() {
         return qtest::captureStdout([] { EXPECT_EQ(show_fan_param(), 0); });

@@ -10,7 +10,9 @@ namespace {
 using Bytes = std::vector<unsigned char>;
 
 enum Fault { kNone = 0, kFail = 1, kShort = 2 };
-constexpr int kEepromRead = 13, kEepromWrite = 14, kFruWrite = 19, kFruRead = 20;
+constexpr int kEepromRead = qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom),
+              kEepromWrite = qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom),
+              kFruWrite = qrx::slotIndex(qrx::Slot::WriteFru), kFruRead = qrx::slotIndex(qrx::Slot::ReadFru);
 
 constexpr int kComOffset = 5120;
 constexpr std::size_t kComCache = 0x621F7B, kSolCache = 0x621F7A;

@@ -183,7 +183,7 @@ int shortWrite(const char *, unsigned char *, int length) {
 }
 
 TEST_F(NamedPipes, NoticeNotWrittenWholeIsAnError) {
-    qtest::replaceSlot(150, shortWrite);
+    qtest::replaceSlot(qrx::Slot::QuorixWritePipe, shortWrite);
     std::string out = qtest::captureStdout([] { EXPECT_EQ(QuorixNotifyTaskThread(2, 3), -1); });
     EXPECT_EQ(out, "Error writing Prep command");
     qtest::Sim::get().restoreTable();

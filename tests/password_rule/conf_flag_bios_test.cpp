@@ -32,12 +32,12 @@ TEST_F(ConfFlag, Get_ReadsOnceThenAnswersFromCache) {
     std::string out = ptest::inChild([] {
         unsigned char flag = 0xAA;
         int rc = QuorixGetConfFlagInterface(&flag);
-        unsigned reads = qtest::Sim::get().callCount(13);
+        unsigned reads = qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom));
         unsigned char zero = 0;
         QuorixWriteMainBoardEEprom(ptest::kConfFlagOffset, &zero, 1);
         unsigned char again = 0xAA;
         int rc2 = QuorixGetConfFlagInterface(&again);
-        std::printf("%d %d %d %d %u\n", rc, flag, rc2, again, qtest::Sim::get().callCount(13) - reads);
+        std::printf("%d %d %d %d %u\n", rc, flag, rc2, again, qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom)) - reads);
         std::printf("%d\n", QuorixGetConfFlagInterface(nullptr));
     });
     EXPECT_EQ(out, "0 1 0 1 0\n-1\n");
@@ -45,7 +45,7 @@ TEST_F(ConfFlag, Get_ReadsOnceThenAnswersFromCache) {
 
 TEST_F(ConfFlag, Get_ThreeFailedReadsPrintAndLogEachAndReturnMinusOne) {
     ptest::logToConsole();
-    qtest::Sim::get().setFault(13, 1);
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom), 1);
     std::string out = ptest::inChild([] {
         unsigned char flag = 0xAA;
         std::printf("rc=%d flag=%d\n", QuorixGetConfFlagInterface(&flag), flag);
@@ -61,14 +61,14 @@ TEST_F(ConfFlag, Get_ThreeFailedReadsPrintAndLogEachAndReturnMinusOne) {
     EXPECT_EQ(printed, 3u) << out;
     EXPECT_EQ(logged, 3u) << out;
     EXPECT_NE(out.find("rc=-1 flag=170"), std::string::npos) << out;
-    EXPECT_EQ(qtest::Sim::get().callCount(13), 3u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom)), 3u);
 }
 
 TEST_F(ConfFlag, Set_RefusesValuesAboveOne) {
     std::string out =
         ptest::inChild([] { std::printf("%d %d\n", QuorixSetConfFlagInterface(2), QuorixSetConfFlagInterface(255)); });
     EXPECT_EQ(out, "1 1\n");
-    EXPECT_EQ(qtest::Sim::get().callCount(14), 0u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom)), 0u);
 }
 
 TEST_F(ConfFlag, SetOne_WithoutCurrentSettingsFailsAndLeavesEeprom) {
@@ -85,10 +85,10 @@ TEST_F(ConfFlag, SetOne_WritesFutureFileThenEepromAndCache) {
     qtest::writeFile(kCurrent, R"({"Attributes":{"BootMode":"UEFI","QuietBoot":1}})");
     std::string out = ptest::inChild([] {
         int rc = QuorixSetConfFlagInterface(1);
-        unsigned reads = qtest::Sim::get().callCount(13);
+        unsigned reads = qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom));
         unsigned char flag = 0;
         QuorixGetConfFlagInterface(&flag);
-        std::printf("%d %d %u\n", rc, flag, qtest::Sim::get().callCount(13) - reads);
+        std::printf("%d %d %u\n", rc, flag, qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom)) - reads);
     });
     EXPECT_EQ(out, "0 1 0\n");
     EXPECT_EQ(ptest::eeprom(ptest::kConfFlagOffset, 1), std::vector<unsigned char>{1});
@@ -105,7 +105,7 @@ TEST_F(ConfFlag, SetZero_NeverTouchesJsonFiles) {
 
 TEST_F(ConfFlag, Set_ThreeFailedWritesReportWithBothTexts) {
     ptest::logToConsole();
-    qtest::Sim::get().setFault(14, 1);
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom), 1);
     std::string out = ptest::inChild([] { std::printf("rc=%d\n", QuorixSetConfFlagInterface(0)); });
     const std::string printed = "\r\n===Write Conf Flag 0 EEPROM fail !!!======\r\n";
     const std::string logged = "\r\n===Write Conf Flag 0 To EEPROM fail !!!======\r\n";
@@ -115,7 +115,7 @@ TEST_F(ConfFlag, Set_ThreeFailedWritesReportWithBothTexts) {
     EXPECT_EQ(p, 3u) << out;
     EXPECT_EQ(l, 3u) << out;
     EXPECT_NE(out.find("rc=1"), std::string::npos);
-    EXPECT_EQ(qtest::Sim::get().callCount(14), 3u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom)), 3u);
 }
 
 TEST_F(BiosFiles, GenerateFuture_WithoutFutureFileCopiesCurrentAttributes) {

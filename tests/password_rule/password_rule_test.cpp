@@ -65,7 +65,7 @@ TEST_F(PasswordRule, SingleParameter_LengthAndRangeCodes) {
         EXPECT_EQ(set(c.request), c.cc) << "request size " << c.request.size() << " param "
                                         << (c.request.empty() ? -1 : c.request[0]);
     }
-    EXPECT_EQ(qtest::Sim::get().callCount(14), 0u) << "refused requests write nothing";
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom)), 0u) << "refused requests write nothing";
     EXPECT_EQ(QuorixSetUserPasswordRuleInterface(nullptr, 2), 0xC7);
 }
 
@@ -81,15 +81,15 @@ TEST_F(PasswordRule, SingleParameter_StoresLittleEndianFieldsInCacheAndEeprom) {
     Bytes expected = {1, 16, 1, 31, 0x5A, 0x00, 10, 5, 0x3C, 0, 0, 0};
     EXPECT_EQ(ptest::eeprom(ptest::kRuleOffset, 12), expected);
     EXPECT_EQ(cached(), expected);
-    EXPECT_EQ(qtest::Sim::get().callCount(14), 8u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom)), 8u);
 }
 
 TEST_F(PasswordRule, SingleParameter_EqualValueAnswersZeroWithoutWriting) {
     EXPECT_EQ(set({1, 12}), 0);
-    unsigned writes = qtest::Sim::get().callCount(14);
+    unsigned writes = qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom));
     EXPECT_EQ(set({1, 12}), 0);
     EXPECT_EQ(set({7, 5, 0, 0, 0}), 0);  // the default
-    EXPECT_EQ(qtest::Sim::get().callCount(14), writes);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom)), writes);
 }
 
 TEST_F(PasswordRule, WholeRecord_EnabledTakesBigEndianValues) {
@@ -137,11 +137,11 @@ TEST_F(PasswordRule, WholeRecord_DisabledStoresDefaultsAndUncheckedBytes) {
 
 TEST_F(PasswordRule, EepromWriteFailure_Answers0xFFKeepsCacheAndLogs) {
     ptest::logToConsole();
-    qtest::Sim::get().setFault(14, 2);  // 6 of 12 bytes
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom), 2);  // 6 of 12 bytes
     std::string out = qtest::captureStdout([] { EXPECT_EQ(set({1, 0x0C}), 0xFF); });
     EXPECT_NE(out.find("Write UserPassWdRUle to EEPROM failed! retval=6"), std::string::npos) << out;
     EXPECT_EQ(cached()[1], 0x0C);
-    qtest::Sim::get().setFault(14, 1);
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom), 1);
     out = qtest::captureStdout([] { EXPECT_EQ(set({1, 0x0D}), 0xFF); });
     EXPECT_NE(out.find("Write UserPassWdRUle to EEPROM failed! retval=-1"), std::string::npos) << out;
 }
@@ -149,7 +149,7 @@ TEST_F(PasswordRule, EepromWriteFailure_Answers0xFFKeepsCacheAndLogs) {
 TEST_F(PasswordRule, Get_ReadFailureAnswers0x83AndLeavesFlagClear) {
     ptest::logToConsole();
     for (int fault : {1, 2}) {
-        qtest::Sim::get().setFault(13, fault);
+        qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom), fault);
         unsigned char res[13];
         std::memset(res, 0xAA, sizeof res);
         std::string out = qtest::captureStdout([&] { EXPECT_EQ(QuorixGetUserPasswordRuleInterface(res), 1); });

@@ -55,7 +55,7 @@ TEST_F(PowerPeak, Set_RangeLengthAndNullChecks) {
             std::printf("%s|", set(refused).c_str());
         std::printf("%d ", QuorixSetPowerPeakConfigInterface(nullptr, 2, res));
         std::printf("%d|", QuorixSetPowerPeakConfigInterface(req, 2, nullptr));
-        std::printf("%u|", qtest::Sim::get().callCount(14));
+        std::printf("%u|", qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom)));
         std::printf("%s|", set({0x58, 0x02}).c_str());
         std::printf("%s\n", get().c_str());
     });
@@ -79,10 +79,10 @@ TEST_F(PowerPeak, Get_ReadsEepromOnceAndMapsLargeValuesToTwo) {
         qtest::putEeprom(kPowerPeakOffset, c.stored);
         std::string out = qtest::inChild([] {
             std::string first = get();
-            unsigned reads = qtest::Sim::get().callCount(13);
+            unsigned reads = qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom));
             qtest::putEeprom(kPowerPeakOffset, {0x10, 0x00});
             std::string second = get();
-            std::printf("%s|%s|%u\n", first.c_str(), second.c_str(), qtest::Sim::get().callCount(13) - reads);
+            std::printf("%s|%s|%u\n", first.c_str(), second.c_str(), qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom)) - reads);
         });
         EXPECT_EQ(qtest::plainOutput(out), c.answer + "|" + c.answer + "|0\n");
     }
@@ -95,7 +95,7 @@ TEST_F(PowerPeak, Get_LengthNullAndReadFailure) {
         int n = QuorixGetPowerPeakConfigInterface(req, 1, res);
         std::printf("%d %02x\n", n, res[0]);
         std::printf("%d\n", QuorixGetPowerPeakConfigInterface(nullptr, 0, nullptr));
-        qtest::Sim::get().setFault(13, 2);
+        qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom), 2);
         std::string failed = get();
         std::printf("%s\n", failed.c_str());
     });
@@ -106,9 +106,9 @@ TEST_F(PowerPeak, Get_LengthNullAndReadFailure) {
 
 TEST_F(PowerPeak, Set_ShortEepromWriteAnswers0x83ButCaches) {
     std::string out = qtest::inChild([] {
-        qtest::Sim::get().setFault(14, 2);
+        qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom), 2);
         std::printf("%s|", set({0x2C, 0x01}).c_str());
-        qtest::Sim::get().setFault(14, 0);
+        qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom), 0);
         std::printf("%s\n", get().c_str());
     });
     EXPECT_EQ(out, "1:83|3:00 2c 01\n");
@@ -136,7 +136,7 @@ TEST_F(PowerPeak, Sleep_NoDelayForZeroAndSixHundred) {
 }
 
 TEST_F(PowerPeak, Sleep_ReadFailureReturnsMinusOne) {
-    qtest::Sim::get().setFault(13, 1);
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom), 1);
     std::string out = qtest::inChild([] { std::printf("rc=%d\n", RunPowerPeakSleep()); });
     EXPECT_EQ(qtest::plainOutput(out), "rc=-1\n");
     EXPECT_EQ(qtest::logLines(out),

@@ -83,8 +83,8 @@ TEST_F(PowerPolicy, EepromPowerStatus_ReadWriteAndFailures) {
     EXPECT_EQ(qtest::logLines(out),
               (std::vector<std::string>{"[Error]:NULL buffer pointer passed into read policy!",
                                         "[Error]:NULL buffer pointer passed into read power  status!"}));
-    qtest::Sim::get().setFault(13, 1);
-    qtest::Sim::get().setFault(14, 1);
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom), 1);
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom), 1);
     out = qtest::captureStdout([&] {
         EXPECT_EQ(QuorixEEPROMWritePowerStatus(&state), -2);
         EXPECT_EQ(QuorixEEPROMReadPowerStatus(&back), -2);
@@ -96,14 +96,14 @@ TEST_F(PowerPolicy, EepromPowerStatus_ReadWriteAndFailures) {
 
 TEST_F(PowerPolicy, MonitorPowerStatus_AcFailureKeepsPreOutageState) {
     qtest::logToConsole({"QRXMONITOR"});
-    qtest::Sim::get().setResult(230, 1);  // the CPLD latched AC_FAIL
+    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::GetACFailFromCPLD), 1);  // the CPLD latched AC_FAIL
     std::string out = qtest::inChild([] {
         const int polls[] = {1, 1, 0, 1};
         for (int state : polls) {
-            qtest::Sim::get().setResult(2, state);
+            qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::checkSystemPowerOk), state);
             int rc = QuorixMonitorPowerStatus(0, 1, 2);
             std::printf("poll %d rc=%d block=%d writes=%u eeprom=%d\n", state, rc,
-                        qtest::blockBytes(kBlockPowerState, 1)[0], qtest::Sim::get().callCount(14),
+                        qtest::blockBytes(kBlockPowerState, 1)[0], qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom)),
                         qtest::eeprom(kPowerStatusOffset, 1)[0]);
         }
     });
@@ -119,15 +119,15 @@ TEST_F(PowerPolicy, MonitorPowerStatus_AcFailureKeepsPreOutageState) {
 }
 
 TEST_F(PowerPolicy, MonitorPowerStatus_OrderlyPowerOffIsStored) {
-    qtest::Sim::get().setResult(230, 0);
+    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::GetACFailFromCPLD), 0);
     std::string out = qtest::inChild([] {
-        qtest::Sim::get().setResult(2, 0x101);  // only the low byte counts
+        qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::checkSystemPowerOk), 0x101);  // only the low byte counts
         QuorixMonitorPowerStatus(0, 0, 0);
         std::printf("%d\n", qtest::eeprom(kPowerStatusOffset, 1)[0]);
-        qtest::Sim::get().setResult(2, 0);
+        qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::checkSystemPowerOk), 0);
         QuorixMonitorPowerStatus(0, 0, 0);
         int stored = qtest::eeprom(kPowerStatusOffset, 1)[0];
-        std::printf("%d %u\n", stored, qtest::Sim::get().callCount(230));
+        std::printf("%d %u\n", stored, qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::GetACFailFromCPLD)));
     });
     EXPECT_EQ(qtest::plainOutput(out), "1\n0 1\n");
 }
@@ -149,7 +149,7 @@ TEST_F(PowerPolicy, ComSol_SetStoresEepromAndBlockCache) {
     EXPECT_EQ(QuorixSetComCfg(3), -1);
     EXPECT_EQ(qtest::eeprom(kComOffset, 2), (std::vector<unsigned char>{2, 16}));
     EXPECT_EQ(qtest::blockBytes(kBlockSol, 2), (std::vector<unsigned char>{16, 2}));
-    EXPECT_EQ(qtest::Sim::get().callCount(14), 2u) << "refused values are not written";
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom)), 2u) << "refused values are not written";
     EXPECT_EQ(QuorixGetSolCfg(), 16);
     EXPECT_EQ(QuorixGetComCfg(), 2);
 }
@@ -162,27 +162,27 @@ TEST_F(PowerPolicy, ComSol_GetReadsEepromOnceAndMapsInvalidToZero) {
     EXPECT_EQ(QuorixGetSolCfg(), 0);
     EXPECT_EQ(qtest::blockBytes(kBlockSol, 2), (std::vector<unsigned char>{0, 0}));
     EXPECT_EQ(qtest::eeprom(kComOffset, 2), (std::vector<unsigned char>{0xFF, 0xFF}));
-    EXPECT_EQ(qtest::Sim::get().callCount(14), 0u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom)), 0u);
 
     qtest::putEeprom(kComOffset, {1, 4});
     qtest::block().setU8(kBlockCom, 255);
     qtest::block().setU8(kBlockSol, 255);
     EXPECT_EQ(QuorixGetComCfg(), 1);
     EXPECT_EQ(QuorixGetSolCfg(), 4);
-    unsigned reads = qtest::Sim::get().callCount(13);
+    unsigned reads = qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom));
     qtest::putEeprom(kComOffset, {2, 3});
     EXPECT_EQ(QuorixGetComCfg(), 1) << "cached";
     EXPECT_EQ(QuorixGetSolCfg(), 4) << "cached";
-    EXPECT_EQ(qtest::Sim::get().callCount(13), reads);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom)), reads);
 }
 
 TEST_F(PowerPolicy, PowerButtonLock_InitOnceAndGetSetPassesButtonInfo) {
     EXPECT_EQ(QuorixBMCControlPwrBtnmutexInit(), 0);
     EXPECT_EQ(QuorixBMCControlPwrBtnmutexInit(), 0);
-    qtest::Sim::get().setResult(153, 0x21);
+    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::QuorixGetMBCPLDButtonInfo), 0x21);
     static int seen = -1;
     qtest::replaceSlot(
-        78, +[](int info) -> int {
+        qrx::Slot::QuorixBMCControlPWRON, +[](int info) -> int {
             seen = info;
             return 0;
         });

@@ -35,8 +35,8 @@ protected:
 };
 
 TEST_F(Readings, TemperatureAndPowerAreTruncatedTowardZero) {
-    qtest::replaceSlot(24, readSensor);
-    qtest::replaceSlot(25, readSensor);
+    qtest::replaceSlot(qrx::Slot::ReadTempSensor, readSensor);
+    qtest::replaceSlot(qrx::Slot::ReadPowerSensor, readSensor);
     const struct {
         float slot;
         float expected;
@@ -68,7 +68,7 @@ TEST_F(Readings, EmptySlotsReadAsZero) {
 }
 
 TEST_F(Readings, SensorReadingRefusesANullOutputAndForwardsOtherwise) {
-    qtest::replaceSlot(23, sensorReading);
+    qtest::replaceSlot(qrx::Slot::QuorixGetSensorReading, sensorReading);
     EXPECT_EQ(QuorixGetSensorReading(3, nullptr, 4), -1);
     EXPECT_TRUE(g_args.empty());
     float reading = 0.0f;
@@ -85,7 +85,7 @@ int eventControl(int type, int index, int offset, int assert) {
 }
 
 TEST_F(Readings, DiscreteState_DeassertsTheOldEventBeforeAssertingTheNew) {
-    qtest::replaceSlot(49, eventControl);
+    qtest::replaceSlot(qrx::Slot::QuorixCPUMEMStatCtrl, eventControl);
     using Calls = std::vector<std::vector<int>>;
     const struct {
         int previous, next, firstResult, secondResult, result;  // slot results in call order

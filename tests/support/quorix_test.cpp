@@ -472,7 +472,7 @@ void setProgramTime(int slot, unsigned milliseconds) {
 void UpdateTest::SetUp() {
     BoundTest::SetUp();
     g_pipeWrites.clear();
-    replaceSlot(150, &recordPipeWrite);
+    replaceSlot(qrx::Slot::QuorixWritePipe, &recordPipeWrite);
     takeIdlLines();
     clearDirectory("/usr/local/lmedia");
 }

@@ -41,16 +41,16 @@ TEST_F(DeviceUpgrades, Psu_RunIsRecordedAsTask5) {
 TEST_F(DeviceUpgrades, Psu_FailureRaisesTheEventAndTheNextSuccessTheRecovery) {
     qtest::writeFile("/var/psuimage", "image");
     qtest::writeFile("/var/psuimage.version", "2.05\n");
-    qtest::Sim::get().setFault(56, 1);
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::ProgramPsu), 1);
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdatePSU("/var/psuimage", 0), -1); });
     EXPECT_EQ(block().u8(taskField(5, kStatus)), 4);
     EXPECT_EQ(takeIdlLines()[0].text, "PSU0 upgrade to version 2.05 failed");
-    qtest::Sim::get().setFault(56, 0);
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::ProgramPsu), 0);
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdatePSU("/var/psuimage", 0), 0); });
     EXPECT_EQ(selEvents(), (std::vector<std::vector<int>>{{0x07, 5, 4}, {0x87, 5, 3}}));
     // A missing image starts no task.
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdatePSU("/var/none", 0), -1); });
-    EXPECT_EQ(qtest::Sim::get().callCount(56), 2u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::ProgramPsu)), 2u);
 }
 
 // Reads the progress byte the way a peer process does, without a lock.
@@ -90,7 +90,7 @@ TEST_F(DeviceUpgrades, BiosFlash_SimulatorWritesTheFlasherFile) {
     EXPECT_EQ(progress[1], 100);
     EXPECT_EQ(takeIdlLines()[0].text, "BIOS flash upgrade with image /usr/local/lmedia/bios.bin successed");
 
-    qtest::Sim::get().setFault(197, 1);
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::ProgramScp), 1);
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateSCP("/usr/local/lmedia/bios.bin", 0), -1); });
     qtest::captureStdout([&] { result = QuorixGetFlashProgress(progress); });
     EXPECT_EQ(result, 254);
@@ -106,7 +106,7 @@ TEST_F(DeviceUpgrades, ScpFlash_UsesTask11AndRefusesBadInput) {
               "QuorixUpdateSCP: no flash 2\n");
     EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateSCP(nullptr, 1), -1); }),
               "QuorixUpdateSCP: image (null) not found\n");
-    EXPECT_EQ(qtest::Sim::get().callCount(197), 1u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::ProgramScp)), 1u);
 }
 
 TEST_F(DeviceUpgrades, GpuFpgaAndCec_RecordStartTimeForTheEstimate) {
@@ -120,11 +120,11 @@ TEST_F(DeviceUpgrades, GpuFpgaAndCec_RecordStartTimeForTheEstimate) {
     ASSERT_EQ(lines.size(), 1u);
     EXPECT_EQ(lines[0].kind, 5);
     EXPECT_EQ(lines[0].text, "GPU FPGA upgrade to version 0.9 successed");
-    qtest::Sim::get().setResult(182, 3);
+    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::ProgramGpuFpga), 3);
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateGPUCECFpga("/usr/local/lmedia/hgx.bin"), 3); });
     EXPECT_EQ(block().u8(taskField(9, kStatus)), 4);
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateGPUCECFpga("/usr/local/lmedia/none"), -1); });
-    EXPECT_EQ(qtest::Sim::get().callCount(182), 2u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::ProgramGpuFpga)), 2u);
 }
 
 void stageVr(std::uint8_t vendor, std::uint8_t index, const char *image) {
@@ -139,7 +139,7 @@ void stageVr(std::uint8_t vendor, std::uint8_t index, const char *image) {
 TEST_F(DeviceUpgrades, Vr_StagedRequestIsFoundCheckedAndRunOnce) {
     EXPECT_EQ(QuorixInVRCheckUpgrade(), -1);  // blank EEPROM
     EXPECT_EQ(QuorixInVRAutoUpgrade(), -2);
-    EXPECT_EQ(qtest::Sim::get().callCount(59), 0u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::UpgradeVr)), 0u);
     stageVr(2, 1, "/usr/local/lmedia/vr1.bin");
     qtest::captureStdout([] { EXPECT_EQ(Quorix_HasUpdateFile(6), 1); });
     EXPECT_EQ(block().u8(taskField(6, kStatus)), 1);
@@ -148,10 +148,10 @@ TEST_F(DeviceUpgrades, Vr_StagedRequestIsFoundCheckedAndRunOnce) {
     EXPECT_EQ(block().u8(taskField(6, kStatus)), 3);
     EXPECT_EQ(takeIdlLines()[0].text, "VR1 upgrade with image /usr/local/lmedia/vr1.bin successed");
     EXPECT_EQ(QuorixInVRCheckUpgrade(), -1);  // used up
-    EXPECT_EQ(qtest::Sim::get().callCount(59), 2u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::UpgradeVr)), 2u);
     // The platform may answer that nothing is due.
     stageVr(0, 0, "/x");
-    qtest::Sim::get().setResult(59, 1);
+    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::UpgradeVr), 1);
     EXPECT_EQ(QuorixInVRCheckUpgrade(), 1);
     EXPECT_EQ(Quorix_HasUpdateFile(6), 0);
 }
@@ -162,11 +162,11 @@ TEST_F(DeviceUpgrades, Vr_VendorUpgradesNeedAnImage) {
     EXPECT_EQ(takeIdlLines()[0].text, "VR3 (MPS) upgrade with image /usr/local/lmedia/mps.bin successed");
     EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixInVRPXEUpgrade(0, "/usr/local/lmedia/pxe.bin"), -1); }),
               "VR0 PXE image /usr/local/lmedia/pxe.bin not found\n");
-    qtest::Sim::get().setFault(61, 1);
+    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::UpgradeVrXdp), 1);
     qtest::captureStdout([] { EXPECT_EQ(QuorixInVRXDPUpgrade(1, "/usr/local/lmedia/mps.bin"), -1); });
     EXPECT_EQ(block().u8(taskField(6, kStatus)), 4);
-    EXPECT_EQ(qtest::Sim::get().callCount(60), 0u);
-    EXPECT_EQ(qtest::Sim::get().callCount(62), 1u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::UpgradeVrPxe)), 0u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::UpgradeVrMps)), 1u);
 }
 
 std::vector<std::vector<int>> g_selectorCalls;
@@ -183,10 +183,10 @@ std::uint8_t eepromByte(int offset) {
 
 TEST_F(DeviceUpgrades, BiosBootMonitor_ThirdFailedBootSwitchesImage) {
     g_selectorCalls.clear();
-    qtest::replaceSlot(173, &setSelector);
-    qtest::Sim::get().setResult(175, 1);
-    qtest::Sim::get().setResult(171, 0);
-    qtest::Sim::get().setResult(172, 1);
+    qtest::replaceSlot(qrx::Slot::QuorixSetBIOSBootSelector, &setSelector);
+    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::CheckBIOSDoubleFlashSupport), 1);
+    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::checkBIOSBootOK), 0);
+    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::QuorixGetBIOSBootSelector), 1);
     unsigned char pending[2] = {1, 0};
     ASSERT_EQ(QuorixWriteMainBoardEEprom(3892, pending, 2), 2);
     std::string out = qtest::captureStdout([] {
@@ -202,7 +202,7 @@ TEST_F(DeviceUpgrades, BiosBootMonitor_ThirdFailedBootSwitchesImage) {
 }
 
 TEST_F(DeviceUpgrades, BiosBootMonitor_BootedBiosFinishesTheTask) {
-    qtest::Sim::get().setResult(175, 1);
+    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::CheckBIOSDoubleFlashSupport), 1);
     unsigned char pending[2] = {1, 2};
     ASSERT_EQ(QuorixWriteMainBoardEEprom(3892, pending, 2), 2);
     qtest::captureStdout([] { EXPECT_EQ(QuorixBIOSBootUpMonitor(), 0); });
@@ -212,7 +212,7 @@ TEST_F(DeviceUpgrades, BiosBootMonitor_BootedBiosFinishesTheTask) {
     EXPECT_EQ(takeIdlLines()[0].text, "BIOS boot-up after upgrade successed");
     // Single-flash boards never look.
     ASSERT_EQ(QuorixWriteMainBoardEEprom(3892, pending, 2), 2);
-    qtest::Sim::get().setResult(175, 0);
+    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::CheckBIOSDoubleFlashSupport), 0);
     EXPECT_EQ(QuorixBIOSBootUpMonitor(), 0);
     EXPECT_EQ(eepromByte(3892), 1);
 }

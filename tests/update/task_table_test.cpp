@@ -336,7 +336,7 @@ int failingPipeWrite(const char *, unsigned char *, int) {
 
 TEST_F(TaskTable, Cancel_SucceedsEvenWhenThePostFails) {
     putTask(7, 1, 7);
-    qtest::replaceSlot(150, &failingPipeWrite);
+    qtest::replaceSlot(qrx::Slot::QuorixWritePipe, &failingPipeWrite);
     int result = 1;
     qtest::captureStdout([&] { result = QuorixBackgroundTaskCancel(7); });
     EXPECT_EQ(result, 0);
@@ -350,7 +350,7 @@ TEST_F(TaskTable, NotifyAsynTask_WritesTheNotice) {
     notice[2] = 11;
     notice[38] = 0x34;
     EXPECT_EQ(g_pipeWrites[0].bytes, notice);
-    qtest::replaceSlot(150, &failingPipeWrite);
+    qtest::replaceSlot(qrx::Slot::QuorixWritePipe, &failingPipeWrite);
     EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixNotifyAsynTask(1, 1), -1); }), "Error writing Prep command");
 }
 

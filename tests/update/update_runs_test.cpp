@@ -38,9 +38,9 @@ protected:
         UpdateTest::SetUp();
         g_programmed.clear();
         g_programResult = 0;
-        qtest::replaceSlot(55, &recordProgram);
-        qtest::replaceSlot(169, &recordProgram);
-        qtest::replaceSlot(92, &backplanePresent);
+        qtest::replaceSlot(qrx::Slot::ProgramCpld, &recordProgram);
+        qtest::replaceSlot(qrx::Slot::ProgramFpga, &recordProgram);
+        qtest::replaceSlot(qrx::Slot::quorixGetBackPlanePresent, &backplanePresent);
     }
     static void frontBackplanes(const std::vector<std::string> &texts) {
         block().setU8(0x1D139, static_cast<std::uint8_t>(texts.size()));
@@ -112,9 +112,9 @@ TEST_F(UpdateRuns, Backplanes_ResultsAreOredAndNoMatchIsMinus2) {
     static int *next;
     next = results;
     qtest::replaceSlot(
-        55, +[](int, int, const char *, int) { return *next++; });
+        qrx::Slot::ProgramCpld, +[](int, int, const char *, int) { return *next++; });
     qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateCpld(1, 0, "/usr/local/lmedia/cpldBP24NVMEB001"), 5); });
-    qtest::replaceSlot(55, &recordProgram);
+    qtest::replaceSlot(qrx::Slot::ProgramCpld, &recordProgram);
     qtest::captureStdout([] {
         EXPECT_EQ(QuorixUpdateCpld(1, 0, "/usr/local/lmedia/cpldBP12X35ZZZZZ"), -2);
         EXPECT_EQ(QuorixUpdateCpld(1, 0, "/usr/local/lmedia/BP24NVMEB001"), -2);      // no "cpld"
@@ -147,11 +147,11 @@ TEST_F(UpdateRuns, IdlLine_RearBackplaneChecksCountPresenceAndSideFile) {
     EXPECT_EQ(lines[0].text,
               "Rear BackPlane CPLD1 upgrade from version 3.5 to version " + std::string(40, '7') + " failed");
     qtest::replaceSlot(
-        92, +[](int, int) { return 0; });
+        qrx::Slot::quorixGetBackPlanePresent, +[](int, int) { return 0; });
     QuorixCPLDUpdatePostIdl(2, 1, image.c_str(), 1, "failed");
     EXPECT_TRUE(takeIdlLines().empty());  // not present
     block().setU8(0x1D13A, 9);
-    qtest::replaceSlot(92, &backplanePresent);
+    qtest::replaceSlot(qrx::Slot::quorixGetBackPlanePresent, &backplanePresent);
     QuorixCPLDUpdatePostIdl(2, 1, image.c_str(), 1, "failed");
     EXPECT_TRUE(takeIdlLines().empty());  // more than 8 backplanes
 }
@@ -174,7 +174,7 @@ TEST_F(UpdateRuns, Fpga_BoardIdThenStartTimeProgrammingAndLine) {
     EXPECT_EQ(lines[0].kind, 5);
     EXPECT_EQ(lines[0].text, "MainBoard FPGA upgrade from version 2.1 to version 2.2 successed");
     // FPGA disabled: no current version.
-    qtest::Sim::get().setResult(168, 0);
+    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::QuorixCheckFPGAEnable), 0);
     g_programResult = -1;
     qtest::captureStdout([&] { EXPECT_EQ(QuorixUpdateFpga(0, image.c_str()), -1); });
     EXPECT_EQ(takeIdlLines()[0].text, "MainBoard FPGA upgrade from NULL to version 2.2 failed");
@@ -208,7 +208,7 @@ TEST_F(UpdateRuns, VersionReaders_FormatMajorMinorAndRefuseUnknown) {
     block().setU8(0x1D0EA, 0x10);
     EXPECT_EQ(QuorixGetBoardFPGAVersion(text, sizeof text), 0);
     EXPECT_STREQ(text, "1.0");
-    qtest::Sim::get().setResult(168, 0);
+    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::QuorixCheckFPGAEnable), 0);
     EXPECT_EQ(QuorixGetBoardFPGAVersion(text, sizeof text), -1);
 
     block().setU8(0x101FD + 819, 0x45);
@@ -221,12 +221,12 @@ TEST_F(UpdateRuns, VersionUpdates_ForwardWithTheKindAsIndex) {
     static std::vector<std::vector<int>> calls;
     calls.clear();
     qtest::replaceSlot(
-        122, +[](int t, int i, unsigned char *) {
+        qrx::Slot::UpdateBpCpldVersion, +[](int t, int i, unsigned char *) {
             calls.push_back({122, t, i});
             return 0x122;
         });
     qtest::replaceSlot(
-        123, +[](int t, int i, unsigned char *) {
+        qrx::Slot::UpdateMbCpldVersion, +[](int t, int i, unsigned char *) {
             calls.push_back({123, t, i});
             return 0x123;
         });
@@ -316,8 +316,8 @@ TEST_F(UpdateRuns, Estimates_FollowARealRunDrivenByTheSimulator) {
     // A real run through the simulated CPLD with programming time 0: the
     // platform fills in the expected duration, the run stores its start.
     qtest::Sim::get().restoreTable();
-    qtest::replaceSlot(150, &recordPipeWrite);
-    qtest::replaceSlot(92, &backplanePresent);
+    qtest::replaceSlot(qrx::Slot::QuorixWritePipe, &recordPipeWrite);
+    qtest::replaceSlot(qrx::Slot::quorixGetBackPlanePresent, &backplanePresent);
     setProgramTime(55, 0);
     block().setU8(0x149B9, 0x07);
     block().setU8(taskField(2, kStatus), 2);
@@ -328,7 +328,7 @@ TEST_F(UpdateRuns, Estimates_FollowARealRunDrivenByTheSimulator) {
     EXPECT_EQ(progress, static_cast<std::uint32_t>(std::time(nullptr)) == block().u32(taskField(2, kStart)) ? 0 : 95);
     qtest::captureStdout([] { QuorixSetTaskStatus(2, 3); });
     EXPECT_EQ(QuorixGetCpldUpgradeProgress(2), 100);
-    EXPECT_EQ(qtest::Sim::get().callCount(55), 1u);
+    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::ProgramCpld)), 1u);
 }
 
 class UploadScan : public UpdateRuns {};
@@ -388,7 +388,7 @@ TEST_F(UploadScan, TextOnBothBackplaneKindsIsSettledByThePlatform) {
     qtest::writeFile("/usr/local/lmedia/cpldBP24NVMEB001.bin", "x");
     static std::string asked;
     qtest::replaceSlot(
-        186, +[](const char *desc, int length) {
+        qrx::Slot::QuorixGetTaskIDByBpDesc, +[](const char *desc, int length) {
             asked.assign(desc, static_cast<std::size_t>(length));
             return 4;
         });
