@@ -76,6 +76,7 @@ bool loadPsus(json_object *psus, int &loaded) {
     json_object *records = member(psus, "records");
     if (records == nullptr) records = json_object_new_array();  // counters only
     else json_object_get(records);
+    JsonPtr held(records, json_object_put);  // also when a refused record throws
     bool ok = isArray(records, "psus.records");
     int count = ok ? static_cast<int>(json_object_array_length(records)) : 0;
     for (int i = 0; ok && i < count; ++i) {
@@ -115,7 +116,6 @@ bool loadPsus(json_object *psus, int &loaded) {
         if (json_object *date = member(rec, "date")) {
             std::vector<std::uint8_t> bytes;
             if (!parseHexBytes(json_object_get_string(date), bytes) || bytes.size() > r::kDateLen) {
-                json_object_put(records);
                 throw UsageError("psu " + std::to_string(index) + ": \"date\" is up to 6 hex bytes");
             }
             block().copyIn(at + r::kDate, bytes.data(), bytes.size());
@@ -128,7 +128,6 @@ bool loadPsus(json_object *psus, int &loaded) {
         block().setU8(p::kNormalNumOffset, static_cast<unsigned char>(intOr(psus, "normal_num", count)));
         block().setU8(p::kRedundantNumOffset, static_cast<unsigned char>(intOr(psus, "redundant_num", 0)));
     }
-    json_object_put(records);
     return ok;
 }
 
