@@ -12,7 +12,7 @@
 namespace {
 
 // EEPROM offsets and block offsets of the power configuration.
-constexpr int kPowerStatusOffset = 4481, kComOffset = 5120, kSolOffset = 5121;
+constexpr int kPowerStatusOffset = 4481, kComOffset = 5120;  // SOL follows COM at 5121
 constexpr std::size_t kBlockPowerState = 0x621F8F, kBlockCom = 0x621F7B, kBlockSol = 0x621F7A;
 
 const std::string kMarker = "/var/tmp/power_button_press_flag";

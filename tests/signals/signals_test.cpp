@@ -189,9 +189,10 @@ TEST_F(Signals, ModuleNameIsABoundedCopyOfAtMost32Bytes) {
         {{{"IGNORED", 0}}, "QRXMONITOR"},          // nothing copied: the initial name
         {{{"IGNORED", -5}}, "QRXMONITOR"},
     };
-    for (const auto &[calls, shown] : cases) {
+    for (const auto &c : cases) {
+        const std::string &shown = c.second;
         qtest::ChildResult child = daemon([&] {
-            for (auto [name, length] : calls) QuorixInitSignals(name, length);
+            for (auto [name, length] : c.first) QuorixInitSignals(name, length);
             raise(SIGBUS);
         });
         EXPECT_EQ(child.status, 255) << shown;

@@ -27,7 +27,7 @@ inline Bytes cat(Bytes a, const Bytes &b) {
 
 inline Bytes req(std::initializer_list<unsigned char> head, const std::string &data = "") {
     Bytes r(head);
-    r.insert(r.end(), data.begin(), data.end());
+    for (char c : data) r.push_back(static_cast<unsigned char>(c));
     return r;
 }
 
