@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "config/common/json_file.h"
+#include "core/shared_block.h"
 
 namespace qrx::config::json {
 
@@ -34,6 +35,15 @@ void saveFields(json_object *obj, const unsigned char *rec, const Field (&fields
 template <std::size_t N>
 void loadFields(json_object *obj, unsigned char *rec, const Field (&fields)[N]) {
     loadFields(obj, rec, fields, N);
+}
+
+// Loads a whole Size-byte record into the block at `offset`: fields the file
+// lacks read as zero, and the block changes in one copy.
+template <std::size_t Size, std::size_t N>
+void loadRecord(json_object *obj, std::size_t offset, const Field (&fields)[N]) {
+    unsigned char rec[Size] = {};
+    loadFields(obj, rec, fields, N);
+    sharedBlock().copyIn(offset, rec, Size);
 }
 
 // What a service's loader logs when a step fails.

@@ -165,36 +165,20 @@ QRX_EXPORT unsigned ValidatePrivProtocol(const char *word) {
 QRX_EXPORT unsigned ValidateHostID(const char *word) {
     return qrx::config::isHostId(word) ? 0 : 1;
 }
-QRX_EXPORT unsigned ValidateSyslogTagStrToIndex(const char *word, unsigned char *index) {
-    return wordToIndex(SyslogTagStr, word, index);
-}
-QRX_EXPORT unsigned ValidateSyslogTagIndexToString(int index, char *dest, unsigned size) {
-    return indexToWord(SyslogTagStr, index, dest, size);
-}
-QRX_EXPORT unsigned ValidateSyslogEnableStrToIndex(const char *word, unsigned char *index) {
-    return wordToIndex(SyslogEnableStr, word, index);
-}
-QRX_EXPORT unsigned ValidateSyslogEnableIndexToString(int index, char *dest, unsigned size) {
-    return indexToWord(SyslogEnableStr, index, dest, size);
-}
-QRX_EXPORT unsigned ValidateSyslogProtocalStrToIndex(const char *word, unsigned char *index) {
-    return wordToIndex(SyslogProtocalStr, word, index);
-}
-QRX_EXPORT unsigned ValidateSyslogProtocalIndexToString(int index, char *dest, unsigned size) {
-    return indexToWord(SyslogProtocalStr, index, dest, size);
-}
-QRX_EXPORT unsigned ValidateSyslogTypeStrToIndex(const char *word, unsigned char *index) {
-    return wordToIndex(SyslogTypeStr, word, index);
-}
-QRX_EXPORT unsigned ValidateSyslogTypeIndexToString(int index, char *dest, unsigned size) {
-    return indexToWord(SyslogTypeStr, index, dest, size);
-}
-QRX_EXPORT unsigned ValidateSyslogLevelStrToIndex(const char *word, unsigned char *index) {
-    return wordToIndex(SyslogLevelStr, word, index);
-}
-QRX_EXPORT unsigned ValidateSyslogLevelIndexToString(int index, char *dest, unsigned size) {
-    return indexToWord(SyslogLevelStr, index, dest, size);
-}
+// Each syslog word table has a word-to-index and an index-to-word export.
+#define QRX_SYSLOG_WORD_EXPORTS(Name)                                                                \
+    QRX_EXPORT unsigned ValidateSyslog##Name##StrToIndex(const char *word, unsigned char *index) {   \
+        return wordToIndex(Syslog##Name##Str, word, index);                                        \
+    }                                                                                              \
+    QRX_EXPORT unsigned ValidateSyslog##Name##IndexToString(int index, char *dest, unsigned size) { \
+        return indexToWord(Syslog##Name##Str, index, dest, size);                                  \
+    }
+QRX_SYSLOG_WORD_EXPORTS(Tag)
+QRX_SYSLOG_WORD_EXPORTS(Enable)
+QRX_SYSLOG_WORD_EXPORTS(Protocal)
+QRX_SYSLOG_WORD_EXPORTS(Type)
+QRX_SYSLOG_WORD_EXPORTS(Level)
+#undef QRX_SYSLOG_WORD_EXPORTS
 
 QRX_EXPORT int QuorixIDLSeverity2SyslogLevel(const char *word, int *level) {
     if (word == nullptr || level == nullptr) return 1;

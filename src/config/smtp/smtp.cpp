@@ -328,9 +328,7 @@ int load() {
     json::Ptr root;
     json_object *cfg = json::openSection(kLoader, root);
     if (cfg == nullptr) return -1;
-    unsigned char rec[kRecordSize] = {};
-    json::loadFields(cfg, rec, kFields);
-    record().copyIn(0, rec, kRecordSize);
+    json::loadRecord<kRecordSize>(cfg, kRecordOffset, kFields);
 
     json_object *list = json::listSection(root.get(), "SmtpDestCfg", kRcptCount,
                                           "Get the SmtpDestCfg struct from Json failed.",

@@ -82,9 +82,7 @@ int loadJson() {
     json::Ptr root;
     json_object *cfg = json::openSection(kLoader, root);
     if (cfg == nullptr) return -1;
-    unsigned char rec[kRecordSize] = {};
-    json::loadFields(cfg, rec, kRecordFields);
-    sharedBlock().copyIn(kRecordOffset, rec, kRecordSize);
+    json::loadRecord<kRecordSize>(cfg, kRecordOffset, kRecordFields);
 
     json_object *list = json::listSection(root.get(), "SnmpTrapDestCfg", kDestCount,
                                           "Get the SnmpTrapDestCfg struct from Json failed.",
