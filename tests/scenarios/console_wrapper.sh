@@ -24,8 +24,9 @@ grep -qx '  text:         "two terminals"' "$out"
 "$ctl" send queue 12347 02000000 >/dev/null
 "$ctl" listen queue 12347 --count 1 | grep -qx 'request code 2 on queue 12347'
 # A host file named as an argument in a tree the sandbox replaces is bound
-# read-only; a private /tmp stands in for the host's here.
-bwrap --dev-bind / / --tmpfs /tmp -- bash -c \
+# read-only; a private /tmp stands in for the host's here (with the trees
+# put back, for a clone that lies under /tmp itself).
+bwrap --dev-bind / / --tmpfs /tmp --bind "$src" "$src" --bind "$build" "$build" -- bash -c \
   'echo "{\"devices\": {\"cpus\": {\"present\": [1]}}}" >/tmp/host.json && "$0" sim load /tmp/host.json' "$ctl" |
   grep -qx 'loaded /tmp/host.json: 0 block regions, 0 slot results, 1 device records'
 keeper=$(cat "$QUORIX_STATE/ipc-keeper.pid")
