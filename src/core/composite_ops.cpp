@@ -21,8 +21,8 @@ int g_gpuBoxCallCount = 0;
 
 // Reads the selector of a flash pair and selects the other one.
 int switchBootFlash(int which) {
-    int current = qrx::slotFn<172>()(which);
-    return qrx::slotFn<173>()((current & 1) == 0 ? 1 : 0, which);
+    int current = qrx::slotFn<qrx::Slot::QuorixGetBIOSBootSelector>()(which);
+    return qrx::slotFn<qrx::Slot::QuorixSetBIOSBootSelector>()((current & 1) == 0 ? 1 : 0, which);
 }
 
 }  // namespace
@@ -30,22 +30,22 @@ int switchBootFlash(int which) {
 extern "C" {
 
 QRX_EXPORT int BmcUpdateShareLink(int port, int mode) {
-    int dialSwitch = qrx::slotFn<161>()(port, mode);
+    int dialSwitch = qrx::slotFn<qrx::Slot::BmcCheckDialSwitchStatus>()(port, mode);
     if (dialSwitch != 0) return dialSwitch;
-    return qrx::slotFn<163>()();
+    return qrx::slotFn<qrx::Slot::BmcShareLinkDisable>()();
 }
 
 QRX_EXPORT int quorixPlatInit(void) {
     qrx::ByteView block = qrx::sharedBlock();
     if (block.u8(qrx::kPlatformInitialisedOffset) == 1) return 0;
-    int result = qrx::slotFn<0>()();
+    int result = qrx::slotFn<qrx::Slot::PlatformInit>()();
     // Set whatever the slot returned: the platform initialisation runs once.
     block.setU8(qrx::kPlatformInitialisedOffset, 1);
     return result;
 }
 
 QRX_EXPORT int QuorixGetGPUBoxDevInfo(void) {
-    qrx::slotFn<191>()(g_gpuBoxCallCount);
+    qrx::slotFn<qrx::Slot::GetGpuBoxDevInfo>()(g_gpuBoxCallCount);
     ++g_gpuBoxCallCount;
     return 0;
 }
@@ -53,14 +53,14 @@ QRX_EXPORT int QuorixGetGPUBoxDevInfo(void) {
 QRX_EXPORT int QuorixRetryGetFanPresent(int fan_index, unsigned char *present) {
     int result = -1;
     for (int attempt = 0; attempt < kFanPresentTries; ++attempt) {
-        result = qrx::slotFn<6>()(fan_index, present);
+        result = qrx::slotFn<qrx::Slot::quorixGetFanPresent>()(fan_index, present);
         if (result == 0) break;
     }
     return result;
 }
 
 QRX_EXPORT int QuorixDiagInterruptChassis(void) {
-    return qrx::slotFn<39>()(kDiagInterruptChassisCode, kDiagInterruptAssert) == 0 ? 0 : -1;
+    return qrx::slotFn<qrx::Slot::SetBiosBmcItem>()(kDiagInterruptChassisCode, kDiagInterruptAssert) == 0 ? 0 : -1;
 }
 
 QRX_EXPORT int QuorixSetBIOSBMCInterface(const unsigned char *request, int length, unsigned char *response) {
@@ -69,7 +69,7 @@ QRX_EXPORT int QuorixSetBIOSBMCInterface(const unsigned char *request, int lengt
         response[0] = qrx::cc::kCcReqDataLenInvalid;
         return 1;
     }
-    int result = qrx::slotFn<39>()(request[0], request[1]);
+    int result = qrx::slotFn<qrx::Slot::SetBiosBmcItem>()(request[0], request[1]);
     response[0] = result == 0 ? qrx::cc::kCcOk : qrx::cc::kCcUnspecified;
     return 1;
 }
@@ -84,19 +84,19 @@ QRX_EXPORT int QuorixUpdateFpgaVersion(int fpga_type, int index, unsigned char *
         std::printf("\r\n====Error fpga type:%d   =====\r\n", fpga_type);
         return -1;
     }
-    return qrx::slotFn<170>()(kFpgaTypeMainBoard, kFpgaTypeMainBoard, version);
+    return qrx::slotFn<qrx::Slot::UpdateFpgaVersion>()(kFpgaTypeMainBoard, kFpgaTypeMainBoard, version);
 }
 
 QRX_EXPORT int RTC_DeviceControl(int command, void *data) {
-    QuorixSetRtcLockStatus(1);
-    int result = qrx::slotFn<215>()(command, data);
-    QuorixSetRtcLockStatus(0);
+    qrx::slotFn<qrx::Slot::QuorixSetRtcLockStatus>()(1);
+    int result = qrx::slotFn<qrx::Slot::RtcDeviceControl>()(command, data);
+    qrx::slotFn<qrx::Slot::QuorixSetRtcLockStatus>()(0);
     return result;
 }
 
 QRX_EXPORT int get_hw_fan_info(unsigned char *info, int index) {
     if (info == nullptr || index > qrx::fan::count()) return -1;
-    return qrx::slotFn<1>()(info, index);
+    return qrx::slotFn<qrx::Slot::GetFanInfo>()(info, index);
 }
 
 }  // extern "C"

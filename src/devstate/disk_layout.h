@@ -87,5 +87,7 @@ inline constexpr std::size_t diskRecordOffset(std::size_t tableOffset, long long
 // Sum of the disk slots of the backplanes in use for a CPLD type; -1 (with
 // the writer's console line) for another type.
 int numSupport(int cpldType);
+// Whether a front backplane has the NVMe port count (the 22-slot rack table).
+bool nvmeBackplanePort();
 
 }  // namespace qrx::disk

@@ -89,6 +89,19 @@ void countEvent(unsigned char sensorNumber, std::uint8_t before, std::uint8_t no
     else if (before != 0 && now == 0) sendSel(sensorNumber, false, offset);
 }
 
+// One "DISK%d_Status " sensor event to the IDL log service.
+int postDiskStatus(unsigned char event, unsigned char state, int disk, unsigned char sensor_number) {
+    namespace w = qrx::ipc;
+    char label[w::kIdlLabelMax + 1];
+    std::snprintf(label, sizeof label, "DISK%d_Status ", disk);
+    w::IdlRecord record;
+    record.logType(w::kIdlLogKeepTime)
+        .source(kIdlSourceDiskEvent)
+        .sensorEvent(kSensorTypeDriveSlot, sensor_number, state == 1 ? kEventAssert : kEventDeassert, event,
+                     static_cast<unsigned char>(disk), label);
+    return w::postToIdl(record.record());
+}
+
 template <int Disks>
 int runSensor(SensorState<Disks> &st, std::size_t tableOffset, unsigned char sensorNumber, int cpldType) {
     int n = numSupport(cpldType);
@@ -104,7 +117,7 @@ int runSensor(SensorState<Disks> &st, std::size_t tableOffset, unsigned char sen
         debounce(rec.u8(kStatus), d.status, d.statusRetry);
         if (d.status & kStatusFault) {
             ++fault;
-            if ((d.prevStatus & kStatusFault) == 0) QuorixHddStatusPostIdl(kOffsetFault, 1, i, sensorNumber);
+            if ((d.prevStatus & kStatusFault) == 0) postDiskStatus(kOffsetFault, 1, i, sensorNumber);
         }
         if (d.status & kStatusPredictiveFailure) ++predictive;
         if (d.status & kStatusRebuild) ++rebuild;
@@ -152,15 +165,7 @@ QRX_EXPORT int QuorixSetHDDSensor(int cpld_type) {
 }
 
 QRX_EXPORT int QuorixHddStatusPostIdl(unsigned char event, unsigned char state, int disk, unsigned char sensor_number) {
-    namespace w = qrx::ipc;
-    char label[w::kIdlLabelMax + 1];
-    std::snprintf(label, sizeof label, "DISK%d_Status ", disk);
-    w::IdlRecord record;
-    record.logType(w::kIdlLogKeepTime)
-        .source(kIdlSourceDiskEvent)
-        .sensorEvent(kSensorTypeDriveSlot, sensor_number, state == 1 ? kEventAssert : kEventDeassert, event,
-                     static_cast<unsigned char>(disk), label);
-    return w::postToIdl(record.record());
+    return postDiskStatus(event, state, disk, sensor_number);
 }
 
 }  // extern "C"

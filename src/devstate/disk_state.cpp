@@ -34,7 +34,7 @@ bool tableOf(int cpldType, Table &table) {
 int backplaneCountLogged(std::size_t offset, int max, const char *format) {
     int n = block().u8(offset);
     if (n <= max) return n;
-    QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, format, n, max);
+    qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, format, n, max);
     return max;
 }
 
@@ -77,6 +77,12 @@ int numSupport(int cpldType) {
         total += slots == kBpSlotsUnknown ? 0 : slots;
     }
     return total;
+}
+
+bool nvmeBackplanePort() {
+    for (int k = 0; k < kFrontBackplanes; ++k)
+        if (block().u8(backplaneOffset(k) + kBpDiskSlots) == kNvmeBackplaneSlots) return true;
+    return false;
 }
 
 }  // namespace qrx::disk
@@ -144,10 +150,6 @@ QRX_EXPORT int QuorixGetHDDNumSupport(int cpld_type) { return qrx::disk::numSupp
 
 QRX_EXPORT int QuorixGetHDDSensorMonitorState(void) { return block().u8(kSensorMonitorStateOffset); }
 
-QRX_EXPORT int RackHarlo_Get_BackPlanePort(void) {
-    for (int k = 0; k < kFrontBackplanes; ++k)
-        if (block().u8(backplaneOffset(k) + kBpDiskSlots) == kNvmeBackplaneSlots) return 1;
-    return 0;
-}
+QRX_EXPORT int RackHarlo_Get_BackPlanePort(void) { return qrx::disk::nvmeBackplanePort() ? 1 : 0; }
 
 }  // extern "C"

@@ -19,4 +19,9 @@ inline constexpr unsigned kScanCount = 25;
 inline constexpr unsigned kScanEnableMax = 2;
 inline constexpr std::size_t kForceBiosInfoToCpldOffset = 138227;
 
+// Enable byte of scan index, or -1 for an index past the table.
+inline int scanEnable(unsigned index) {
+    return index < kScanCount ? sharedBlock().u8(kScanEnableOffset + index) : -1;
+}
+
 }  // namespace qrx::flags

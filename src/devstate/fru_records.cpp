@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "core/export.h"
+#include "devstate/fru_records.h"
 #include "core/eeprom_map.h"
 #include "core/slot_table.h"
 #include "devstate/board_layout.h"
@@ -32,16 +33,20 @@ void setAllScans(unsigned char value) {
 
 }  // namespace
 
-extern "C" {
-
 // A short read is a failure, never a partial success.
-QRX_EXPORT int quorix_read_fru(int device, int offset, int length, unsigned char *buffer) {
+int qrx::devstate::readFru(int device, int offset, int length, unsigned char *buffer) {
     auto read = qrx::slotFn<qrx::Slot::ReadFru>();
     if (read == nullptr) return -2;
     int got = read(device, offset, length, buffer);
     if (got == length) return length;
     std::printf("[INFO]: Read FRU Info Failed. Length = %d\n", got);
     return -1;
+}
+
+extern "C" {
+
+QRX_EXPORT int quorix_read_fru(int device, int offset, int length, unsigned char *buffer) {
+    return qrx::devstate::readFru(device, offset, length, buffer);
 }
 
 QRX_EXPORT int quorix_write_fru(int device, int offset, int length, unsigned char *buffer) {
@@ -75,7 +80,7 @@ QRX_EXPORT int QuorixClearEEPROMInfo(int offset, int length) {
         const int pageLeft = kEeprom24256Page - at % kEeprom24256Page;
         const int chunk = end - at < pageLeft ? end - at : pageLeft;
         if (qrx::slotFn<qrx::Slot::QuorixWrite24256EEprom>()(at, erased, chunk) != 0) {
-            QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "QuorixClearEEPROMInfo: write of %d bytes at %d failed\n", chunk, at);
+            qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "QuorixClearEEPROMInfo: write of %d bytes at %d failed\n", chunk, at);
             return -1;
         }
         at += chunk;
@@ -94,8 +99,7 @@ QRX_EXPORT int write_me_access_status(unsigned int value) {
 }
 
 QRX_EXPORT int read_device_scan_enable(unsigned int index) {
-    if (index >= kScanCount) return -1;
-    return block().u8(kScanEnableOffset + index);
+    return qrx::flags::scanEnable(index);
 }
 
 QRX_EXPORT int write_device_scan_enable(unsigned int index, unsigned int value) {

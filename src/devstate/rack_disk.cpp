@@ -4,6 +4,7 @@
 
 #include "core/byte_access.h"
 #include "core/export.h"
+#include "devstate/disk_layout.h"
 #include "devstate/rack_layout.h"
 #include "quorix_common_interface.h"
 
@@ -27,7 +28,7 @@ int slotOf(const char *name, const unsigned char *table, int count) {
 }
 
 const SlotTable &chooseTable(const unsigned char *source) {
-    if (RackHarlo_Get_BackPlanePort() != 0) return kTable22;
+    if (qrx::disk::nvmeBackplanePort()) return kTable22;
     const unsigned char *record9 = source + kNvmeProbeRecord * kDiskRecordSize;
     if (!nameIs(record9 + kName, kNameLen, "NVME1")) return kTable14;
     return kTable12;

@@ -3,6 +3,7 @@
 // call while the reload marker exists, so a suppressed message costs one
 // existence test and one comparison.
 #include "diag/debug_log.h"
+#include "diag/log_names.h"
 
 #include <unistd.h>
 
@@ -40,10 +41,10 @@ DebugCache g_cache;
 
 void loadCache() {
     char modules[kModuleAreaSize] = {};
-    g_cache.threshold.store(static_cast<std::uint8_t>(GetDebugEanleLevel()), std::memory_order_relaxed);
-    LoadDebugSource(modules);
+    g_cache.threshold.store(static_cast<std::uint8_t>(levelFromFiles()), std::memory_order_relaxed);
+    loadModuleNames(modules);
     for (std::size_t i = 0; i < kModuleAreaSize; ++i) g_cache.modules[i].store(modules[i], std::memory_order_relaxed);
-    g_cache.path.store(static_cast<std::uint8_t>(GetDebugEanlePath()), std::memory_order_relaxed);
+    g_cache.path.store(static_cast<std::uint8_t>(pathFromFiles()), std::memory_order_relaxed);
     g_cache.loaded.store(1, std::memory_order_release);
 }
 
@@ -97,17 +98,29 @@ __attribute__((noinline)) int emit(unsigned level, const char *format, va_list a
     return result;
 }
 
-}  // namespace
 
-extern "C" QRX_EXPORT int QuorixDebug(unsigned int level, const char *module, const char *format, ...) {
+int vdebugLog(unsigned level, const char *module, const char *format, va_list args) {
     if (module == nullptr || format == nullptr || level > kLevelCritical) return 0;
     refreshCache();
     if (g_cache.threshold.load(std::memory_order_relaxed) > level) return 0;
     if (!moduleEnabled(module)) return 0;
+    return emit(level, format, args);
+}
 
+}  // namespace
+
+int qrx::debugLog(unsigned level, const char *module, const char *format, ...) {
     va_list args;
     va_start(args, format);
-    int result = emit(level, format, args);
+    int result = vdebugLog(level, module, format, args);
+    va_end(args);
+    return result;
+}
+
+extern "C" QRX_EXPORT int QuorixDebug(unsigned int level, const char *module, const char *format, ...) {
+    va_list args;
+    va_start(args, format);
+    int result = vdebugLog(level, module, format, args);
     va_end(args);
     return result;
 }

@@ -27,4 +27,10 @@ inline constexpr unsigned kSyslogPriority[kLevelCritical + 1] = {6, 4, 7, 2};
 // Facility local5 (21 << 3), OR-ed into every platform-log priority.
 inline constexpr unsigned kLocal5Facility = 0xA8;
 
+// The control files: index of the first LEVEL_ / PATH_ file present (-1 for
+// none), and the ENABLE_ names copied into 16 slots of 16 bytes.
+int levelFromFiles();
+int pathFromFiles();
+int loadModuleNames(char *slots);
+
 }  // namespace qrx::diag

@@ -37,18 +37,17 @@ constexpr const char *kPathFiles[] = {"PATH_SERIAL", "PATH_LOG", "PATH_BOTH"};
 
 }  // namespace
 
-extern "C" {
+namespace qrx::diag {
 
-QRX_EXPORT int GetDebugEanleLevel(void) {
+int levelFromFiles() {
     return firstPresent(kLevelFiles);
 }
 
-QRX_EXPORT int GetDebugEanlePath(void) {
+int pathFromFiles() {
     return firstPresent(kPathFiles);
 }
 
-QRX_EXPORT int LoadDebugSource(char *slots) {
-    using namespace qrx::diag;
+int loadModuleNames(char *slots) {
     qrx::UniqueDir dir(opendir(kDebugDir));
     if (!dir) return 0;
     std::size_t filled = 0;
@@ -64,6 +63,22 @@ QRX_EXPORT int LoadDebugSource(char *slots) {
         ++filled;
     }
     return 0;
+}
+
+}  // namespace qrx::diag
+
+extern "C" {
+
+QRX_EXPORT int GetDebugEanleLevel(void) {
+    return qrx::diag::levelFromFiles();
+}
+
+QRX_EXPORT int GetDebugEanlePath(void) {
+    return qrx::diag::pathFromFiles();
+}
+
+QRX_EXPORT int LoadDebugSource(char *slots) {
+    return qrx::diag::loadModuleNames(slots);
 }
 
 QRX_EXPORT int GetDebugSourceIsEnable(const char *module) {

@@ -1,8 +1,10 @@
-// Levels and module names of the leveled debug log (QuorixDebug), as every
-// caller in the library passes them.
+// The leveled debug log (QuorixDebug) as the library calls it, with the
+// levels and module names every caller passes.
 #pragma once
 
 namespace qrx {
+
+int debugLog(unsigned level, const char *module, const char *format, ...) __attribute__((format(printf, 3, 4)));
 
 inline constexpr unsigned kLogInfo = 0;
 inline constexpr unsigned kLogWarning = 1;

@@ -103,7 +103,7 @@ void printBacktrace() {
     }
     for (int i = 0; i < count; ++i) {
         std::printf("%s\n", symbols[i]);
-        QuorixDebug(qrx::kLogCritical, g_moduleName, "%s", symbols[i]);
+        qrx::debugLog(qrx::kLogCritical, g_moduleName, "%s", symbols[i]);
     }
     std::free(symbols);
 }
@@ -115,8 +115,8 @@ void fatalReport(const FatalTexts &texts) {
     long tid = static_cast<long>(syscall(SYS_gettid));
     std::printf("  Thread %ld (%s) received %s\n", tid, threadName, texts.signalName);
     std::printf(texts.consoleEnd, g_moduleName);
-    QuorixDebug(qrx::kLogCritical, g_moduleName, "  Thread %ld (%s) received %s", tid, threadName, texts.signalName);
-    QuorixDebug(qrx::kLogCritical, g_moduleName, "%s", texts.logEnd);
+    qrx::debugLog(qrx::kLogCritical, g_moduleName, "  Thread %ld (%s) received %s", tid, threadName, texts.signalName);
+    qrx::debugLog(qrx::kLogCritical, g_moduleName, "%s", texts.logEnd);
     _exit(kFatalStatus);
 }
 
@@ -131,7 +131,7 @@ void onSignal(int signum) {
             return;
         case Action::Quit:
             std::puts(entry->line);
-            QuorixDebug(qrx::kLogCritical, g_moduleName, "%s", entry->line);
+            qrx::debugLog(qrx::kLogCritical, g_moduleName, "%s", entry->line);
             return;
         case Action::Abort:
             std::puts(entry->line);

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "core/export.h"
+#include "sensor/sensor_reading.h"
 #include "fan/fan_curve_layout.h"
 #include "quorix_common_interface.h"
 
@@ -110,7 +111,7 @@ void report() {
         const unsigned sensor = c.u16(curve::kSensorNumber);
         std::printf("Id:%d,sensorindex:%d;%-32s - %s ", id, sensor, sensorName(sensor),
                     c.u8(curve::kEnabled) == 1 ? "Enable" : "Disable");
-        const float temperature = QuorixGetTempSensorReading(kTemperatureSensorType, static_cast<int>(sensor));
+        const float temperature = qrx::sensor::temperatureReading(kTemperatureSensorType, static_cast<int>(sensor));
         if (type == kTypeLinear)
             printLinear(c, temperature);
         else

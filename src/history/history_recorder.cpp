@@ -8,6 +8,7 @@
 #include "core/export.h"
 #include "core/float_bits.h"
 #include "core/shared_block.h"
+#include "devstate/flags_layout.h"
 #include "history/history_layout.h"
 #include "history/history_store.h"
 #include "quorix_common_interface.h"
@@ -29,7 +30,7 @@ void zeroChannel(QuorixHistoryBlock *h, int channel) {
 
 // The device-state family's scan switches say which classes are sampled.
 bool sampling(unsigned scan) {
-    return read_device_scan_enable(scan) == kScanSampling;
+    return flags::scanEnable(scan) == kScanSampling;
 }
 
 void sampleClass3(QuorixHistoryBlock *day) {
@@ -127,7 +128,7 @@ int record() {
     }
     // The recorder needs its working areas; a daemon that skipped the init gets it here.
     if ((dayHistoryLinkHead == nullptr || monthHistoryLinkHead == nullptr || yearHistoryLinkHead == nullptr) &&
-        historyDataInit() != 0)
+        initAll() != 0)
         return -1;
     if (intf_quorix_mem == nullptr) return -1;
     QuorixHistoryBlock *day = dayHistoryLinkHead;

@@ -75,8 +75,6 @@ int count(const QuorixHistoryBlock *history) {
     return n;
 }
 
-namespace {
-
 int initAll() {
     struct Wanted {
         QuorixHistoryBlock **slot;
@@ -98,6 +96,8 @@ int initAll() {
     }
     return 0;
 }
+
+namespace {
 
 int countOf(int kind) {
     if (kind == 0) return 0;

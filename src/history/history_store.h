@@ -19,6 +19,8 @@ QuorixHistoryBlock **slotOf(int kind);
 QuorixHistoryBlock *create(int capacity);
 void append(QuorixHistoryBlock *history, const unsigned char *record);
 int count(const QuorixHistoryBlock *history);
+// Creates the day, month and year histories that are missing (historyDataInit).
+int initAll();
 
 // Working-area channel c of a history block.
 inline std::uint32_t &sampleCount(QuorixHistoryBlock *h, int c) {

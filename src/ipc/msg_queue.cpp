@@ -23,7 +23,7 @@ int createQueue(int key) {
     if (id == -1) {
         int err = errno;
         // The ideographic space after "MsgQueue" belongs to the message.
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "Error creating thread MsgQueue\u3000key :%dErroNo:%d", key,
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleDiag, "Error creating thread MsgQueue\u3000key :%dErroNo:%d", key,
                     err);
         return -1;
     }
@@ -33,7 +33,7 @@ int createQueue(int key) {
 int readQueue(int msgid, void *buffer, int size) {
     unsigned char frame[kFrameBufferSize] = {};
     if (msgid == -1 || buffer == nullptr || size < 0) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "QuorixReadMsgQueue Error");
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleDiag, "QuorixReadMsgQueue Error");
         return -1;
     }
     std::memset(buffer, 0, static_cast<std::size_t>(size));
@@ -42,7 +42,7 @@ int readQueue(int msgid, void *buffer, int size) {
         int err = errno;
         std::printf("[Error]: read the msgid date error: msgid=%d, RetVal=%d;errorNo:%d", msgid, static_cast<int>(rc),
                     err);
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "Read the msgid date error: msgid=%d, RetVal=%d;errorNo:%d\n",
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleDiag, "Read the msgid date error: msgid=%d, RetVal=%d;errorNo:%d\n",
                     msgid, static_cast<int>(rc), err);
         return -1;
     }
@@ -56,7 +56,7 @@ int writeQueue(int key, const void *data, int size) {
     unsigned char frame[kFrameBufferSize] = {};
     frame[kFrameMarkerOffset] = kFrameMarker;
     if (size > kMaxPayload || size < 0 || data == nullptr) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "QuorixWriteMsgQueue Error Size:%d;Max:%d", size, kMaxPayload);
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleDiag, "QuorixWriteMsgQueue Error Size:%d;Max:%d", size, kMaxPayload);
         return -1;
     }
     std::memcpy(frame + kFramePayloadOffset, data, static_cast<std::size_t>(size));
@@ -67,7 +67,7 @@ int writeQueue(int key, const void *data, int size) {
     // text; the receiver reassembles the payload from offset 1.
     if (sigwrap_msgsnd(id, frame, static_cast<std::size_t>(size), IPC_NOWAIT) == -1) {
         int err = errno;
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleDiag, "Send MsgQueue Error MsgId:%d;ErrNo:%d", id, err);
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleDiag, "Send MsgQueue Error MsgId:%d;ErrNo:%d", id, err);
         return -1;
     }
     return 0;

@@ -40,6 +40,8 @@ bool validNotice(unsigned msgType, unsigned taskId) {
     return msgType <= kNoticeMaxType && (task <= kNoticeMaxTaskId || task == kNoticeAllTasks);
 }
 
+}  // namespace
+
 int notifyTaskThread(unsigned msgType, unsigned taskId) {
     if (!validNotice(msgType, taskId)) {
         std::puts("Notify Task fail, Invalid msg type or task id.");
@@ -53,8 +55,6 @@ int notifyTaskThread(unsigned msgType, unsigned taskId) {
     std::printf("Error writing Prep command");
     return -1;
 }
-
-}  // namespace
 int sendToIpmiMain(std::uint8_t command, const unsigned char *event) {
     unsigned char record[kIpmiMainRecordSize] = {};
     record[kIpmiMainCommandOffset] = command;

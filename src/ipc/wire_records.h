@@ -113,6 +113,8 @@ int writeNamedPipe(const char *path, unsigned char *buffer, int length);
 int writeQueue(int key, const void *data, int size);
 int postToIdl(QuorixIdlRecord record);
 int addTaskFailToSel(std::uint8_t kind, std::uint8_t taskId, std::uint8_t status);
+// A power-off scan task notice (QuorixNotifyTaskThread): 0, or -1 refused or unsent.
+int notifyTaskThread(unsigned msgType, unsigned taskId);
 // One record to IPMI-main: command, then the 9-byte SEL event (none for a reload).
 int sendToIpmiMain(std::uint8_t command, const unsigned char *event);
 

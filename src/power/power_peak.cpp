@@ -24,11 +24,9 @@ using namespace qrx::cc;
 
 std::uint16_t g_powerPeakDelay = pw::kPowerPeakNotRead;
 
-}  // namespace
-
-extern "C" {
-
-QRX_EXPORT int QuorixGetPowerPeakConfigInterface(unsigned char *request, int length, unsigned char *response) {
+// Get handler: completion code, then the delay in seconds (u16); the EEPROM
+// is read once per process.
+int getPowerPeakConfig(unsigned char *request, int length, unsigned char *response) {
     (void)request;
     if (response == nullptr) return 0;
     if (length != 0) {
@@ -39,7 +37,7 @@ QRX_EXPORT int QuorixGetPowerPeakConfigInterface(unsigned char *request, int len
         unsigned char raw[2] = {};
         int got = qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(qrx::eeprom::kPowerPeakOffset, raw, 2);
         if (got != 2) {
-            QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Read power peak config from EEPROM failed! retval=%d", got);
+            qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Read power peak config from EEPROM failed! retval=%d", got);
             response[0] = kCcEepromFailed;
             return 1;
         }
@@ -51,6 +49,14 @@ QRX_EXPORT int QuorixGetPowerPeakConfigInterface(unsigned char *request, int len
     response[0] = kCcOk;
     qrx::ByteView(response).setU16(1, g_powerPeakDelay);
     return 3;
+}
+
+}  // namespace
+
+extern "C" {
+
+QRX_EXPORT int QuorixGetPowerPeakConfigInterface(unsigned char *request, int length, unsigned char *response) {
+    return getPowerPeakConfig(request, length, response);
 }
 
 QRX_EXPORT int QuorixSetPowerPeakConfigInterface(unsigned char *request, int length, unsigned char *response) {
@@ -74,13 +80,13 @@ QRX_EXPORT int QuorixSetPowerPeakConfigInterface(unsigned char *request, int len
 
 QRX_EXPORT int RunPowerPeakSleep(void) {
     unsigned char response[3] = {};
-    QuorixGetPowerPeakConfigInterface(nullptr, 0, response);
+    getPowerPeakConfig(nullptr, 0, response);
     if (response[0] != kCcOk) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Get Quorix power peak config failed!");
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Get Quorix power peak config failed!");
         return -1;
     }
     unsigned maxDelay = qrx::ByteView(response).u16(1);
-    QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Quorix power peak config, state: %d, Max delay time:%d", response[0], maxDelay);
+    qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Quorix power peak config, state: %d, Max delay time:%d", response[0], maxDelay);
     // 600 is a valid setting but does not delay; kept as the policy daemon expects.
     if (maxDelay >= 1 && maxDelay <= 599) {
         unsigned char random[4] = {};
@@ -89,7 +95,7 @@ QRX_EXPORT int RunPowerPeakSleep(void) {
         std::uint32_t delayMs = r % (maxDelay * 1000u + 1u);
         unsigned seconds = delayMs / 1000u;
         unsigned millis = delayMs % 1000u;
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Chassis power on, max delay time=%ds, delay time=%ds,%dms", maxDelay, seconds,
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Chassis power on, max delay time=%ds, delay time=%ds,%dms", maxDelay, seconds,
                     millis);
         std::printf("[Note]: Chassis power on, max delay time=%ds, delay time=%ds,%dms\n", maxDelay, seconds, millis);
         std::fflush(stdout);

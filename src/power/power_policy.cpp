@@ -28,6 +28,28 @@ constexpr unsigned kAcFailSettleSeconds = 2;
 
 unsigned char g_lastPowerState = 0;
 
+// The power state byte into the main-board EEPROM: 0, -3 for no buffer, -2
+// when the write fails.
+int writePowerStatus(unsigned char *buffer) {
+    if (buffer == nullptr) {
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "NULL buffer pointer passed into read policy!");
+        return -3;
+    }
+    int done = qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(qrx::eeprom::kPowerStatusOffset, buffer, 1);
+    if (done != 1) {
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "Write power status from EEPROM failed! retval=%d", done);
+        return -2;
+    }
+    return 0;
+}
+
+int clearPressMarker() {
+    if (unlink(pw::kPressMarkerPath) != 0)
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Unlink %s fail in ClearPowerButtonPressFaileFlag \n",
+                    pw::kPressMarkerPath);
+    return 0;
+}
+
 }  // namespace
 
 extern "C" {
@@ -37,16 +59,13 @@ QRX_EXPORT int IsPowerPolicyNeedRun(void) {
 }
 
 QRX_EXPORT int ClearPowerButtonPressFaileFlag(void) {
-    if (unlink(pw::kPressMarkerPath) != 0)
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Unlink %s fail in ClearPowerButtonPressFaileFlag \n",
-                    pw::kPressMarkerPath);
-    return 0;
+    return clearPressMarker();
 }
 
 QRX_EXPORT int LoggingPowerPolicyNotStartCause(int value) {
     // Logs when the caller passes 0; the inverted sense is what the callers rely on.
     if (value != 0) return -1;
-    ClearPowerButtonPressFaileFlag();
+    clearPressMarker();
     namespace w = qrx::ipc;
     w::IdlRecord record;
     record.logType(w::kIdlLogStampTime)
@@ -57,26 +76,17 @@ QRX_EXPORT int LoggingPowerPolicyNotStartCause(int value) {
 }
 
 QRX_EXPORT int QuorixEEPROMWritePowerStatus(unsigned char *buffer) {
-    if (buffer == nullptr) {
-        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "NULL buffer pointer passed into read policy!");
-        return -3;
-    }
-    int done = qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(qrx::eeprom::kPowerStatusOffset, buffer, 1);
-    if (done != 1) {
-        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Write power status from EEPROM failed! retval=%d", done);
-        return -2;
-    }
-    return 0;
+    return writePowerStatus(buffer);
 }
 
 QRX_EXPORT int QuorixEEPROMReadPowerStatus(unsigned char *buffer) {
     if (buffer == nullptr) {
-        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "NULL buffer pointer passed into read power  status!");
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "NULL buffer pointer passed into read power  status!");
         return -3;
     }
     int done = qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(qrx::eeprom::kPowerStatusOffset, buffer, 1);
     if (done != 1) {
-        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Read power last status from EEPROM failed! retval=%d", done);
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "Read power last status from EEPROM failed! retval=%d", done);
         return -2;
     }
     return 0;
@@ -91,13 +101,13 @@ QRX_EXPORT int QuorixMonitorPowerStatus(int a, int b, int c) {
         sleep(kAcFailSettleSeconds);
         if (qrx::slotFn<qrx::Slot::GetACFailFromCPLD>()()) {
             // Keep the state from before the outage for the power-on policy.
-            QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+            qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor,
                         "MBCPLD detected AC_FAIL, stop write power status to EEPROM.");
             return 0;
         }
     }
-    QuorixEEPROMWritePowerStatus(&state);
-    QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Write power status to EEPROM. Status=%d", state);
+    writePowerStatus(&state);
+    qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Write power status to EEPROM. Status=%d", state);
     return 0;
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "core/export.h"
+#include "sensor/sensor_reading.h"
 #include "core/slot_table.h"
 #include "quorix_common_interface.h"
 
@@ -50,12 +51,16 @@ int setDiscreteState(int deviceType, int index, int previous, int next) {
     return control(deviceType, index, next, kAssert);
 }
 
+float temperatureReading(int sensorType, int sensorIndex) {
+    return readWhole<Slot::ReadTempSensor>(sensorType, sensorIndex);
+}
+
 }  // namespace qrx::sensor
 
 extern "C" {
 
 QRX_EXPORT float QuorixGetTempSensorReading(int sensor_type, int sensor_index) {
-    return qrx::sensor::readWhole<qrx::Slot::ReadTempSensor>(sensor_type, sensor_index);
+    return qrx::sensor::temperatureReading(sensor_type, sensor_index);
 }
 
 QRX_EXPORT float QuorixGetPowerSensorReading(int sensor_type, int sensor_index) {

@@ -98,35 +98,50 @@ int rotateImages(const CardPath &dir) {
         if (!isRegularFile(path)) continue;
         if (std::strstr(entry->d_name, ".old") != nullptr) {
             if (unlink(path.c_str()) != 0)
-                QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Unlink %s fail in TF card \n", path.c_str());
+                qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Unlink %s fail in TF card \n", path.c_str());
         } else if (std::strstr(entry->d_name, ".new") != nullptr) {
             // Cut at the first "n" anywhere in the name; image names carry none before the suffix.
             int base = partBefore(entry->d_name, "n");
             if (base == 0) continue;
             CardPath renamed("%s/%.*sold", dir.c_str(), base, entry->d_name);
             if (rename(path.c_str(), renamed.c_str()) != 0)
-                QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Rename %s to %s fail in TF card \n", path.c_str(),
+                qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Rename %s to %s fail in TF card \n", path.c_str(),
                             renamed.c_str());
         }
     }
     return 0;
 }
 
+// Remounts the card (umount, then mount); -1 without running anything for a refused path.
+int mountCard(const char *device, const char *mount_point) {
+    if (device == nullptr || mount_point == nullptr) return -1;
+    qrx::shell::Command umount;
+    qrx::shell::Command mount;
+    if (!qrx::shell::build(umount, "umount %s", mount_point) ||
+        !qrx::shell::build(mount, "mount %s   %s", device, mount_point)) {
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "%s", kRefusedPath);
+        return -1;
+    }
+    if (!runCommand(umount)) std::printf("execute %s failed\n", umount.text);
+    if (!runCommand(mount)) std::printf("execute %s failed\n", mount.text);
+    return 0;
+}
+
 int selfTest(const char *name) {
     if (!exists(kDevice)) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "%s", kNoDevice);
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "%s", kNoDevice);
         return kTestNoCard;
     }
     if (!exists(kMountPoint)) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor,
                     "TFCARD_MOUNT_DIR:check TF card fail, no such file or directory.");
         return kTestNoCard;
     }
-    if (common_mount_tf_card(kDevice, kMountPoint) != 0) return kTestNoCard;
+    if (mountCard(kDevice, kMountPoint) != 0) return kTestNoCard;
     char path[256];
     int needed = std::snprintf(path, sizeof path, "%s/%s", kMountPoint, name);
     if (needed < 0 || needed >= static_cast<int>(sizeof path)) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Buffer Overflow");
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Buffer Overflow");
         return kTestFailed;
     }
     if (!isPlainName(name)) return kTestFailed;
@@ -150,24 +165,14 @@ QRX_EXPORT int common_init_tf_card(const char *device) {
 }
 
 QRX_EXPORT int common_mount_tf_card(const char *device, const char *mount_point) {
-    if (device == nullptr || mount_point == nullptr) return -1;
-    qrx::shell::Command umount;
-    qrx::shell::Command mount;
-    if (!qrx::shell::build(umount, "umount %s", mount_point) ||
-        !qrx::shell::build(mount, "mount %s   %s", device, mount_point)) {
-        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "%s", kRefusedPath);
-        return -1;
-    }
-    if (!runCommand(umount)) std::printf("execute %s failed\n", umount.text);
-    if (!runCommand(mount)) std::printf("execute %s failed\n", mount.text);
-    return 0;
+    return mountCard(device, mount_point);
 }
 
 QRX_EXPORT int common_umount_tf_card(const char *mount_point) {
     if (mount_point == nullptr) return -1;
     qrx::shell::Command umount;
     if (!qrx::shell::build(umount, "umount %s", mount_point)) {
-        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "%s", kRefusedPath);
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "%s", kRefusedPath);
         return -1;
     }
     if (!runCommand(umount)) {
@@ -187,7 +192,7 @@ QRX_EXPORT int common_copy_file_to_tf_card(const char *src, const char *file_nam
         std::printf("TFCARD_MOUNT_DIR:check TF card mount point,no such file or directory.");
         return -1;
     }
-    common_mount_tf_card(kDevice, kMountPoint);
+    mountCard(kDevice, kMountPoint);
     if (std::strlen(subdir) >= 20 || std::strlen(file_name) >= 20 || std::strlen(src) >= 80) {
         std::printf(" filename or path too long. ");
         return -1;
@@ -204,7 +209,7 @@ QRX_EXPORT int common_copy_file_to_tf_card(const char *src, const char *file_nam
     }
     CardPath target("%s/%s", dir.c_str(), file_name);
     if (copyFile(src, target.c_str()) != 0) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Copy %s to %s fail in TF card \n", src, target.c_str());
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Copy %s to %s fail in TF card \n", src, target.c_str());
         return -1;
     }
     return 0;
@@ -213,34 +218,34 @@ QRX_EXPORT int common_copy_file_to_tf_card(const char *src, const char *file_nam
 QRX_EXPORT int common_copy_ima_file_to_tf_card(const char *src, const char *image_name, const char *subdir) {
     if (src == nullptr || image_name == nullptr || subdir == nullptr) return -1;
     if (!exists(kDevice)) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "%s", kNoDevice);
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "%s", kNoDevice);
         return 1;
     }
     if (!exists(kMountPoint)) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor,
                     "TFCARD_MOUNT_DIR:check TF card fail, no such file or directory.");
         return 1;
     }
     if (std::strlen(subdir) >= 64 || std::strlen(image_name) >= 64 || std::strlen(src) >= 128) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "filename or path too long.");
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "filename or path too long.");
         return -1;
     }
     if (!isPlainName(subdir) || !isPlainName(image_name) || *image_name == '\0') {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "invalid image name or directory.");
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "invalid image name or directory.");
         return -1;
     }
     CardPath dir = cardDirectory(subdir);
     if (!isDirectory(dir)) {
         mkdir(dir.c_str(), kDirMode);
         if (!isDirectory(dir)) {
-            QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "create %s in TF card fail. \n", dir.c_str());
+            qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "create %s in TF card fail. \n", dir.c_str());
             return -1;
         }
     }
     rotateImages(dir);
     CardPath target("%s/%snew", dir.c_str(), image_name);
     if (copyFile(src, target.c_str()) != 0) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Copy %s to %s fail in TF card \n", src, target.c_str());
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Copy %s to %s fail in TF card \n", src, target.c_str());
         return -1;
     }
     return 0;
@@ -251,12 +256,12 @@ QRX_EXPORT int common_check_ima_file_version_tf_card(const char *version, const 
     if (!isPlainName(subdir)) return -1;
     CardPath dir = cardDirectory(subdir);
     if (!exists(dir.c_str())) {
-        QuorixDebug(qrx::kLogInfo, qrx::kModuleMonitor, "%s is not exist in TF Card\n", dir.c_str());
+        qrx::debugLog(qrx::kLogInfo, qrx::kModuleMonitor, "%s is not exist in TF Card\n", dir.c_str());
         return 2;
     }
     qrx::UniqueDir d(opendir(dir.c_str()));
     if (!d) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Cannot open directory %s\n", dir.c_str());
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Cannot open directory %s\n", dir.c_str());
         return -1;
     }
     while (const dirent *entry = readdir(d.get())) {
@@ -280,9 +285,9 @@ QRX_EXPORT int common_copy_log_to_tf_card(const char *src) {
         return 1;
     }
     (void)exists(kMountPoint);  // looked at, but the mount below decides
-    common_mount_tf_card(kDevice, kMountPoint);
+    mountCard(kDevice, kMountPoint);
     if (copyFile(src, kMountPoint) != 0) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "Copy %s to %s fail in TF card \n", src, kMountPoint);
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Copy %s to %s fail in TF card \n", src, kMountPoint);
         return -1;
     }
     return 0;
@@ -291,17 +296,17 @@ QRX_EXPORT int common_copy_log_to_tf_card(const char *src) {
 QRX_EXPORT int common_get_file_list_from_tf_card(const char *subdir, char *current, char *previous) {
     if (subdir == nullptr || current == nullptr || previous == nullptr) return -1;
     if (!exists(kDevice)) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor,
                     "/dev/mmcblk0p1:check TF card fail, no such file or directory.");
         return 1;
     }
     if (!exists(kMountPoint)) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor,
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor,
                     "/mnt/sdmmc0p1:check TF card fail, no such file or directory.");
         return 2;
     }
     if (std::strlen(subdir) >= 64) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModuleMonitor, "TF Card dir name is too long");
+        qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "TF Card dir name is too long");
         return 2;
     }
     if (!isPlainName(subdir)) return 2;

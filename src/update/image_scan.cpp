@@ -103,6 +103,8 @@ const char *imagePrefix(int id) {
     }
 }
 
+}  // namespace
+
 int hasUpdateFile(int id) {
     if (id < kTaskMbCpld || id > kTaskFanPlaneCpld) return 0;
     if (id == kTaskVr) {
@@ -138,7 +140,6 @@ int hasUpdateFile(int id) {
     return 0;
 }
 
-}  // namespace
 }  // namespace qrx::update
 
 extern "C" QRX_EXPORT int Quorix_HasUpdateFile(int task_id) {

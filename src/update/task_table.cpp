@@ -127,7 +127,7 @@ int hasPendingTask() {
     for (int id : kScanOrder) {
         int status = taskRecord(id).u8(task::kStatus);
         if (status == kStatusWaiting || status == kStatusRunning) return status;
-        if (Quorix_HasUpdateFile(id) != 0) {
+        if (hasUpdateFile(id) != 0) {
             sharedBlock().setU8(kPendingTaskFlagOffset, 1);
             return kStatusRunning;
         }
@@ -153,9 +153,9 @@ int backgroundTaskActive(unsigned char *buffer) {
 
 void refreshEstimate(int id) {
     if (isFpgaTask(id)) {
-        taskRecord(id).setU8(task::kProgress, static_cast<std::uint8_t>(QuorixGetFpgaUpgradeProgress(id)));
+        taskRecord(id).setU8(task::kProgress, static_cast<std::uint8_t>(fpgaProgress(id)));
     } else if (isCpldTask(id)) {
-        taskRecord(id).setU8(task::kProgress, static_cast<std::uint8_t>(QuorixGetCpldUpgradeProgress(id)));
+        taskRecord(id).setU8(task::kProgress, static_cast<std::uint8_t>(cpldProgress(id)));
     }
 }
 
@@ -215,7 +215,7 @@ int backgroundTaskCancel(int id) {
         return -2;
     }
     // The power-off scan task does the cancelling; a failed post changes nothing here.
-    QuorixNotifyTaskThread(2, static_cast<unsigned>(id));
+    ipc::notifyTaskThread(ipc::kNoticeTaskType, static_cast<unsigned>(id));
     return 0;
 }
 

@@ -25,6 +25,15 @@ inline constexpr std::size_t kSideFileRead = 40;
 using SideVersion = char[kSideFileRead + 1];
 bool readSideFile(const char *image, SideVersion &version);
 
+// Progress estimates of the CPLD and FPGA tasks from their start time and
+// expected duration; -1 for a task of another kind.
+int cpldProgress(int id);
+int fpgaProgress(int id);
+
+// 1 (and the task marked found) when an image for the task waits under
+// /var; 0 otherwise (Quorix_HasUpdateFile).
+int hasUpdateFile(int id);
+
 // Asks the platform whether the VR upgrade staged in the EEPROM is due:
 // the slot's answer, -1 when none is staged (QuorixInVRCheckUpgrade).
 int vrCheckUpgrade();

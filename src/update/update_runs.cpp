@@ -95,6 +95,10 @@ void storeStartTime(int taskId, std::time_t now) {
     taskRecord(taskId).setU32(task::kStartTime, static_cast<std::uint32_t>(now));
 }
 
+// The IDL lines of a finished run, defined with the version readers below.
+void cpldPostIdl(int kind, int index, const char *path, int flag, const char *word);
+void fpgaPostIdl(int kind, const char *path, int flag, const char *word);
+
 int updateCpld(int kind, const char *path) {
     CpldDevices dev{};
     if (!cpldDevices(kind, dev)) return -2;
@@ -124,7 +128,7 @@ int updateCpld(int kind, const char *path) {
         int r = slotFn<Slot::ProgramCpld>()(kind, i, path, rec.u8(task::kTrigger));
         ++programmed;
         result |= r;
-        QuorixCPLDUpdatePostIdl(kind, i, path, 1, r != 0 ? kWordFailed : kWordOk);
+        cpldPostIdl(kind, i, path, 1, r != 0 ? kWordFailed : kWordOk);
     }
     return programmed == 0 ? -2 : result;
 }
@@ -138,7 +142,7 @@ int updateFpga(int kind, const char *path) {
     std::printf("\r\n=====start update fpga time:%ld file:%s======\r\n", static_cast<long>(now),
                 path == nullptr ? "(null)" : path);
     int result = slotFn<Slot::ProgramFpga>()(kind, 0, path, taskRecord(taskId).u8(task::kTrigger));
-    QuorixFPGAUpdatePostIdl(kind, path, 1, result != 0 ? kWordFailed : kWordOk);
+    fpgaPostIdl(kind, path, 1, result != 0 ? kWordFailed : kWordOk);
     return result;
 }
 
@@ -161,6 +165,37 @@ bool readSideFile(const char *path, SideVersion &version) {
 
 namespace {
 
+int formatVersion(std::uint8_t version, char *buffer, int size) {
+    if (buffer == nullptr || size < 1 || version == kVersionUnknown) return -1;
+    std::snprintf(buffer, static_cast<std::size_t>(size - 1), "%d.%d", version >> 4, version & 15);
+    return 0;
+}
+
+int boardCpldVersion(char *buffer, int size) {
+    return formatVersion(sharedBlock().u8(board::kMbCpldVersionOffset), buffer, size);
+}
+
+int boardFpgaVersion(char *buffer, int size) {
+    if (slotFn<Slot::QuorixCheckFPGAEnable>()() <= 0) return -1;
+    return formatVersion(sharedBlock().u8(board::kFpgaVersionOffset), buffer, size);
+}
+
+int hddCpldVersion(int location, int index, char *buffer, int size) {
+    std::size_t countOffset, versionOffset;
+    if (location == kLocationFront) {
+        countOffset = disk::kFrontBackplaneCountOffset;
+        versionOffset = disk::kFrontBackplanesOffset + disk::kBpCpldVersion;
+    } else if (location == kLocationRear) {
+        countOffset = disk::kRearBackplaneCountOffset;
+        versionOffset = disk::kRearBackplanesOffset + disk::kBpCpldVersion;
+    } else {
+        std::printf("[Error]: Program should not run into here! ");
+        return -1;
+    }
+    if (buffer == nullptr || index < 0 || index >= sharedBlock().u8(countOffset)) return -1;
+    return formatVersion(sharedBlock().u8(versionOffset + disk::kBackplaneRecordSize * static_cast<std::size_t>(index)), buffer, size);
+}
+
 void postLine(std::uint8_t idlKind, int flag, const char *text) {
     ipc::IdlRecord record;
     record.logType(ipc::kIdlLogStampTime).source(0).textLine(idlKind, static_cast<std::uint8_t>(flag), text);
@@ -177,15 +212,14 @@ void cpldPostIdl(int kind, int index, const char *path, int flag, const char *wo
     const char *withoutVersion = nullptr;
     if (kind == kCpldMainBoard) {
         if (index != 0) return;
-        known = QuorixGetBoardCpldVersion(current, sizeof current) == 0;
+        known = boardCpldVersion(current, sizeof current) == 0;
         withVersion = "MainBoard CPLD%d upgrade from version %s to version %s %s";
         withoutVersion = "MainBoard CPLD%d upgrade from NULL to version %s %s";
     } else if (kind == kCpldFront || kind == kCpldRear) {
         int count = sharedBlock().u8(kind == kCpldFront ? disk::kFrontBackplaneCountOffset : disk::kRearBackplaneCountOffset);
         if (count > kMaxIdlBackplanes || index < 0 || index >= count || qrx::slotFn<qrx::Slot::quorixGetBackPlanePresent>()(kind, index) != 1)
             return;
-        known = QuorixGetHddCpldVersion(kind == kCpldFront ? kLocationFront : kLocationRear, index, current,
-                                        sizeof current) == 0;
+        known = hddCpldVersion(kind == kCpldFront ? kLocationFront : kLocationRear, index, current, sizeof current) == 0;
         withVersion = kind == kCpldFront ? "Front BackPlane CPLD%d upgrade from version %s to version %s %s"
                                          : "Rear BackPlane CPLD%d upgrade from version %s to version %s %s";
         withoutVersion = kind == kCpldFront ? "Front BackPlane CPLD%d upgrade from NULL to version %s %s"
@@ -208,7 +242,7 @@ void fpgaPostIdl(int kind, const char *path, int flag, const char *word) {
     char text[kIdlTextSize] = {};
     if (kind == 0) {
         char current[kVersionTextSize] = {};
-        if (QuorixGetBoardFPGAVersion(current, sizeof current) == 0)
+        if (boardFpgaVersion(current, sizeof current) == 0)
             std::snprintf(text, sizeof text, "MainBoard FPGA upgrade from version %s to version %s %s", current,
                           newVersion, word);
         else
@@ -216,28 +250,6 @@ void fpgaPostIdl(int kind, const char *path, int flag, const char *word) {
                           word);
     }
     postLine(kIdlKindFpga, flag, text);
-}
-
-int formatVersion(std::uint8_t version, char *buffer, int size) {
-    if (buffer == nullptr || size < 1 || version == kVersionUnknown) return -1;
-    std::snprintf(buffer, static_cast<std::size_t>(size - 1), "%d.%d", version >> 4, version & 15);
-    return 0;
-}
-
-int hddCpldVersion(int location, int index, char *buffer, int size) {
-    std::size_t countOffset, versionOffset;
-    if (location == kLocationFront) {
-        countOffset = disk::kFrontBackplaneCountOffset;
-        versionOffset = disk::kFrontBackplanesOffset + disk::kBpCpldVersion;
-    } else if (location == kLocationRear) {
-        countOffset = disk::kRearBackplaneCountOffset;
-        versionOffset = disk::kRearBackplanesOffset + disk::kBpCpldVersion;
-    } else {
-        std::printf("[Error]: Program should not run into here! ");
-        return -1;
-    }
-    if (buffer == nullptr || index < 0 || index >= sharedBlock().u8(countOffset)) return -1;
-    return formatVersion(sharedBlock().u8(versionOffset + disk::kBackplaneRecordSize * static_cast<std::size_t>(index)), buffer, size);
 }
 
 long long secondsSince(std::uint32_t start, std::time_t now) {
@@ -307,6 +319,8 @@ int estimateProgress(int id, const Estimator &e) {
     }
 }
 
+}  // namespace
+
 int cpldProgress(int id) {
     return estimateProgress(id, kCpldEstimator);
 }
@@ -314,8 +328,6 @@ int cpldProgress(int id) {
 int fpgaProgress(int id) {
     return estimateProgress(id, kFpgaEstimator);
 }
-
-}  // namespace
 
 void postUpdateLine(std::uint8_t kind, const char *text) {
     postLine(kind, 1, text);
@@ -369,7 +381,7 @@ QRX_EXPORT int QuorixUpdateCpldVersion(int kind, int index, unsigned char *versi
 }
 
 QRX_EXPORT int QuorixGetBoardCpldVersion(char *buffer, int size) {
-    return formatVersion(qrx::sharedBlock().u8(qrx::board::kMbCpldVersionOffset), buffer, size);
+    return boardCpldVersion(buffer, size);
 }
 
 QRX_EXPORT int QuorixGetHddCpldVersion(int location, int index, char *buffer, int size) {
@@ -377,8 +389,7 @@ QRX_EXPORT int QuorixGetHddCpldVersion(int location, int index, char *buffer, in
 }
 
 QRX_EXPORT int QuorixGetBoardFPGAVersion(char *buffer, int size) {
-    if (qrx::slotFn<qrx::Slot::QuorixCheckFPGAEnable>()() <= 0) return -1;
-    return formatVersion(qrx::sharedBlock().u8(qrx::board::kFpgaVersionOffset), buffer, size);
+    return boardFpgaVersion(buffer, size);
 }
 
 QRX_EXPORT int QuorixGetBoardFanPanelCPLDVersion(int index, char *buffer, int size) {

@@ -33,7 +33,9 @@ json_object *member(json_object *parent, const char *key) {
     return qrx::config::json::member(parent, key, 1);
 }
 
-int generateFutureSettings() {
+}  // namespace
+
+int qrx::bios::generateFutureSettings() {
     Ptr current = parseObject(bs::kCurrentSettingsPath);
     json_object *attributes = member(current.get(), "Attributes");
     if (attributes == nullptr || !json_object_is_type(attributes, json_type_object)) return -1;
@@ -56,15 +58,9 @@ int generateFutureSettings() {
     return qrx::config::json::writeAtomically(out.get(), bs::kFutureSettingsPath) ? 0 : -1;
 }
 
-}  // namespace
+namespace {
 
-extern "C" {
-
-QRX_EXPORT int GenerateFutureSetJson(void) {
-    return generateFutureSettings();
-}
-
-QRX_EXPORT int GetCurrentSetValue(const char *name, char *out, int size) {
+int currentSetValue(const char *name, char *out, int size) {
     if (name == nullptr || out == nullptr) return -1;
     if (!exists(bs::kCurrentSettingsPath)) return -2;
     Ptr current = parseObject(bs::kCurrentSettingsPath);
@@ -80,9 +76,21 @@ QRX_EXPORT int GetCurrentSetValue(const char *name, char *out, int size) {
     return 0;
 }
 
+}  // namespace
+
+extern "C" {
+
+QRX_EXPORT int GenerateFutureSetJson(void) {
+    return qrx::bios::generateFutureSettings();
+}
+
+QRX_EXPORT int GetCurrentSetValue(const char *name, char *out, int size) {
+    return currentSetValue(name, out, size);
+}
+
 QRX_EXPORT int GetBiosSetupOption(const char *name) {
     char value[100] = {};
-    int rc = GetCurrentSetValue(name, value, sizeof value);
+    int rc = currentSetValue(name, value, sizeof value);
     if (rc == 0) return std::printf("%s : %s\n", name, value);
     return std::printf("Error:%d %s\n", rc, "The arg is wrong or There is no bios_current_settings.json");
 }
@@ -90,13 +98,13 @@ QRX_EXPORT int GetBiosSetupOption(const char *name) {
 QRX_EXPORT int QuorixGetAttributeValueFromJson(void) {
     Ptr future(json_object_from_file(bs::kFutureSettingsPath));
     if (!future) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "Reading bios_future_setting.json failed");
+        qrx::debugLog(qrx::kLogCritical, qrx::kModulePowerOffProtect, "Reading bios_future_setting.json failed");
         return -1;
     }
     // The registry name is looked up as the Redfish service writes it; only the attributes decide.
     (void)member(future.get(), "AttributeRegistry");
     if (member(future.get(), "Attributes") == nullptr) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "Attributes is NULL");
+        qrx::debugLog(qrx::kLogCritical, qrx::kModulePowerOffProtect, "Attributes is NULL");
         return -1;
     }
     return 0;
@@ -106,12 +114,12 @@ QRX_EXPORT int QuorixGetResultFromJson(void) {
     Ptr root(json_object_from_file(bs::kSettingResultPath));
     json_object *settingResult = member(root.get(), "SettingResult");
     if (settingResult == nullptr) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "SettingResult is NULL");
+        qrx::debugLog(qrx::kLogCritical, qrx::kModulePowerOffProtect, "SettingResult is NULL");
         return -1;
     }
     json_object *result = member(settingResult, "Result");
     if (result == nullptr) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "Result is NULL");
+        qrx::debugLog(qrx::kLogCritical, qrx::kModulePowerOffProtect, "Result is NULL");
         return -1;
     }
     // The verdict is read with a 64-byte bound, as the result file's writer sizes it.

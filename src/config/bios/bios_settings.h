@@ -7,4 +7,8 @@ inline constexpr const char *kCurrentSettingsPath = "/conf/redfish/bios/bios_cur
 inline constexpr const char *kFutureSettingsPath = "/conf/redfish/bios/bios_future_settings.json";
 inline constexpr const char *kSettingResultPath = "/conf/redfish/bios/setting_result.json";
 
+// Writes the future-settings file from the current settings' attributes;
+// 0, or -1 when the current file is unusable or the write fails.
+int generateFutureSettings();
+
 }  // namespace qrx::bios

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "core/eeprom_map.h"
+#include "config/bios/bios_settings.h"
 #include "core/export.h"
 #include "core/slot_table.h"
 #include "diag/log_names.h"
@@ -34,7 +35,7 @@ QRX_EXPORT int QuorixGetConfFlagInterface(unsigned char *flag) {
             return 0;
         }
         std::printf("[Error]: Read Preserve setup flag from EEPROM failed! Read flag Size=%d \n", got);
-        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "[Error]: Read Preserve setup flag from EEPROM failed! Read flag Size=%d \n",
+        qrx::debugLog(qrx::kLogCritical, qrx::kModulePowerOffProtect, "[Error]: Read Preserve setup flag from EEPROM failed! Read flag Size=%d \n",
                     got);
     }
     return -1;
@@ -43,8 +44,8 @@ QRX_EXPORT int QuorixGetConfFlagInterface(unsigned char *flag) {
 QRX_EXPORT int QuorixSetConfFlagInterface(unsigned char value) {
     if (value > 1) return 1;
     // Preserving the setup needs the complete pending set first.
-    if (value == 1 && GenerateFutureSetJson() != 0) {
-        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "\r\n===Generate Future Json File fail !!!======\r\n");
+    if (value == 1 && qrx::bios::generateFutureSettings() != 0) {
+        qrx::debugLog(qrx::kLogCritical, qrx::kModulePowerOffProtect, "\r\n===Generate Future Json File fail !!!======\r\n");
         return 1;
     }
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
@@ -54,7 +55,7 @@ QRX_EXPORT int QuorixSetConfFlagInterface(unsigned char value) {
             return 0;
         }
         std::printf("\r\n===Write Conf Flag %d EEPROM fail !!!======\r\n", value);
-        QuorixDebug(qrx::kLogCritical, qrx::kModulePowerOffProtect, "\r\n===Write Conf Flag %d To EEPROM fail !!!======\r\n", value);
+        qrx::debugLog(qrx::kLogCritical, qrx::kModulePowerOffProtect, "\r\n===Write Conf Flag %d To EEPROM fail !!!======\r\n", value);
     }
     return 1;
 }

@@ -39,7 +39,11 @@ const QuorixMd5Binding g_Md5Initialize[3] = {
 
 static_assert(sizeof(QuorixMd5Binding) == 258, "binding record: 16-bit index and 256-byte name");
 
-QRX_EXPORT int QuorixInitializeMd5library(void) {
+}  // extern "C"
+
+namespace {
+
+int bindMd5() {
     if (dl_md5 == nullptr) {
         dl_md5 = dlopen(kCryptoLibrary, RTLD_NOW);
         if (dl_md5 == nullptr) return -1;
@@ -57,17 +61,17 @@ QRX_EXPORT int QuorixInitializeMd5library(void) {
     return 0;
 }
 
-QRX_EXPORT void QuorixCloseMd5Library(void) {
+void closeMd5() {
     if (dl_md5 != nullptr) {
         dlclose(dl_md5);
         dl_md5 = nullptr;
     }
 }
 
-QRX_EXPORT void QuorixCalcMD5Checksum(FILE *stream, unsigned length, unsigned char *digest) {
-    if (QuorixInitializeMd5library() != 0) {
+void md5Stretch(FILE *stream, unsigned length, unsigned char *digest) {
+    if (bindMd5() != 0) {
         std::printf("error in initializing openssl library");
-        QuorixCloseMd5Library();
+        closeMd5();
         return;
     }
     auto md5Init = reinterpret_cast<Md5InitFn>(g_Md5Handle[kMd5Init]);
@@ -76,7 +80,7 @@ QRX_EXPORT void QuorixCalcMD5Checksum(FILE *stream, unsigned length, unsigned ch
     Md5Context context{};
     if (stream == nullptr || digest == nullptr || md5Init(&context) == 0) {
         std::puts("md5 init error!");
-        QuorixCloseMd5Library();
+        closeMd5();
         return;
     }
     unsigned char buffer[kChunk];
@@ -88,7 +92,7 @@ QRX_EXPORT void QuorixCalcMD5Checksum(FILE *stream, unsigned length, unsigned ch
         if (got == 0) break;
         if (md5Update(&context, buffer, got) == 0) {
             std::puts("md5 update error!");
-            QuorixCloseMd5Library();
+            closeMd5();
             return;
         }
         // A first chunk that passes a short length ends the stretch there.
@@ -96,7 +100,23 @@ QRX_EXPORT void QuorixCalcMD5Checksum(FILE *stream, unsigned length, unsigned ch
         if (total + want > length) want = length - total;
     }
     if (md5Final(digest, &context) == 0) std::puts("md5 final error!");
-    QuorixCloseMd5Library();
+    closeMd5();
+}
+
+}  // namespace
+
+extern "C" {
+
+QRX_EXPORT int QuorixInitializeMd5library(void) {
+    return bindMd5();
+}
+
+QRX_EXPORT void QuorixCloseMd5Library(void) {
+    closeMd5();
+}
+
+QRX_EXPORT void QuorixCalcMD5Checksum(FILE *stream, unsigned length, unsigned char *digest) {
+    md5Stretch(stream, length, digest);
 }
 
 QRX_EXPORT int QuorixConvertHextoStr(const unsigned char *in, char *out, int length, int capacity) {

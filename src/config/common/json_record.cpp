@@ -64,17 +64,17 @@ void loadFields(json_object *obj, unsigned char *rec, const Field *fields, std::
 json_object *openSection(const LoaderText &text, Ptr &root) {
     Path path;
     if (!sourceFor(text.fileName, path)) {
-        QuorixDebug(kLogError, kModuleIpmi, text.missing, text.missingPath);
+        qrx::debugLog(kLogError, kModuleIpmi, text.missing, text.missingPath);
         return nullptr;
     }
     root = parseFile(path, kParseTries);
     if (!root) {
-        QuorixDebug(kLogError, kModuleIpmi, "%s", text.unparsed);
+        qrx::debugLog(kLogError, kModuleIpmi, "%s", text.unparsed);
         return nullptr;
     }
     json_object *section = member(root.get(), text.section, kSectionTries);
     if (section == nullptr || !json_object_is_type(section, json_type_object)) {
-        QuorixDebug(kLogError, kModuleIpmi, "%s", text.noSection);
+        qrx::debugLog(kLogError, kModuleIpmi, "%s", text.noSection);
         return nullptr;
     }
     return section;
@@ -84,11 +84,11 @@ json_object *listSection(json_object *root, const char *key, std::size_t max, co
                          const char *tooLong) {
     json_object *list = member(root, key, kListTries);
     if (list == nullptr || !json_object_is_type(list, json_type_array)) {
-        QuorixDebug(kLogError, kModuleIpmi, "%s", noList);
+        qrx::debugLog(kLogError, kModuleIpmi, "%s", noList);
         return nullptr;
     }
     if (json_object_array_length(list) > max) {
-        QuorixDebug(kLogError, kModuleIpmi, "%s", tooLong);
+        qrx::debugLog(kLogError, kModuleIpmi, "%s", tooLong);
         return nullptr;
     }
     return list;

@@ -1,5 +1,6 @@
 // Shared pieces of the SNMP trap, SNMP agent and SMTP services.
 #include "config/common/service.h"
+#include "ipc/wire_records.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -17,14 +18,12 @@ void traceLine(const char *function, int line, const char *format, ...) {
     va_end(ap);
 }
 
+constexpr std::uint8_t kIdlSourceAlertTest = 0x24;
+
 void postDestinationTest(std::uint8_t code) {
-    QuorixIdlRecord record{};
-    record.bytes[0] = 1;     // stamp with the current time
-    record.bytes[4] = 0x24;  // alert test
-    record.bytes[12] = 0xFF;
-    record.bytes[13] = code;
-    record.bytes[14] = 1;
-    QuorixPostReqToIDL(record);
+    ipc::IdlRecord record;
+    record.logType(ipc::kIdlLogStampTime).source(kIdlSourceAlertTest).textLine(code, 1, nullptr);
+    ipc::postToIdl(record.record());
 }
 
 bool acceptableAddress(const unsigned char *text, std::size_t length) {

@@ -118,7 +118,7 @@ QRX_EXPORT int QuorixSetUserPasswordRuleInterface(unsigned char *request, int le
     if (cc != kCcOk || !changed) return cc;
     int written = qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(pw::kEepromOffset, g_rule, static_cast<int>(pw::kRecordSize));
     if (written != static_cast<int>(pw::kRecordSize)) {
-        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Write UserPassWdRUle to EEPROM failed! retval=%d", written);
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "Write UserPassWdRUle to EEPROM failed! retval=%d", written);
         return kCcUnspecified;
     }
     return kCcOk;
@@ -130,7 +130,7 @@ QRX_EXPORT int QuorixGetUserPasswordRuleInterface(unsigned char *response) {
         unsigned char record[pw::kRecordSize];
         int got = qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(pw::kEepromOffset, record, static_cast<int>(pw::kRecordSize));
         if (got != static_cast<int>(pw::kRecordSize)) {
-            QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Read UserPassWdRUle to EEPROM failed! retval=%d", got);
+            qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "Read UserPassWdRUle to EEPROM failed! retval=%d", got);
             response[0] = kCcReadFailed;
             return 1;
         }

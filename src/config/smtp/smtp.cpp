@@ -94,7 +94,7 @@ struct Text {
 
 bool serverAddress(const unsigned char *data, std::size_t length) {
     if (acceptableAddress(data, length)) return true;
-    QuorixDebug(kLevelError, kModule, "Invalid data format of SMTP Server Address!");
+    qrx::debugLog(kLevelError, kModule, "Invalid data format of SMTP Server Address!");
     return false;
 }
 bool userName(const unsigned char *data, std::size_t length) {
@@ -188,7 +188,7 @@ unsigned setWholeRecord(const unsigned char *r) {
         !blankTolerantText(r + kSubject, kSubjectMax))
         return kCcParamOutOfRange;
     if (!acceptableAddress(r + kServer, kServerMax)) {
-        QuorixDebug(kLevelError, kModule, "Invalid data format of SMTP Server address!");
+        qrx::debugLog(kLevelError, kModule, "Invalid data format of SMTP Server address!");
         return kCcInvalidDataField;
     }
     if (r[kAuth] == 1) {
@@ -303,7 +303,7 @@ unsigned setInterface(const unsigned char *request, std::size_t n) {
 
 int save() {
     if (sharedBlock().data() == nullptr) {
-        QuorixDebug(kLevelError, kModule, "Set Smtp configure to Json failed.");
+        qrx::debugLog(kLevelError, kModule, "Set Smtp configure to Json failed.");
         return -1;
     }
     json::Ptr root(json_object_new_object());
@@ -318,7 +318,7 @@ int save() {
     }
     json_object_object_add(root.get(), "SmtpDestCfg", list);
     if (!json::writeAtomically(root.get(), kConfPath)) {
-        QuorixDebug(kLevelError, kModule, "Set Smtp configure to Json failed.");
+        qrx::debugLog(kLevelError, kModule, "Set Smtp configure to Json failed.");
         return -1;
     }
     return 0;

@@ -135,7 +135,7 @@ constexpr json::LoaderText kLoader = {kFileName,
 
 int save(const unsigned char *rec, const char *path) {
     if (rec == nullptr || path == nullptr) {
-        QuorixDebug(kLevelError, kModule, "Set Snmp configure to Json failed.");
+        qrx::debugLog(kLevelError, kModule, "Set Snmp configure to Json failed.");
         return -1;
     }
     json::Ptr root(json_object_new_object());
@@ -143,7 +143,7 @@ int save(const unsigned char *rec, const char *path) {
     json::saveFields(cfg, rec, kFields);
     json_object_object_add(root.get(), "SnmpCfg", cfg);
     if (!json::writeAtomically(root.get(), path)) {
-        QuorixDebug(kLevelError, kModule, "Set Snmp configure to Json failed.");
+        qrx::debugLog(kLevelError, kModule, "Set Snmp configure to Json failed.");
         return -1;
     }
     return 0;

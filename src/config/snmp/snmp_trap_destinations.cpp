@@ -68,7 +68,7 @@ unsigned setDestination(const unsigned char *request, std::size_t n, std::uint8_
             const RequestText text = req.text(kAddressMax);
             if (!validText(text.data, text.length)) return kCcParamOutOfRange;
             if (!acceptableAddress(text.data, text.length)) {
-                QuorixDebug(kLevelError, kModule, "%s", kBadAddress);
+                qrx::debugLog(kLevelError, kModule, "%s", kBadAddress);
                 return kCcInvalidDataField;
             }
             unsigned char wanted[kDestAddressSize] = {};
@@ -98,7 +98,7 @@ unsigned setDestination(const unsigned char *request, std::size_t n, std::uint8_
             if (enabled > kEnabledMax || port > kPortMax) return kCcParamOutOfRange;
             if (!validText(address, kAddressMax)) return kCcParamOutOfRange;
             if ((enabled == 1 || address[0] != 0) && !acceptableAddress(address, kAddressMax)) {
-                QuorixDebug(kLevelError, kModule, "%s", kBadAddress);
+                qrx::debugLog(kLevelError, kModule, "%s", kBadAddress);
                 return kCcInvalidDataField;
             }
             entry.setU8(kDestEnabled, enabled);

@@ -56,7 +56,7 @@ constexpr json::LoaderText kLoader = {kFileName,
 
 int saveJson(const unsigned char *rec, const unsigned char *dest, const char *path) {
     if (rec == nullptr || dest == nullptr || path == nullptr) {
-        QuorixDebug(kLevelError, kModule, "Set SnmpTrap configure to Json failed.");
+        qrx::debugLog(kLevelError, kModule, "Set SnmpTrap configure to Json failed.");
         return -1;
     }
     json::Ptr root(json_object_new_object());
@@ -72,7 +72,7 @@ int saveJson(const unsigned char *rec, const unsigned char *dest, const char *pa
     }
     json_object_object_add(root.get(), "SnmpTrapDestCfg", list);
     if (!json::writeAtomically(root.get(), path)) {
-        QuorixDebug(kLevelError, kModule, "Set SnmpTrap configure to Json failed.");
+        qrx::debugLog(kLevelError, kModule, "Set SnmpTrap configure to Json failed.");
         return -1;
     }
     return 0;

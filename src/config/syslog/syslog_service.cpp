@@ -16,11 +16,13 @@
 #include "diag/log_names.h"
 #include "core/request_reader.h"
 #include "core/shared_block.h"
+#include "core/slot_table.h"
+#include "core/unique.h"
+#include "devstate/fru_records.h"
 #include "quorix_common_interface.h"
 #include "quorix_platform.h"
 
 // FRU access of the device-state subsystem.
-extern "C" int quorix_read_fru(int device, int offset, int length, unsigned char *buffer);
 
 namespace qrx::config::syslog {
 
@@ -68,10 +70,7 @@ constexpr unsigned kTagPart = 2;
 std::uint8_t g_lastTestTarget = kNoTestTarget;
 bool g_tagSetBefore = false;
 
-struct FileCloser {
-    void operator()(FILE *f) const { std::fclose(f); }
-};
-using File = std::unique_ptr<FILE, FileCloser>;
+using File = UniqueFile;
 
 ByteView destRecord(std::size_t i) {
     return sharedBlock().at(kDestOffset + i * kDestRecordSize);
@@ -108,8 +107,8 @@ void fruField(int field, char *out, std::size_t size) {
     out[0] = '\0';
     unsigned char fru[kFruReadLength] = {};
     char value[64] = {};
-    if (quorix_read_fru(kFruDevice, 0, kFruReadLength, fru) != kFruReadLength) return;
-    if (QuorixParseEEPROMFRUData(fru, kFruReadLength, kFruProductArea, field, value, sizeof value - 1) != 0) return;
+    if (devstate::readFru(kFruDevice, 0, kFruReadLength, fru) != kFruReadLength) return;
+    if (slotFn<Slot::QuorixParseEEPROMFRUData>()(fru, kFruReadLength, kFruProductArea, field, value, sizeof value - 1) != 0) return;
     std::snprintf(out, size, "%.*s", static_cast<int>(strnlen(value, sizeof value)), value);
 }
 
@@ -128,11 +127,11 @@ bool hostnameFromFile(char *out, std::size_t size) {
 
 int restartSyslog() {
     if (safe_system(kStopCommand) < 0) {
-        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "stop syslog failed.");
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "stop syslog failed.");
         return -1;
     }
     if (safe_system(kStartCommand) < 0) {
-        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "start syslog failed.");
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "start syslog failed.");
         return -1;
     }
     return 0;
@@ -231,7 +230,7 @@ unsigned writeConfigFile(const SyslogConfig &c) {
     if (c.testTarget > kDestCount && c.testTarget != kNoTestTarget) return kCcInvalidDataField;
     File f(std::fopen(kConfFile, "w"));
     if (!f) {
-        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "Open syslog.conf failed .");
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "Open syslog.conf failed .");
         return kCcUnspecified;
     }
     const ConfigText file = configText(c);
@@ -239,7 +238,7 @@ unsigned writeConfigFile(const SyslogConfig &c) {
     // An unknown transport leaves the file empty.
     if (!text.empty() && !writeWithRetries(f.get(), text)) {
         f.reset();
-        QuorixDebug(qrx::kLogError, qrx::kModuleMonitor, "%s", writeFailureMessage(c));
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "%s", writeFailureMessage(c));
         return kCcUnspecified;
     }
     f.reset();
@@ -292,7 +291,7 @@ unsigned setDestination(RequestReader req) {
     std::memcpy(host, hostBytes.data, kDestHostSize);
     // An enabled destination with an empty host is accepted.
     if (host[0] != '\0' && !isValidHost(host)) {
-        QuorixDebug(qrx::kLogError, qrx::kModuleIpmi, "Invalid data format of Syslog destination!");
+        qrx::debugLog(qrx::kLogError, qrx::kModuleIpmi, "Invalid data format of Syslog destination!");
         return kCcInvalidDataField;
     }
     d.setHost(std::string_view(host, strnlen(host, kHostTextMax)));
