@@ -15,10 +15,8 @@
 
 namespace {
 
-constexpr const char *kFeatureLibraryDir = "/usr/local/lib";
-constexpr const char *kFeatureLibraryName = "libquorix_common_feature.so";
-constexpr const char *kBlockGetterSymbol = "oem_get_shared_mem";
-constexpr const char *kHandleTableSymbol = "quorix_handle";
+constexpr const char *kFeatureLibraryDir = "/usr/local/lib", *kFeatureLibraryName = "libquorix_common_feature.so";
+constexpr const char *kBlockGetterSymbol = "oem_get_shared_mem", *kHandleTableSymbol = "quorix_handle";
 
 int g_initDone = 0;
 

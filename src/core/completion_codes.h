@@ -3,11 +3,8 @@
 
 namespace qrx::cc {
 
-inline constexpr unsigned kCcOk = 0x00;
-inline constexpr unsigned kCcReqDataLenInvalid = 0xC7;
-inline constexpr unsigned kCcParamOutOfRange = 0xC9;
-inline constexpr unsigned kCcInvalidDataField = 0xCC;
-inline constexpr unsigned kCcNotAllowedNow = 0xD5;
+inline constexpr unsigned kCcOk = 0x00, kCcReqDataLenInvalid = 0xC7, kCcParamOutOfRange = 0xC9;
+inline constexpr unsigned kCcInvalidDataField = 0xCC, kCcNotAllowedNow = 0xD5;
 inline constexpr unsigned kCcUnspecified = 0xFF;  // also: the file or EEPROM could not be written
 
 }  // namespace qrx::cc

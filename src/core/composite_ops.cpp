@@ -9,12 +9,8 @@
 
 namespace {
 
-constexpr int kFanPresentTries = 10;
-constexpr int kDiagInterruptChassisCode = 18;
-constexpr int kDiagInterruptAssert = 1;
-constexpr int kBootSelectorBios = 0;
-constexpr int kBootSelectorScp = 1;
-constexpr int kFpgaTypeMainBoard = 0;
+constexpr int kFanPresentTries = 10, kDiagInterruptChassisCode = 18, kDiagInterruptAssert = 1, kBootSelectorBios = 0;
+constexpr int kBootSelectorScp = 1, kFpgaTypeMainBoard = 0;
 constexpr int kBiosBmcRequestLength = 2;  // item, value
 
 int g_gpuBoxCallCount = 0;

@@ -30,16 +30,12 @@
 
 namespace qrx::board {
 
-inline constexpr std::size_t kCpuCountOffset = 75482;
-inline constexpr std::size_t kCpuRecordsOffset = 75483;
-inline constexpr std::size_t kCpuRecordSize = 292;
+inline constexpr std::size_t kCpuCountOffset = 75482, kCpuRecordsOffset = 75483, kCpuRecordSize = 292;
 inline constexpr int kMaxCpus = 4;
 
 inline constexpr std::size_t kMeMajorOffset = 79846;
 inline constexpr unsigned kMeMajorMask = 0x7F;
-inline constexpr std::size_t kMeMinorOffset = 79847;
-inline constexpr std::size_t kMeBuildOffset = 79855;
-inline constexpr std::size_t kMemoryPowerOffset = 79921;
+inline constexpr std::size_t kMeMinorOffset = 79847, kMeBuildOffset = 79855, kMemoryPowerOffset = 79921;
 
 inline constexpr std::size_t kOcpCountOffset = 143132;
 inline constexpr int kMaxOcpCards = 2;
@@ -55,13 +51,9 @@ inline constexpr std::size_t kFpgaBoardIdOffset = 118897;
 inline constexpr std::size_t kFpgaDurationOffset = 118926;  // u16 seconds, expected update time
 inline constexpr std::size_t kFpgaVersionOffset = 119018;
 
-inline constexpr std::size_t kFanPlaneCountOffset = 65965;
-inline constexpr std::size_t kFanPlaneRecordsOffset = 65966;
-inline constexpr std::size_t kFanPlaneRecordSize = 819;
+inline constexpr std::size_t kFanPlaneCountOffset = 65965, kFanPlaneRecordsOffset = 65966, kFanPlaneRecordSize = 819;
 inline constexpr int kFanPlaneRecords = 2;
-inline constexpr std::size_t kFanPlaneMarker = 1;
-inline constexpr std::size_t kFanPlanePresence = 4;
-inline constexpr std::size_t kFanPlaneBoardText = 4;
+inline constexpr std::size_t kFanPlaneMarker = 1, kFanPlanePresence = 4, kFanPlaneBoardText = 4;
 inline constexpr std::size_t kFanPlaneUpdateDuration = 44;  // u16 seconds
 inline constexpr std::size_t kFanPlaneCpldVersion = 79;
 inline constexpr unsigned char kFanPlaneValidMarker = 254;

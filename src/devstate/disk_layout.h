@@ -34,28 +34,17 @@ inline constexpr std::size_t kRearTableSize = kRearDisks * kRecordSize;
 static_assert(kFrontTableSize == 39168 && kRearTableSize == 24480, "disk table sizes");
 static_assert(kFrontTableOffset + kFrontTableSize == kRearTableOffset, "rear table follows the front one");
 
-inline constexpr std::size_t kSensorPresence = 0;
-inline constexpr std::size_t kPresence = 1;
-inline constexpr std::size_t kStatus = 4;
-inline constexpr std::size_t kNvmeTemperature = 15;
-inline constexpr std::size_t kSerial = 18;
+inline constexpr std::size_t kSensorPresence = 0, kPresence = 1, kStatus = 4, kNvmeTemperature = 15, kSerial = 18;
 inline constexpr std::size_t kSerialLen = 24;
 
-inline constexpr unsigned kStatusFault = 2;
-inline constexpr unsigned kStatusRebuild = 8;
-inline constexpr unsigned kStatusPredictiveFailure = 16;
+inline constexpr unsigned kStatusFault = 2, kStatusRebuild = 8, kStatusPredictiveFailure = 16;
 
-inline constexpr std::size_t kFrontBackplaneCountOffset = 119097;
-inline constexpr std::size_t kRearBackplaneCountOffset = 119098;
-inline constexpr std::size_t kBackplaneRecordsOffset = 119099;
-inline constexpr std::size_t kBackplaneRecordSize = 1470;
+inline constexpr std::size_t kFrontBackplaneCountOffset = 119097, kRearBackplaneCountOffset = 119098;
+inline constexpr std::size_t kBackplaneRecordsOffset = 119099, kBackplaneRecordSize = 1470;
 inline constexpr int kBackplaneRecords = kFrontBackplanes + kRearBackplanes;  // 13
 inline constexpr int kFirstRearBackplane = kFrontBackplanes;
 
-inline constexpr std::size_t kBpInUse = 0;
-inline constexpr std::size_t kBpMarker = 1;
-inline constexpr std::size_t kBpPresence = 4;
-inline constexpr std::size_t kBpBoardText = 4;
+inline constexpr std::size_t kBpInUse = 0, kBpMarker = 1, kBpPresence = 4, kBpBoardText = 4;
 inline constexpr std::size_t kBpUpdateDuration = 46;  // u16 seconds, expected CPLD update time
 inline constexpr std::size_t kBpCpldVersion = 302;
 inline constexpr std::size_t kBpDiskSlots = 558;

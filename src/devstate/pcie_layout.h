@@ -18,9 +18,7 @@ namespace qrx::pcie {
 inline constexpr std::size_t kGpuReadinessOffset = 2098176;
 inline constexpr std::size_t kAcceleratorReadinessOffset = 2098208;
 inline constexpr int kMaxDevices = 16;
-inline constexpr std::size_t kReadinessSize = 2;
-inline constexpr std::size_t kPresent = 0;
-inline constexpr std::size_t kLinkUp = 1;
+inline constexpr std::size_t kReadinessSize = 2, kPresent = 0, kLinkUp = 1;
 static_assert(kGpuReadinessOffset + kMaxDevices * kReadinessSize <= kAcceleratorReadinessOffset, "GPU flags");
 static_assert(insideSharedBlock(kAcceleratorReadinessOffset, kMaxDevices * kReadinessSize), "accelerator flags");
 

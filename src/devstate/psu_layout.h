@@ -14,78 +14,32 @@
 
 namespace qrx::psu {
 
-inline constexpr std::size_t kCountOffset = 67604;
-inline constexpr std::size_t kRecordsOffset = 67605;
-inline constexpr std::size_t kRecordSize = 159;
+inline constexpr std::size_t kCountOffset = 67604, kRecordsOffset = 67605, kRecordSize = 159;
 inline constexpr int kMaxRecords = 8;
-inline constexpr std::size_t kConfigNumOffset = 68877;
-inline constexpr std::size_t kNormalNumOffset = 68878;
-inline constexpr std::size_t kRedundantNumOffset = 68879;
+inline constexpr std::size_t kConfigNumOffset = 68877, kNormalNumOffset = 68878, kRedundantNumOffset = 68879;
 static_assert(kRecordsOffset + kMaxRecords * kRecordSize == kConfigNumOffset, "the counters follow the records");
 
 // Fields of one PSU record (offsets from the record's start).
 namespace rec {
-inline constexpr std::size_t kPresent = 1;
-inline constexpr std::size_t kWorkMode = 2;
-inline constexpr std::size_t kStatusWord = 3;
-inline constexpr std::size_t kPsStatus = 5;
-inline constexpr std::size_t kInputType = 7;
-inline constexpr std::size_t kPwrGood = 8;
-inline constexpr std::size_t kFanStatus = 9;
-inline constexpr std::size_t kVoutStatus = 10;
-inline constexpr std::size_t kIoutStatus = 11;
-inline constexpr std::size_t kInputStatus = 12;
-inline constexpr std::size_t kTemperatureStatus = 13;
-inline constexpr std::size_t kAmbientTemperature = 14;
-inline constexpr std::size_t kSecondaryTemperature = 18;
-inline constexpr std::size_t kPrimaryTemperature = 22;
-inline constexpr std::size_t kInputPower = 26;
-inline constexpr std::size_t kOutputPower = 30;
-inline constexpr std::size_t kInputVolt = 34;
-inline constexpr std::size_t kOutputVolt = 38;
-inline constexpr std::size_t kInputCurrent = 42;
-inline constexpr std::size_t kOutputCurrent = 46;
-inline constexpr std::size_t kOutputPowerMax = 50;
-inline constexpr std::size_t kFanSpeed = 54;
-inline constexpr std::size_t kManufacturer = 58;
-inline constexpr std::size_t kModel = 76;
-inline constexpr std::size_t kSerialNum = 94;
-inline constexpr std::size_t kFwVersion = 112;
-inline constexpr std::size_t kPartNum = 128;
-inline constexpr std::size_t kDate = 146;
-inline constexpr std::size_t kPsuUpdating = 152;
-inline constexpr std::size_t kPsubMode = 153;
-inline constexpr std::size_t kType = 158;
+inline constexpr std::size_t kPresent = 1, kWorkMode = 2, kStatusWord = 3, kPsStatus = 5, kInputType = 7, kPwrGood = 8;
+inline constexpr std::size_t kFanStatus = 9, kVoutStatus = 10, kIoutStatus = 11, kInputStatus = 12;
+inline constexpr std::size_t kTemperatureStatus = 13, kAmbientTemperature = 14, kSecondaryTemperature = 18;
+inline constexpr std::size_t kPrimaryTemperature = 22, kInputPower = 26, kOutputPower = 30, kInputVolt = 34;
+inline constexpr std::size_t kOutputVolt = 38, kInputCurrent = 42, kOutputCurrent = 46, kOutputPowerMax = 50;
+inline constexpr std::size_t kFanSpeed = 54, kManufacturer = 58, kModel = 76, kSerialNum = 94, kFwVersion = 112;
+inline constexpr std::size_t kPartNum = 128, kDate = 146, kPsuUpdating = 152, kPsubMode = 153, kType = 158;
 
-inline constexpr std::size_t kManufacturerLen = 18;
-inline constexpr std::size_t kModelLen = 18;
-inline constexpr std::size_t kSerialNumLen = 18;
-inline constexpr std::size_t kFwVersionLen = 16;
-inline constexpr std::size_t kPartNumLen = 18;
-inline constexpr std::size_t kDateLen = 6;
+inline constexpr std::size_t kManufacturerLen = 18, kModelLen = 18, kSerialNumLen = 18, kFwVersionLen = 16;
+inline constexpr std::size_t kPartNumLen = 18, kDateLen = 6;
 static_assert(kType + 1 == kRecordSize, "PSU record is 159 bytes");
 }  // namespace rec
 
 // Summary record that ReadQuorixPSUInfo fills for its caller (126 bytes).
 namespace sum {
-inline constexpr std::size_t kIndex = 0;
-inline constexpr std::size_t kPresent = 1;
-inline constexpr std::size_t kWorkMode = 2;
-inline constexpr std::size_t kStatusWord = 3;
-inline constexpr std::size_t kPsStatus = 5;
-inline constexpr std::size_t kInputType = 7;
-inline constexpr std::size_t kPwrGood = 8;
-inline constexpr std::size_t kFanStatus = 9;
-inline constexpr std::size_t kAmbientTemperature = 10;
-inline constexpr std::size_t kSecondaryTemperature = 12;
-inline constexpr std::size_t kPrimaryTemperature = 14;
-inline constexpr std::size_t kInputPower = 16;
-inline constexpr std::size_t kOutputPower = 18;
-inline constexpr std::size_t kInputVolt = 20;
-inline constexpr std::size_t kOutputVolt = 22;
-inline constexpr std::size_t kInputCurrent = 24;
-inline constexpr std::size_t kOutputCurrent = 26;
-inline constexpr std::size_t kOutputPowerMax = 28;
+inline constexpr std::size_t kIndex = 0, kPresent = 1, kWorkMode = 2, kStatusWord = 3, kPsStatus = 5, kInputType = 7;
+inline constexpr std::size_t kPwrGood = 8, kFanStatus = 9, kAmbientTemperature = 10, kSecondaryTemperature = 12;
+inline constexpr std::size_t kPrimaryTemperature = 14, kInputPower = 16, kOutputPower = 18, kInputVolt = 20;
+inline constexpr std::size_t kOutputVolt = 22, kInputCurrent = 24, kOutputCurrent = 26, kOutputPowerMax = 28;
 inline constexpr std::size_t kFanSpeed = 30;
 inline constexpr std::size_t kTexts = 32;  // Manufacturer .. PartNum, 88 bytes
 inline constexpr std::size_t kDate = 120;

@@ -11,9 +11,7 @@
 
 namespace qrx::rack {
 
-inline constexpr std::size_t kDiskRecordSize = 114;
-inline constexpr std::size_t kName = 76;
-inline constexpr std::size_t kNameLen = kDiskRecordSize - kName;
+inline constexpr std::size_t kDiskRecordSize = 114, kName = 76, kNameLen = kDiskRecordSize - kName;
 inline constexpr int kSourceRecords = 32;
 inline constexpr int kDestinationRecords = 18;
 inline constexpr int kNvmeProbeRecord = 9;  // its name picks the 14- or 12-entry table

@@ -22,9 +22,7 @@ namespace {
 
 using namespace qrx::diag;
 
-inline constexpr std::uint8_t kPathSerial = 0;
-inline constexpr std::uint8_t kPathLog = 1;
-inline constexpr std::uint8_t kPathBoth = 2;
+inline constexpr std::uint8_t kPathSerial = 0, kPathLog = 1, kPathBoth = 2;
 
 // Shared by the threads of the process without a lock. A reload reads the
 // files aside and then stores the cache byte by byte as relaxed atomics

@@ -15,9 +15,7 @@ inline constexpr const char *kEnablePrefix = "ENABLE_";
 inline constexpr std::size_t kEnablePrefixLength = 7;
 
 // 16 slots of 16 bytes; a name keeps at most 15 characters and its NUL.
-inline constexpr std::size_t kModuleSlots = 16;
-inline constexpr std::size_t kModuleSlotSize = 16;
-inline constexpr std::size_t kModuleNameMax = kModuleSlotSize - 1;
+inline constexpr std::size_t kModuleSlots = 16, kModuleSlotSize = 16, kModuleNameMax = kModuleSlotSize - 1;
 inline constexpr std::size_t kModuleAreaSize = kModuleSlots * kModuleSlotSize;
 
 inline constexpr unsigned kLevelCritical = 3;

@@ -6,15 +6,10 @@ namespace qrx {
 
 int debugLog(unsigned level, const char *module, const char *format, ...) __attribute__((format(printf, 3, 4)));
 
-inline constexpr unsigned kLogInfo = 0;
-inline constexpr unsigned kLogWarning = 1;
-inline constexpr unsigned kLogError = 2;
-inline constexpr unsigned kLogCritical = 3;
+inline constexpr unsigned kLogInfo = 0, kLogWarning = 1, kLogError = 2, kLogCritical = 3;
 
 // Module names select the ENABLE_<module> switch of the debug folder.
-inline constexpr const char *kModuleMonitor = "QRXMONITOR";
-inline constexpr const char *kModuleIpmi = "IPMI";
-inline constexpr const char *kModuleDiag = "QRXDIAG";
+inline constexpr const char *kModuleMonitor = "QRXMONITOR", *kModuleIpmi = "IPMI", *kModuleDiag = "QRXDIAG";
 inline constexpr const char *kModulePowerOffProtect = "QRXPWOFFPRO";
 
 }  // namespace qrx

@@ -27,14 +27,9 @@
 
 namespace qrx::fancurve {
 
-inline constexpr std::size_t kPwmCountOffset = 65318;
-inline constexpr std::size_t kCurveCountOffset = 6393844;
-inline constexpr std::size_t kCurvesOffset = 6393847;
-inline constexpr std::size_t kCurveSize = 202;
-inline constexpr std::size_t kFinalPwmOffset = 6406775;
-inline constexpr std::size_t kMissingFanRaiseOffset = 6406797;
-inline constexpr std::size_t kOutputsOffset = 6431314;
-inline constexpr std::size_t kOutputSize = 4;
+inline constexpr std::size_t kPwmCountOffset = 65318, kCurveCountOffset = 6393844, kCurvesOffset = 6393847;
+inline constexpr std::size_t kCurveSize = 202, kFinalPwmOffset = 6406775, kMissingFanRaiseOffset = 6406797;
+inline constexpr std::size_t kOutputsOffset = 6431314, kOutputSize = 4;
 // Room the block leaves: curves up to the final PWM bytes, outputs up to the raise byte.
 inline constexpr int kMaxCurves = (kFinalPwmOffset - kCurvesOffset) / kCurveSize;
 inline constexpr int kMaxOutputs = kMissingFanRaiseOffset - kFinalPwmOffset;
@@ -44,32 +39,18 @@ enum CurveType : std::uint8_t { kTypeNone = 0, kTypePid = 1, kTypeLinear = 2, kT
 inline constexpr unsigned kTypeCount = 4;
 
 namespace curve {
-inline constexpr std::size_t kType = 0;
-inline constexpr std::size_t kEnabled = 1;
-inline constexpr std::size_t kPwm = 2;
-inline constexpr std::size_t kDirection = 6;
-inline constexpr std::size_t kLastTemperature = 7;
-inline constexpr std::size_t kDelay = 8;
+inline constexpr std::size_t kType = 0, kEnabled = 1, kPwm = 2, kDirection = 6, kLastTemperature = 7, kDelay = 8;
 inline constexpr std::size_t kPointCount = 9;
 inline constexpr std::size_t kRisingPwm = 8;          // + 2i
 inline constexpr std::size_t kRisingTemperature = 9;  // + 2i
 inline constexpr std::size_t kFallingPwm = 48;        // + 2i
-inline constexpr std::size_t kFallingTemperature = 49;
-inline constexpr std::size_t kFallingPointCount = 90;
-inline constexpr std::size_t kThreshold80 = 109;
-inline constexpr std::size_t kThreshold100 = 110;
-inline constexpr std::size_t kThresholdDelay = 111;
+inline constexpr std::size_t kFallingTemperature = 49;  // + 2i
+inline constexpr std::size_t kFallingPointCount = 90, kThreshold80 = 109, kThreshold100 = 110, kThresholdDelay = 111;
 inline constexpr int kMaxRisingPoints = 19;   // points 1..19 end before the falling array
 inline constexpr int kMaxFallingPoints = 20;  // points 1..20 end before the falling count
 
-inline constexpr std::size_t kPidSetPoint = 6;
-inline constexpr std::size_t kPidKp = 7;
-inline constexpr std::size_t kPidKi = 11;
-inline constexpr std::size_t kPidKd = 15;
-inline constexpr std::size_t kPidDelay = 29;
-inline constexpr std::size_t kPidThreshold80 = 30;
-inline constexpr std::size_t kPidThreshold100 = 31;
-inline constexpr std::size_t kPidThresholdDelay = 32;
+inline constexpr std::size_t kPidSetPoint = 6, kPidKp = 7, kPidKi = 11, kPidKd = 15, kPidDelay = 29;
+inline constexpr std::size_t kPidThreshold80 = 30, kPidThreshold100 = 31, kPidThresholdDelay = 32;
 
 inline constexpr std::size_t kSensorNumber = 116;
 inline constexpr std::size_t kWeights = 122;  // + 4w
@@ -79,9 +60,7 @@ static_assert(kWeights + 4 * (kMaxWeight + 1) == kCurveSize, "the weights end th
 }  // namespace curve
 
 namespace output {
-inline constexpr std::size_t kSensorIndex = 0;
-inline constexpr std::size_t kEffectiveType = 2;
-inline constexpr std::size_t kEffectivePwm = 3;
+inline constexpr std::size_t kSensorIndex = 0, kEffectiveType = 2, kEffectivePwm = 3;
 }  // namespace output
 
 // Block offset of curve id's record (outside the block for a bad id).

@@ -25,13 +25,8 @@
 namespace qrx::history {
 
 inline constexpr std::size_t kRecordSize = 216;
-inline constexpr int kChannels = 50;
-inline constexpr int kTotalChannel = 0;
-inline constexpr int kClass3Channel = 1;
-inline constexpr int kFirstSupplyChannel = 2;
-inline constexpr int kSupplies = 8;
-inline constexpr int kFirstDeviceChannel = 10;
-inline constexpr int kDevices = 40;
+inline constexpr int kChannels = 50, kTotalChannel = 0, kClass3Channel = 1, kFirstSupplyChannel = 2, kSupplies = 8;
+inline constexpr int kFirstDeviceChannel = 10, kDevices = 40;
 static_assert(kFirstDeviceChannel + kDevices == kChannels, "channel map");
 
 inline constexpr std::size_t averageOffset(int channel) {
@@ -40,12 +35,8 @@ inline constexpr std::size_t averageOffset(int channel) {
 inline constexpr std::size_t maximumOffset(int channel) {
     return averageOffset(channel) + 2;
 }
-inline constexpr std::size_t kHourOffset = 200;
-inline constexpr std::size_t kDayOffset = 202;
-inline constexpr std::size_t kMonthOffset = 204;
-inline constexpr std::size_t kYearOffset = 206;
-inline constexpr std::size_t kRefreshedOffset = 208;
-inline constexpr std::size_t kClosedOffset = 212;
+inline constexpr std::size_t kHourOffset = 200, kDayOffset = 202, kMonthOffset = 204, kYearOffset = 206;
+inline constexpr std::size_t kRefreshedOffset = 208, kClosedOffset = 212;
 static_assert(maximumOffset(kChannels - 1) + 2 == kHourOffset, "channels fill bytes 0..199");
 static_assert(kClosedOffset + 4 == kRecordSize, "record size");
 
@@ -54,26 +45,18 @@ inline constexpr int kWorkWords = 3 * kChannels;
 static_assert(kWorkWords * 4 == 600, "working area size");
 
 // Shared-block readings.
-inline constexpr std::size_t kDevicePresentBase = 65340;
-inline constexpr std::size_t kDeviceReadingBase = 65341;
-inline constexpr std::size_t kDeviceStride = 9;
+inline constexpr std::size_t kDevicePresentBase = 65340, kDeviceReadingBase = 65341, kDeviceStride = 9;
 inline constexpr std::size_t kSupplyPresentBase = psu::kRecordsOffset + psu::rec::kPresent;
 inline constexpr std::size_t kSupplyReadingBase = psu::kRecordsOffset + psu::rec::kInputPower;
-inline constexpr std::size_t kSupplyStride = psu::kRecordSize;
-inline constexpr std::size_t kTotalPowerOffset = 70972;
-inline constexpr std::size_t kClass3ReadingOffset = 79907;
+inline constexpr std::size_t kSupplyStride = psu::kRecordSize, kTotalPowerOffset = 70972, kClass3ReadingOffset = 79907;
 inline constexpr unsigned kClass3Absent = 255;
 
 // Device-scan classes that gate the channels; a scan byte of 2 means "sample".
-inline constexpr unsigned kClass0Scan = 0;
-inline constexpr unsigned kSupplyScan = 1;
-inline constexpr unsigned kClass3Scan = 3;
+inline constexpr unsigned kClass0Scan = 0, kSupplyScan = 1, kClass3Scan = 3;
 inline constexpr int kScanSampling = 2;
 
 // History kinds of the exported calls.
-inline constexpr int kDay = 1;
-inline constexpr int kMonth = 2;
-inline constexpr int kYear = 3;
+inline constexpr int kDay = 1, kMonth = 2, kYear = 3;
 inline constexpr int kExistsFlag = 0x80;  // 129..131 ask whether a history exists
 
 }  // namespace qrx::history

@@ -9,9 +9,7 @@
 
 namespace qrx::history {
 
-inline constexpr int kDayCapacity = 24;
-inline constexpr int kMonthCapacity = 31;
-inline constexpr int kYearCapacity = 12;
+inline constexpr int kDayCapacity = 24, kMonthCapacity = 31, kYearCapacity = 12;
 
 // The exported pointer of kind 1..3, or nullptr for any other kind.
 QuorixHistoryBlock **slotOf(int kind);

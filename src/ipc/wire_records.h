@@ -12,10 +12,8 @@
 namespace qrx::ipc {
 
 // Channels.
-inline constexpr const char *kIpmiMainPipe = "/var/quorix_ipmimain_pipe";
-inline constexpr const char *kOneKeyLogPipe = "/var/quorix_okl_pipe";
-inline constexpr const char *kSelCollectorPipe = "/var/quorix_selc_pipe";
-inline constexpr const char *kPowerOffScanPipe = "/var/poweroffscanpipe";
+inline constexpr const char *kIpmiMainPipe = "/var/quorix_ipmimain_pipe", *kOneKeyLogPipe = "/var/quorix_okl_pipe";
+inline constexpr const char *kSelCollectorPipe = "/var/quorix_selc_pipe", *kPowerOffScanPipe = "/var/poweroffscanpipe";
 inline constexpr int kIdlQueueKey = 12345;
 inline constexpr int kMcaQueueKey = 12347;
 
@@ -23,40 +21,27 @@ inline constexpr int kMcaQueueKey = 12347;
 // native long as the message type from offset 0 and the text right after
 // it, so the buffers carry sizeof(long) spare bytes beyond the 1025 of the
 // frame; the layout at offsets 0.. is the one every peer expects.
-inline constexpr std::size_t kFrameSize = 1025;
-inline constexpr std::size_t kFrameBufferSize = kFrameSize + sizeof(long);
-inline constexpr std::size_t kFrameMarkerOffset = 0;
+inline constexpr std::size_t kFrameSize = 1025, kFrameBufferSize = kFrameSize + sizeof(long), kFrameMarkerOffset = 0;
 inline constexpr std::size_t kFramePayloadOffset = 1;
 inline constexpr std::uint8_t kFrameMarker = 1;
 inline constexpr int kMaxPayload = 1024;
 inline constexpr std::size_t kReceiveTextSize = kFrameSize;
 
 // IDL request record: log type, source, time stamp, then the body from byte 12.
-inline constexpr std::size_t kIdlRecordSize = 296;
-inline constexpr std::size_t kIdlLogTypeOffset = 0;
-inline constexpr std::size_t kIdlSourceOffset = 4;
-inline constexpr std::size_t kIdlTimeOffset = 8;
+inline constexpr std::size_t kIdlRecordSize = 296, kIdlLogTypeOffset = 0, kIdlSourceOffset = 4, kIdlTimeOffset = 8;
 inline constexpr std::uint8_t kIdlLogKeepTime = 0;
 inline constexpr std::uint8_t kIdlLogStampTime = 1;
 static_assert(sizeof(QuorixIdlRecord) == kIdlRecordSize, "IDL record is 296 bytes");
 
 // Text line body.
 inline constexpr std::size_t kIdlTextMarkerOffset = 12;  // 0xFF
-inline constexpr std::size_t kIdlTextKindOffset = 13;
-inline constexpr std::size_t kIdlTextFlagOffset = 14;
-inline constexpr std::size_t kIdlTextOffset = 15;
-inline constexpr std::size_t kIdlTextMax = 255;
+inline constexpr std::size_t kIdlTextKindOffset = 13, kIdlTextFlagOffset = 14, kIdlTextOffset = 15, kIdlTextMax = 255;
 inline constexpr std::uint8_t kIdlTextMarker = 0xFF;
 
 // Sensor event body.
-inline constexpr std::size_t kIdlSensorTypeOffset = 12;
-inline constexpr std::size_t kIdlSensorNumberOffset = 14;
-inline constexpr std::size_t kIdlEventTypeOffset = 15;
-inline constexpr std::size_t kIdlEventData1Offset = 16;
-inline constexpr std::size_t kIdlEventData2Offset = 17;
-inline constexpr std::size_t kIdlLabelOffset = 19;
-inline constexpr std::size_t kIdlLabelMax = 15;
-inline constexpr std::size_t kIdlLabelEndOffset = 39;
+inline constexpr std::size_t kIdlSensorTypeOffset = 12, kIdlSensorNumberOffset = 14, kIdlEventTypeOffset = 15;
+inline constexpr std::size_t kIdlEventData1Offset = 16, kIdlEventData2Offset = 17, kIdlLabelOffset = 19;
+inline constexpr std::size_t kIdlLabelMax = 15, kIdlLabelEndOffset = 39;
 inline constexpr std::uint8_t kIdlLabelEnd = 0x0A;
 
 // Queue payloads of the IDL and MCA requests.
@@ -70,9 +55,7 @@ static_assert(sizeof(QuorixMcaRecord) == kMcaRecordSent, "MCA record is 256 byte
 static_assert(kRequestRecordOffset + kIdlRecordSize == kRequestPayloadSize, "IDL payload is 300 bytes");
 
 // IPMI-main pipe record.
-inline constexpr std::size_t kIpmiMainRecordSize = 18;
-inline constexpr std::size_t kIpmiMainCommandOffset = 0;
-inline constexpr std::size_t kIpmiMainEventOffset = 2;
+inline constexpr std::size_t kIpmiMainRecordSize = 18, kIpmiMainCommandOffset = 0, kIpmiMainEventOffset = 2;
 inline constexpr std::size_t kSelEventSize = 9;
 inline constexpr std::uint8_t kIpmiMainAddSel = 0;
 inline constexpr std::uint8_t kIpmiMainReload = 1;
@@ -80,16 +63,10 @@ static_assert(sizeof(QuorixSelEvent) == 12, "SEL request is 12 bytes");
 
 // SEL event record (byte 2, the EvM revision, stays 0); the values are those
 // of a failed (or recovered) update task.
-inline constexpr std::size_t kSelGeneratorOffset = 0;
-inline constexpr std::size_t kSelSensorTypeOffset = 3;
-inline constexpr std::size_t kSelSensorNumberOffset = 4;
-inline constexpr std::size_t kSelEventTypeOffset = 5;
-inline constexpr std::size_t kSelEventData1Offset = 6;
-inline constexpr std::size_t kSelEventData2Offset = 7;
+inline constexpr std::size_t kSelGeneratorOffset = 0, kSelSensorTypeOffset = 3, kSelSensorNumberOffset = 4;
+inline constexpr std::size_t kSelEventTypeOffset = 5, kSelEventData1Offset = 6, kSelEventData2Offset = 7;
 inline constexpr std::size_t kSelEventData3Offset = 8;
-inline constexpr std::uint8_t kSelGeneratorBmc = 0x20;
-inline constexpr std::uint8_t kTaskSelSensorType = 0x18;
-inline constexpr std::uint8_t kTaskSelSensorNumber = 0x02;
+inline constexpr std::uint8_t kSelGeneratorBmc = 0x20, kTaskSelSensorType = 0x18, kTaskSelSensorNumber = 0x02;
 inline constexpr std::uint8_t kTaskSelEventData1 = 0x01;
 
 // Collector request record.
@@ -97,9 +74,7 @@ inline constexpr std::size_t kCollectorRecordSize = 300;
 inline constexpr std::uint8_t kCollectorRequest = 3;
 
 // Power-off scan task notice.
-inline constexpr std::size_t kNoticeSize = 1025;
-inline constexpr std::size_t kNoticeTypeOffset = 0;
-inline constexpr std::size_t kNoticeTaskOffset = 1;
+inline constexpr std::size_t kNoticeSize = 1025, kNoticeTypeOffset = 0, kNoticeTaskOffset = 1;
 inline constexpr unsigned kNoticeMaxType = 3;
 inline constexpr unsigned kNoticeTaskType = 2;  // the only type that names a task
 inline constexpr unsigned kNoticeMaxTaskId = 14;

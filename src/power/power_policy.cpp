@@ -28,16 +28,22 @@ constexpr unsigned kAcFailSettleSeconds = 2;
 
 unsigned char g_lastPowerState = 0;
 
-// The power state byte into the main-board EEPROM: 0, -3 for no buffer, -2
-// when the write fails.
-int writePowerStatus(unsigned char *buffer) {
+// The power state byte in the main-board EEPROM, written or read: 0, -3 for
+// no buffer, -2 when the transfer fails.
+int powerStatusByte(unsigned char *buffer, bool write) {
     if (buffer == nullptr) {
-        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "NULL buffer pointer passed into read policy!");
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor,
+                      write ? "NULL buffer pointer passed into read policy!"
+                            : "NULL buffer pointer passed into read power  status!");
         return -3;
     }
-    int done = qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(qrx::eeprom::kPowerStatusOffset, buffer, 1);
+    int done = write ? qrx::slotFn<qrx::Slot::QuorixWriteMainBoardEEprom>()(qrx::eeprom::kPowerStatusOffset, buffer, 1)
+                     : qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(qrx::eeprom::kPowerStatusOffset, buffer, 1);
     if (done != 1) {
-        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "Write power status from EEPROM failed! retval=%d", done);
+        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor,
+                      write ? "Write power status from EEPROM failed! retval=%d"
+                            : "Read power last status from EEPROM failed! retval=%d",
+                      done);
         return -2;
     }
     return 0;
@@ -76,20 +82,11 @@ QRX_EXPORT int LoggingPowerPolicyNotStartCause(int value) {
 }
 
 QRX_EXPORT int QuorixEEPROMWritePowerStatus(unsigned char *buffer) {
-    return writePowerStatus(buffer);
+    return powerStatusByte(buffer, true);
 }
 
 QRX_EXPORT int QuorixEEPROMReadPowerStatus(unsigned char *buffer) {
-    if (buffer == nullptr) {
-        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "NULL buffer pointer passed into read power  status!");
-        return -3;
-    }
-    int done = qrx::slotFn<qrx::Slot::QuorixReadMainBoardEEprom>()(qrx::eeprom::kPowerStatusOffset, buffer, 1);
-    if (done != 1) {
-        qrx::debugLog(qrx::kLogError, qrx::kModuleMonitor, "Read power last status from EEPROM failed! retval=%d", done);
-        return -2;
-    }
-    return 0;
+    return powerStatusByte(buffer, false);
 }
 
 QRX_EXPORT int QuorixMonitorPowerStatus(int a, int b, int c) {
@@ -106,7 +103,7 @@ QRX_EXPORT int QuorixMonitorPowerStatus(int a, int b, int c) {
             return 0;
         }
     }
-    writePowerStatus(&state);
+    powerStatusByte(&state, true);
     qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Write power status to EEPROM. Status=%d", state);
     return 0;
 }

@@ -32,10 +32,7 @@ float readWhole(int sensorType, int sensorIndex) {
 }
 
 // A discrete sensor shows one state at a time: its event offset (0..14).
-inline constexpr int kEventOffsets = 15;
-inline constexpr int kNoEvent = -1;
-inline constexpr int kDeassert = 0;
-inline constexpr int kAssert = 1;
+inline constexpr int kEventOffsets = 15, kNoEvent = -1, kDeassert = 0, kAssert = 1;
 
 // Moves a discrete sensor from one state to another: the old event is
 // deasserted before the new one is asserted, so the event log never shows two

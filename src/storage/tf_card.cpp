@@ -19,8 +19,7 @@
 
 namespace {
 
-constexpr const char *kDevice = "/dev/mmcblk0p1";
-constexpr const char *kMountPoint = "/mnt/sdmmc0p1";
+constexpr const char *kDevice = "/dev/mmcblk0p1", *kMountPoint = "/mnt/sdmmc0p1";
 constexpr const char *kNoDevice = "TFCARD_DEVICE:check TF card fail, no such device.";
 constexpr const char *kRefusedPath =
     "TF card mount refused: device and mount point must be letters, digits and /._- only\n";

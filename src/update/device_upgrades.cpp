@@ -20,18 +20,12 @@
 namespace qrx::update {
 namespace {
 
-constexpr std::uint8_t kIdlKindPsu = 3;
-constexpr std::uint8_t kIdlKindVr = 4;
-constexpr std::uint8_t kIdlKindFpga = 5;
-constexpr std::uint8_t kIdlKindFlash = 6;
+constexpr std::uint8_t kIdlKindPsu = 3, kIdlKindVr = 4, kIdlKindFpga = 5, kIdlKindFlash = 6;
 constexpr std::size_t kIdlTextSize = 256;
 constexpr int kDone = 100;
 
 constexpr const char *kPsuImagePath = "/var/psuimage";
-constexpr int kFlashBios = 0;
-constexpr int kFlashScp = 1;
-constexpr int kGpuFpgaKind = 0;
-constexpr int kGpuCecKind = 1;
+constexpr int kFlashBios = 0, kFlashScp = 1, kGpuFpgaKind = 0, kGpuCecKind = 1;
 
 // VR upgrade request kept in the main-board EEPROM by whoever stages a VR
 // image (web or IPMI upload), handed to the platform as it stands.
@@ -45,9 +39,7 @@ constexpr std::size_t kOperation = 3;  // set here: 0 check, 1 upgrade
 constexpr std::size_t kImage = 4;      // NUL-terminated path, 44 bytes
 constexpr std::size_t kImageLen = kVrRecordSize - kImage;
 }  // namespace vr
-constexpr std::uint8_t kVrRequested = 1;
-constexpr std::uint8_t kVrOpCheck = 0;
-constexpr std::uint8_t kVrOpUpgrade = 1;
+constexpr std::uint8_t kVrRequested = 1, kVrOpCheck = 0, kVrOpUpgrade = 1;
 
 // First boot of a freshly flashed BIOS.
 using eeprom::kBiosFailedBootsOffset;

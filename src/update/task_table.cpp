@@ -17,36 +17,24 @@ namespace qrx::update {
 namespace {
 
 constexpr const char *kFlasherProgressPath = "/var/flasher.progress";
-constexpr std::size_t kFlashProgressSize = 97;
-constexpr std::size_t kFlashStageOffset = 0;
-constexpr std::size_t kFlashStateOffset = 93;
+constexpr std::size_t kFlashProgressSize = 97, kFlashStageOffset = 0, kFlashStateOffset = 93;
 constexpr std::uint8_t kFlashStageDone = 4;
 constexpr std::uint32_t kFlashStateAllWritten = 2;
 constexpr std::uint32_t kFlashStateFailed = 4;
 constexpr int kFlashReadAttempts = 3;
 // Read errors do not use up an attempt (kept so); this bound only stops a
 // path that can never be read (a directory) from spinning for ever.
-constexpr int kFlashReadErrorLimit = 64;
-constexpr int kFlashAllComplete = 255;
-constexpr int kFlashFailed = 254;
+constexpr int kFlashReadErrorLimit = 64, kFlashAllComplete = 255, kFlashFailed = 254;
 
 constexpr std::uint8_t kSelTaskFail = 0x07;
 constexpr std::uint8_t kSelTaskRecovered = 0x87;  // same event, deassertion bit
 
 constexpr std::size_t kQueryHeadSize = 2;
 constexpr std::size_t kQueryClearSize = kQueryHeadSize + kTaskCount * kTaskRecordSize;  // 4607
-constexpr std::size_t kReportEntrySize = 38;
-constexpr std::size_t kReportNameLen = 32;
-constexpr std::size_t kReportClearSize = 572;
+constexpr std::size_t kReportEntrySize = 38, kReportNameLen = 32, kReportClearSize = 572;
 constexpr int kReportedTasks = 12;  // ids 0..11
 namespace entry {
-constexpr std::size_t kId = 0;
-constexpr std::size_t kName = 1;
-constexpr std::size_t kStatus = 33;
-constexpr std::size_t kProgress = 34;
-constexpr std::size_t kTrigger = 35;
-constexpr std::size_t kReportA = 36;
-constexpr std::size_t kReportB = 37;
+constexpr std::size_t kId = 0, kName = 1, kStatus = 33, kProgress = 34, kTrigger = 35, kReportA = 36, kReportB = 37;
 }  // namespace entry
 static_assert(entry::kReportB + 1 == kReportEntrySize, "report entry is 38 bytes");
 static_assert(kQueryClearSize == 4607, "query output is 4607 bytes");

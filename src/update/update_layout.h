@@ -20,64 +20,32 @@
 
 namespace qrx::update {
 
-inline constexpr int kTaskCount = 15;
-inline constexpr int kMaxTaskId = 14;
-inline constexpr int kAllTasks = 255;
+inline constexpr int kTaskCount = 15, kMaxTaskId = 14, kAllTasks = 255;
 
-inline constexpr std::size_t kTaskTableOffset = 6423961;
-inline constexpr std::size_t kTaskRecordSize = 307;
-inline constexpr std::size_t kPendingTaskFlagOffset = 6428566;
+inline constexpr std::size_t kTaskTableOffset = 6423961, kTaskRecordSize = 307, kPendingTaskFlagOffset = 6428566;
 inline constexpr std::size_t kPowerOnFlagOffset = 6428567;
 static_assert(kTaskTableOffset + kTaskCount * kTaskRecordSize <= kPendingTaskFlagOffset, "task table overlaps flags");
 static_assert(insideSharedBlock(kTaskTableOffset, kTaskCount *kTaskRecordSize), "task table outside the block");
 
 namespace task {
-inline constexpr std::size_t kId = 0;
-inline constexpr std::size_t kType = 1;
-inline constexpr std::size_t kReportA = 2;
-inline constexpr std::size_t kReportB = 3;
-inline constexpr std::size_t kStatus = 36;
-inline constexpr std::size_t kSubState = 37;
+inline constexpr std::size_t kId = 0, kType = 1, kReportA = 2, kReportB = 3, kStatus = 36, kSubState = 37;
 inline constexpr std::size_t kStartTime = 38;
 inline constexpr std::size_t kUpdaterBlock = 42;  // 42..175, copied as one
-inline constexpr std::size_t kUpdaterBlockLen = 134;
-inline constexpr std::size_t kComponentId = 42;
-inline constexpr std::size_t kBoardId = 43;
-inline constexpr std::size_t kTrigger = 107;
-inline constexpr std::size_t kProgress = 176;
-inline constexpr std::size_t kFileName = 177;
-inline constexpr std::size_t kFileNameLen = 128;
-inline constexpr std::size_t kUpdaterByte1 = 305;
-inline constexpr std::size_t kUpdaterByte2 = 306;
+inline constexpr std::size_t kUpdaterBlockLen = 134, kComponentId = 42, kBoardId = 43, kTrigger = 107, kProgress = 176;
+inline constexpr std::size_t kFileName = 177, kFileNameLen = 128, kUpdaterByte1 = 305, kUpdaterByte2 = 306;
 static_assert(kUpdaterBlock + kUpdaterBlockLen == kProgress, "updater block ends at the progress byte");
 static_assert(kFileName + kFileNameLen == kUpdaterByte1, "name field ends at 305");
 static_assert(kUpdaterByte2 + 1 == kTaskRecordSize, "task record is 307 bytes");
 }  // namespace task
 
 // Task statuses (record offset 36).
-inline constexpr int kStatusNone = 0;
-inline constexpr int kStatusWaiting = 1;
-inline constexpr int kStatusRunning = 2;
-inline constexpr int kStatusFinished = 3;
-inline constexpr int kStatusFailed = 4;
-inline constexpr int kStatusAccepted = 5;
-inline constexpr int kMaxStatus = 5;
-inline constexpr int kMaxSubState = 13;
-inline constexpr int kSubStateImageFound = 4;
+inline constexpr int kStatusNone = 0, kStatusWaiting = 1, kStatusRunning = 2, kStatusFinished = 3, kStatusFailed = 4;
+inline constexpr int kStatusAccepted = 5, kMaxStatus = 5, kMaxSubState = 13, kSubStateImageFound = 4;
 
 // Task ids the runs use.
-inline constexpr int kTaskBmc = 0;
-inline constexpr int kTaskBios = 1;
-inline constexpr int kTaskMbCpld = 2;
-inline constexpr int kTaskFrontBpCpld = 3;
-inline constexpr int kTaskRearBpCpld = 4;
-inline constexpr int kTaskPsu = 5;
-inline constexpr int kTaskVr = 6;
-inline constexpr int kTaskMbFpga = 7;
-inline constexpr int kTaskGpuFpga = 8;
-inline constexpr int kTaskGpuCec = 9;
-inline constexpr int kTaskFanPlaneCpld = 10;
-inline constexpr int kTaskScp = 11;
+inline constexpr int kTaskBmc = 0, kTaskBios = 1, kTaskMbCpld = 2, kTaskFrontBpCpld = 3, kTaskRearBpCpld = 4;
+inline constexpr int kTaskPsu = 5, kTaskVr = 6, kTaskMbFpga = 7, kTaskGpuFpga = 8, kTaskGpuCec = 9;
+inline constexpr int kTaskFanPlaneCpld = 10, kTaskScp = 11;
 
 inline ByteView taskRecord(int id) {
     return sharedBlock().at(kTaskTableOffset + kTaskRecordSize * static_cast<std::size_t>(id));

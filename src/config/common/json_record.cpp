@@ -9,9 +9,7 @@ namespace qrx::config::json {
 
 namespace {
 
-constexpr int kParseTries = 4;
-constexpr int kSectionTries = 4;
-constexpr int kListTries = 3;
+constexpr int kParseTries = 4, kSectionTries = 4, kListTries = 3;
 
 }  // namespace
 
@@ -92,6 +90,53 @@ json_object *listSection(json_object *root, const char *key, std::size_t max, co
         return nullptr;
     }
     return list;
+}
+
+int saveDocument(const Document &doc, const unsigned char *rec, const unsigned char *entries, const char *path) {
+    if (rec == nullptr || path == nullptr || (doc.list != nullptr && entries == nullptr)) {
+        qrx::debugLog(kLogError, kModuleIpmi, "%s", doc.saveFailed);
+        return -1;
+    }
+    Ptr root(json_object_new_object());
+    if (doc.version != nullptr) json_object_object_add(root.get(), "Version", json_object_new_string(doc.version));
+    json_object *cfg = json_object_new_object();
+    saveFields(cfg, rec, doc.fields, doc.fieldCount);
+    json_object_object_add(root.get(), doc.loader.section, cfg);
+    if (const ListSpec *l = doc.list) {
+        json_object *list = json_object_new_array();
+        for (std::size_t i = 0; i < l->entries; ++i) {
+            json_object *item = json_object_new_object();
+            saveFields(item, entries + i * l->entrySize, l->fields, l->fieldCount);
+            json_object_array_add(list, item);
+        }
+        json_object_object_add(root.get(), l->key, list);
+    }
+    if (!writeAtomically(root.get(), path)) {
+        qrx::debugLog(kLogError, kModuleIpmi, "%s", doc.saveFailed);
+        return -1;
+    }
+    return 0;
+}
+
+int loadDocument(const Document &doc) {
+    Ptr root;
+    json_object *cfg = openSection(doc.loader, root);
+    if (cfg == nullptr) return -1;
+    unsigned char rec[kMaxRecordBytes] = {};
+    loadFields(cfg, rec, doc.fields, doc.fieldCount);
+    sharedBlock().copyIn(doc.recordOffset, rec, doc.recordSize);
+    const ListSpec *l = doc.list;
+    if (l == nullptr) return 0;
+    json_object *list = listSection(root.get(), l->key, l->entries, l->noList, l->tooLong);
+    if (list == nullptr) return -1;
+    unsigned char block[kMaxRecordBytes] = {};
+    for (std::size_t i = 0; i < json_object_array_length(list); ++i) {
+        json_object *item = json_object_array_get_idx(list, i);
+        if (item == nullptr || !json_object_is_type(item, json_type_object)) continue;
+        loadFields(item, block + i * l->entrySize, l->fields, l->fieldCount);
+    }
+    sharedBlock().copyIn(l->blockOffset, block, l->entries * l->entrySize);
+    return 0;
 }
 
 }  // namespace qrx::config::json

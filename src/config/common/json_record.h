@@ -37,15 +37,6 @@ void loadFields(json_object *obj, unsigned char *rec, const Field (&fields)[N]) 
     loadFields(obj, rec, fields, N);
 }
 
-// Loads a whole Size-byte record into the block at `offset`: fields the file
-// lacks read as zero, and the block changes in one copy.
-template <std::size_t Size, std::size_t N>
-void loadRecord(json_object *obj, std::size_t offset, const Field (&fields)[N]) {
-    unsigned char rec[Size] = {};
-    loadFields(obj, rec, fields, N);
-    sharedBlock().copyIn(offset, rec, Size);
-}
-
 // What a service's loader logs when a step fails.
 struct LoaderText {
     const char *fileName;     // under "/conf" or "/etc/defconfig"
@@ -65,5 +56,40 @@ json_object *openSection(const LoaderText &text, Ptr &root);
 // or tooLong when it is missing, not an array or too long.
 json_object *listSection(json_object *root, const char *key, std::size_t max, const char *noList,
                          const char *tooLong);
+
+// A list of fixed-size entries kept beside the record (the destinations).
+struct ListSpec {
+    const char *key;
+    const Field *fields;
+    std::size_t fieldCount;
+    std::size_t entries;
+    std::size_t entrySize;
+    std::size_t blockOffset;  // where the entries sit in the shared block
+    const char *noList;
+    const char *tooLong;
+};
+
+// A service's JSON file: one record under loader.section, optionally a
+// "Version" text first and a list after it.
+struct Document {
+    LoaderText loader;
+    const Field *fields;
+    std::size_t fieldCount;
+    std::size_t recordSize;
+    std::size_t recordOffset;
+    const char *version;     // null: the file carries no "Version"
+    const char *saveFailed;  // logged when the file cannot be written
+    const ListSpec *list;    // null: no list
+};
+
+// Room the loader gives a record and a list on its stack.
+inline constexpr std::size_t kMaxRecordBytes = 512;
+
+// Writes rec (and the list's entries) to path atomically: 0, or -1 after
+// logging saveFailed when a pointer is missing or the write fails.
+int saveDocument(const Document &doc, const unsigned char *rec, const unsigned char *entries, const char *path);
+// Loads the file into the block: the record in one copy, then the list in
+// one copy (entries the file lacks read as zero); -1 after logging.
+int loadDocument(const Document &doc);
 
 }  // namespace qrx::config::json

@@ -14,9 +14,7 @@ namespace qrx::config {
 
 namespace {
 
-constexpr std::size_t kKeySize = 56;
-constexpr std::size_t kResultSize = 64;
-constexpr std::size_t kBase64BufferSize = 128;
+constexpr std::size_t kKeySize = 56, kResultSize = 64, kBase64BufferSize = 128;
 // Longest base64 text whose decoded form fits the 128-byte cipher buffer.
 constexpr std::size_t kBase64MaxText = kBase64BufferSize / 3 * 4;
 

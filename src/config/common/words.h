@@ -28,9 +28,6 @@ bool isPrivProtocol(const char *word);
 bool isHostId(const char *word);
 
 // Syslog severities of the severity words.
-inline constexpr int kSyslogSevAlert = 1;
-inline constexpr int kSyslogSevCritical = 2;
-inline constexpr int kSyslogSevWarning = 4;
-inline constexpr int kSyslogSevInfo = 6;
+inline constexpr int kSyslogSevAlert = 1, kSyslogSevCritical = 2, kSyslogSevWarning = 4, kSyslogSevInfo = 6;
 
 }  // namespace qrx::config

@@ -21,14 +21,8 @@ constexpr unsigned char kWholeRecordParam = 255;
 constexpr int kWholeRecordLength = 13;
 
 // Request layout of the whole-record set (multi-byte values big-endian).
-constexpr int kReqEnabled = 1;
-constexpr int kReqMinLength = 2;
-constexpr int kReqComplexity = 3;
-constexpr int kReqClassMask = 4;
-constexpr int kReqMaxAge = 5;
-constexpr int kReqHistory = 7;
-constexpr int kReqLockoutAttempts = 8;
-constexpr int kReqLockoutMinutes = 9;
+constexpr int kReqEnabled = 1, kReqMinLength = 2, kReqComplexity = 3, kReqClassMask = 4, kReqMaxAge = 5;
+constexpr int kReqHistory = 7, kReqLockoutAttempts = 8, kReqLockoutMinutes = 9;
 // The public header gives the whole-record request as the record from byte 1.
 static_assert(QUORIX_PWRULE_SET_WHOLE == kWholeRecordParam && QUORIX_PWRULE_SET_WHOLE_LEN == kWholeRecordLength &&
               QUORIX_PWRULE_SET_DATA + QUORIX_PWRULE_ENABLED == kReqEnabled &&

@@ -1,6 +1,7 @@
 // SMTP configuration service: OEM set/get of the mail record and the
 // recipients, the in-memory readers and "/conf/SmtpCfg.json".
 #include <cstring>
+#include <iterator>
 
 #include "config/common/json_record.h"
 #include "config/common/secret.h"
@@ -72,6 +73,13 @@ constexpr json::LoaderText kLoader = {kFileName,
                                       "SmtpCfg",
                                       "Get the SmtpCfg struct from Json failed."};
 
+constexpr json::ListSpec kRcptList = {"SmtpDestCfg", kRcptFields, std::size(kRcptFields), kRcptCount, kRcptEntrySize,
+                                      kRecipientsOffset, "Get the SmtpDestCfg struct from Json failed.",
+                                      "Get the SmtpDestCfg length from Json error."};
+constexpr json::Document kDocument = {kLoader, std::data(kFields), std::size(kFields), kRecordSize, kRecordOffset,
+                                      nullptr, "Set Smtp configure to Json failed.", &kRcptList};
+static_assert(kRecordSize <= json::kMaxRecordBytes && kRecipientsSize <= json::kMaxRecordBytes);
+
 int save();
 
 unsigned saved() {
@@ -132,18 +140,13 @@ constexpr TextParam kRcptTexts[] = {
     {1, kRcptAddress, kRcptAddressSize, kRcptAddressSize - 1, strictText, mailAddress, false},
     {2, kRcptDescription, kRcptDescriptionSize, kRcptDescriptionSize - 1, blankTolerantText, nullptr, false},
 };
-constexpr std::uint8_t kParamPort = 2;
-constexpr std::uint8_t kParamSecurePort = 3;
-constexpr std::uint8_t kRcptParamEnabled = 0;
+constexpr std::uint8_t kParamPort = 2, kParamSecurePort = 3, kRcptParamEnabled = 0;
 
 // Group 0: group and parameter, then the data; group 1: group, index and field.
 constexpr std::size_t kRecordHeader = 2;
 constexpr std::size_t kRcptHeader = 3;
-constexpr LengthRule kRecordRequest = atLeast(kRecordHeader + 1);
-constexpr LengthRule kRcptRequest = atLeast(kRcptHeader + 1);
-constexpr LengthRule kTestRequest = atLeast(2);
-constexpr LengthRule kByteData = exactly(1);
-constexpr LengthRule kPortData = exactly(2);
+constexpr LengthRule kRecordRequest = atLeast(kRecordHeader + 1), kRcptRequest = atLeast(kRcptHeader + 1);
+constexpr LengthRule kTestRequest = atLeast(2), kByteData = exactly(1), kPortData = exactly(2);
 // The whole record's length is not checked by the command set; a short
 // request is refused here instead of reading past its end.
 constexpr LengthRule kWholeRecordData = atLeast(kRecordSize);
@@ -302,46 +305,13 @@ unsigned setInterface(const unsigned char *request, std::size_t n) {
 }
 
 int save() {
-    if (sharedBlock().data() == nullptr) {
-        qrx::debugLog(kLevelError, kModule, "Set Smtp configure to Json failed.");
-        return -1;
-    }
-    json::Ptr root(json_object_new_object());
-    json_object *cfg = json_object_new_object();
-    json::saveFields(cfg, record().data(), kFields);
-    json_object_object_add(root.get(), "SmtpCfg", cfg);
-    json_object *list = json_object_new_array();
-    for (std::size_t i = 0; i < kRcptCount; ++i) {
-        json_object *item = json_object_new_object();
-        json::saveFields(item, recipient(i).data(), kRcptFields);
-        json_object_array_add(list, item);
-    }
-    json_object_object_add(root.get(), "SmtpDestCfg", list);
-    if (!json::writeAtomically(root.get(), kConfPath)) {
-        qrx::debugLog(kLevelError, kModule, "Set Smtp configure to Json failed.");
-        return -1;
-    }
-    return 0;
+    const unsigned char *block = sharedBlock().data();
+    return json::saveDocument(kDocument, block == nullptr ? nullptr : block + kRecordOffset,
+                              block == nullptr ? nullptr : block + kRecipientsOffset, kConfPath);
 }
 
 int load() {
-    json::Ptr root;
-    json_object *cfg = json::openSection(kLoader, root);
-    if (cfg == nullptr) return -1;
-    json::loadRecord<kRecordSize>(cfg, kRecordOffset, kFields);
-
-    json_object *list = json::listSection(root.get(), "SmtpDestCfg", kRcptCount,
-                                          "Get the SmtpDestCfg struct from Json failed.",
-                                          "Get the SmtpDestCfg length from Json error.");
-    if (list == nullptr) return -1;
-    unsigned char block[kRecipientsSize] = {};
-    for (std::size_t i = 0; i < json_object_array_length(list); ++i) {
-        json_object *item = json_object_array_get_idx(list, i);
-        if (item == nullptr || !json_object_is_type(item, json_type_object)) continue;
-        json::loadFields(item, block + i * kRcptEntrySize, kRcptFields);
-    }
-    sharedBlock().copyIn(kRecipientsOffset, block, kRecipientsSize);
-    return 0;
+    return json::loadDocument(kDocument);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // JSON file "/conf/SnmpAgentCfg.json" and the agent restart.
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <initializer_list>
 
 #include "config/common/json_record.h"
@@ -25,10 +26,8 @@ constexpr std::size_t kTextMax = 16;
 constexpr std::size_t kPassMax = 20;
 // The parameter comes first; then its data (a whole record: offset k is request byte k + 1).
 constexpr std::size_t kHeader = 1;
-constexpr LengthRule kByteRequest = exactly(kHeader + 1);
-constexpr LengthRule kTextRequest = atMost(kHeader + kTextMax);
-constexpr LengthRule kPassRequest = atMost(kHeader + kPassMax);
-constexpr LengthRule kWholeRequest = exactly(kHeader + kRecordSize);
+constexpr LengthRule kByteRequest = exactly(kHeader + 1), kTextRequest = atMost(kHeader + kTextMax);
+constexpr LengthRule kPassRequest = atMost(kHeader + kPassMax), kWholeRequest = exactly(kHeader + kRecordSize);
 constexpr LengthRule kRestartRequest = exactly(kHeader);
 constexpr std::uint8_t kParamWhole = 254;
 constexpr std::uint8_t kParamRestart = 255;
@@ -133,28 +132,16 @@ constexpr json::LoaderText kLoader = {kFileName,
                                       "SnmpCfg",
                                       "Get the SnmpCfg struct from Json failed."};
 
+constexpr json::Document kDocument = {kLoader, std::data(kFields), std::size(kFields), kRecordSize, kRecordOffset,
+                                      nullptr, "Set Snmp configure to Json failed.", nullptr};
+static_assert(kRecordSize <= json::kMaxRecordBytes);
+
 int save(const unsigned char *rec, const char *path) {
-    if (rec == nullptr || path == nullptr) {
-        qrx::debugLog(kLevelError, kModule, "Set Snmp configure to Json failed.");
-        return -1;
-    }
-    json::Ptr root(json_object_new_object());
-    json_object *cfg = json_object_new_object();
-    json::saveFields(cfg, rec, kFields);
-    json_object_object_add(root.get(), "SnmpCfg", cfg);
-    if (!json::writeAtomically(root.get(), path)) {
-        qrx::debugLog(kLevelError, kModule, "Set Snmp configure to Json failed.");
-        return -1;
-    }
-    return 0;
+    return json::saveDocument(kDocument, rec, nullptr, path);
 }
 
 int load() {
-    json::Ptr root;
-    json_object *cfg = json::openSection(kLoader, root);
-    if (cfg == nullptr) return -1;
-    json::loadRecord<kRecordSize>(cfg, kRecordOffset, kFields);
-    return 0;
+    return json::loadDocument(kDocument);
 }
 
 void restartAgent() {

@@ -19,26 +19,18 @@ using namespace qrx::config::svc;
 
 namespace {
 
-constexpr std::uint8_t kVersionV3 = 3;
-constexpr std::uint8_t kVersionMax = 3;
-constexpr std::uint8_t kEventLevelMax = 2;
+constexpr std::uint8_t kVersionV3 = 3, kVersionMax = 3, kEventLevelMax = 2;
 constexpr std::size_t kTextMax = 16;
 // Group and parameter come first; then the parameter's data.
 constexpr std::size_t kHeader = 2;
-constexpr LengthRule kParamRequest = atLeast(kHeader + 1);
-constexpr LengthRule kTestRequest = atLeast(2);
-constexpr LengthRule kByteRequest = exactly(kHeader + 1);
-constexpr LengthRule kTextRequest = atMost(kHeader + kTextMax);
-constexpr std::size_t kPassMin = 8;
-constexpr std::size_t kPassMax = 16;
-constexpr std::size_t kEngineDigitsMin = 10;
-constexpr std::size_t kEngineDigitsMax = 48;
+constexpr LengthRule kParamRequest = atLeast(kHeader + 1), kTestRequest = atLeast(2);
+constexpr LengthRule kByteRequest = exactly(kHeader + 1), kTextRequest = atMost(kHeader + kTextMax);
+constexpr std::size_t kPassMin = 8, kPassMax = 16, kEngineDigitsMin = 10, kEngineDigitsMax = 48;
 constexpr LengthRule kEngineRequest = atMost(kHeader + kEngineDigitsMax);
 constexpr LengthRule kWholeRecordRequest = exactly(kHeader + kRecordSize);
 static_assert(QUORIX_TRAP_SET_WHOLE_LEN == kWholeRecordRequest.value, "the request layout the public header gives");
 
-constexpr const char *kSetFn = "SetSNMPTrapCfg";
-constexpr const char *kAllFn = "ValidateSNMPTrapCfgAll";
+constexpr const char *kSetFn = "SetSNMPTrapCfg", *kAllFn = "ValidateSNMPTrapCfgAll";
 constexpr const char *kEngineFn = "ValidateSNMPTrapCfgEngineID";
 
 #define SAY(fn, ...) traceLine(fn, __LINE__, __VA_ARGS__)

@@ -16,17 +16,13 @@ using namespace qrx::config::svc;
 
 namespace {
 
-constexpr std::uint8_t kFieldEnabled = 0;
-constexpr std::uint8_t kFieldAddress = 1;
-constexpr std::uint8_t kFieldPort = 2;
-constexpr std::uint8_t kFieldWhole = 255;
+constexpr std::uint8_t kFieldEnabled = 0, kFieldAddress = 1, kFieldPort = 2, kFieldWhole = 255;
 
 // Group, index and field come first; then the field's data.
 constexpr std::size_t kHeader = 3;
 constexpr LengthRule kHeaderRule = atLeast(kHeader + 1);
 constexpr std::size_t kAddressMax = kDestAddressSize - 1;
-constexpr LengthRule kEnabledRequest = exactly(kHeader + 1);
-constexpr LengthRule kAddressRequest = atMost(kHeader + kAddressMax);
+constexpr LengthRule kEnabledRequest = exactly(kHeader + 1), kAddressRequest = atMost(kHeader + kAddressMax);
 constexpr LengthRule kPortRequest = exactly(kHeader + 4);
 // Whole entry: enabled, 47 address bytes, port most significant byte first.
 constexpr LengthRule kWholeRequest = exactly(kHeader + 1 + kDestAddressSize + 4);

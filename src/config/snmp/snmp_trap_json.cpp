@@ -2,6 +2,7 @@
 #include "config/snmp/snmp_trap.h"
 
 #include <cstring>
+#include <iterator>
 
 #include "config/common/json_record.h"
 #include "config/common/secret.h"
@@ -52,50 +53,21 @@ constexpr json::LoaderText kLoader = {kFileName,
                                       "SnmpTrapCfg",
                                       "Get the SnmpTrapCfg struct from Json failed."};
 
+constexpr json::ListSpec kDestList = {"SnmpTrapDestCfg", kDestFields, std::size(kDestFields), kDestCount, kDestEntrySize,
+                                      kDestBlockOffset, "Get the SnmpTrapDestCfg struct from Json failed.",
+                                      "Get the SnmpTrapDestCfg length from Json error."};
+constexpr json::Document kDocument = {kLoader, std::data(kRecordFields), std::size(kRecordFields), kRecordSize,
+                                      kRecordOffset, "1.00", "Set SnmpTrap configure to Json failed.", &kDestList};
+static_assert(kRecordSize <= json::kMaxRecordBytes && kDestBlockSize <= json::kMaxRecordBytes);
+
 }  // namespace
 
 int saveJson(const unsigned char *rec, const unsigned char *dest, const char *path) {
-    if (rec == nullptr || dest == nullptr || path == nullptr) {
-        qrx::debugLog(kLevelError, kModule, "Set SnmpTrap configure to Json failed.");
-        return -1;
-    }
-    json::Ptr root(json_object_new_object());
-    json_object *cfg = json_object_new_object();
-    json_object_object_add(root.get(), "Version", json_object_new_string("1.00"));
-    json::saveFields(cfg, rec, kRecordFields);
-    json_object_object_add(root.get(), "SnmpTrapCfg", cfg);
-    json_object *list = json_object_new_array();
-    for (std::size_t i = 0; i < kDestCount; ++i) {
-        json_object *item = json_object_new_object();
-        json::saveFields(item, dest + i * kDestEntrySize, kDestFields);
-        json_object_array_add(list, item);
-    }
-    json_object_object_add(root.get(), "SnmpTrapDestCfg", list);
-    if (!json::writeAtomically(root.get(), path)) {
-        qrx::debugLog(kLevelError, kModule, "Set SnmpTrap configure to Json failed.");
-        return -1;
-    }
-    return 0;
+    return json::saveDocument(kDocument, rec, dest, path);
 }
 
 int loadJson() {
-    json::Ptr root;
-    json_object *cfg = json::openSection(kLoader, root);
-    if (cfg == nullptr) return -1;
-    json::loadRecord<kRecordSize>(cfg, kRecordOffset, kRecordFields);
-
-    json_object *list = json::listSection(root.get(), "SnmpTrapDestCfg", kDestCount,
-                                          "Get the SnmpTrapDestCfg struct from Json failed.",
-                                          "Get the SnmpTrapDestCfg length from Json error.");
-    if (list == nullptr) return -1;
-    unsigned char dest[kDestBlockSize] = {};
-    for (std::size_t i = 0; i < json_object_array_length(list); ++i) {
-        json_object *item = json_object_array_get_idx(list, i);
-        if (item == nullptr || !json_object_is_type(item, json_type_object)) continue;
-        json::loadFields(item, dest + i * kDestEntrySize, kDestFields);
-    }
-    sharedBlock().copyIn(kDestBlockOffset, dest, kDestBlockSize);
-    return 0;
+    return json::loadDocument(kDocument);
 }
 
 }  // namespace qrx::config::snmptrap

@@ -16,16 +16,10 @@ inline constexpr std::size_t kSyslogEnableOffset = 0x621E01;  // 1 disabled, 2 e
 inline constexpr std::size_t kTagOffset = 0x621E02;           // index into SyslogTagStr
 inline constexpr std::size_t kLevelOffset = 0x621E03;         // index into SyslogLevelStr
 inline constexpr std::size_t kProtocolOffset = 0x621E04;      // index into SyslogProtocalStr
-inline constexpr std::size_t kDestOffset = 0x621E05;
-inline constexpr std::size_t kDestCount = 4;
-inline constexpr std::size_t kTagTextOffset = 0x621ED9;
-inline constexpr std::size_t kTagTextSize = 32;
+inline constexpr std::size_t kDestOffset = 0x621E05, kDestCount = 4, kTagTextOffset = 0x621ED9, kTagTextSize = 32;
 
 // Destination record: in the block, in the writer record and in get responses.
-inline constexpr std::size_t kDestEnable = 0;
-inline constexpr std::size_t kDestType = 1;
-inline constexpr std::size_t kDestHost = 2;
-inline constexpr std::size_t kDestHostSize = 47;
+inline constexpr std::size_t kDestEnable = 0, kDestType = 1, kDestHost = 2, kDestHostSize = 47;
 inline constexpr std::size_t kDestPort = 49;  // u32, little-endian
 inline constexpr std::size_t kDestRecordSize = 53;
 static_assert(kDestPort + 4 == kDestRecordSize, "destination record is 53 bytes");
@@ -33,19 +27,13 @@ static_assert(kDestOffset + kDestCount * kDestRecordSize == kTagTextOffset, "tag
 inline constexpr std::size_t kHostTextMax = kDestHostSize - 1;
 
 // Writer record: four globals, four destinations, the test target.
-inline constexpr std::size_t kGlobalsSize = 4;
-inline constexpr std::size_t kWriterDestOffset = kGlobalsSize;
+inline constexpr std::size_t kGlobalsSize = 4, kWriterDestOffset = kGlobalsSize;
 inline constexpr std::size_t kWriterTestTarget = kWriterDestOffset + kDestCount * kDestRecordSize;
 inline constexpr std::size_t kWriterRecordSize = kWriterTestTarget + 1;
 static_assert(kWriterRecordSize == 217, "writer record is 217 bytes");
 
-inline constexpr std::uint8_t kSyslogDisabled = 1;
-inline constexpr std::uint8_t kSyslogEnabled = 2;
-inline constexpr std::uint8_t kNoTestTarget = 255;
-inline constexpr int kProtocolUdp = 0;
-inline constexpr int kProtocolTcp = 1;
-inline constexpr int kProtocolTlsOneWay = 2;
-inline constexpr int kProtocolTlsTwoWay = 3;
+inline constexpr std::uint8_t kSyslogDisabled = 1, kSyslogEnabled = 2, kNoTestTarget = 255;
+inline constexpr int kProtocolUdp = 0, kProtocolTcp = 1, kProtocolTlsOneWay = 2, kProtocolTlsTwoWay = 3;
 
 struct Destination {
     std::uint8_t enable = 0;

@@ -28,18 +28,14 @@ namespace qrx::config::syslog {
 
 namespace {
 
-constexpr const char *kConfFile = "/conf/syslog.conf";
-constexpr const char *kHostnameFile = "/etc/hostname";
-constexpr const char *kStopCommand = "/etc/init.d/rsyslog stop";
-constexpr const char *kStartCommand = "/etc/init.d/rsyslog start";
+constexpr const char *kConfFile = "/conf/syslog.conf", *kHostnameFile = "/etc/hostname";
+constexpr const char *kStopCommand = "/etc/init.d/rsyslog stop", *kStartCommand = "/etc/init.d/rsyslog start";
 
 using namespace qrx::cc;
 
 constexpr int kWriteAttempts = 3;
 
-constexpr std::uint8_t kSelectGlobals = 0;
-constexpr std::uint8_t kSelectDestination = 1;
-constexpr std::uint8_t kSelectTest = 2;
+constexpr std::uint8_t kSelectGlobals = 0, kSelectDestination = 1, kSelectTest = 2;
 // Selector, then: syslog, tag, level, protocol.
 constexpr LengthRule kGlobalsRequest = exactly(5);
 // Selector, then: index, enable, type, 47 host bytes, port most significant byte first.
@@ -50,18 +46,10 @@ constexpr LengthRule kTestRequest = exactly(2);
 static_assert(QUORIX_SYSLOG_SET_GLOBALS == kSelectGlobals && QUORIX_SYSLOG_SET_DEST == kSelectDestination &&
               QUORIX_SYSLOG_SET_TEST == kSelectTest && QUORIX_SYSLOG_SET_GLOBALS_LEN == kGlobalsRequest.value &&
               QUORIX_SYSLOG_SET_DEST_LEN == kDestinationRequest.value && QUORIX_SYSLOG_SET_TEST_LEN == kTestRequest.value);
-constexpr std::uint8_t kTagMax = 2;
-constexpr std::uint8_t kLevelMax = 3;
-constexpr std::uint8_t kProtocolMax = 3;
-constexpr std::uint8_t kDestEnableMax = 1;
-constexpr std::uint8_t kDestTypeMax = 3;
+constexpr std::uint8_t kTagMax = 2, kLevelMax = 3, kProtocolMax = 3, kDestEnableMax = 1, kDestTypeMax = 3;
 constexpr std::uint32_t kPortMax = 0xFFFF;
 
-constexpr int kFruDevice = 0;
-constexpr int kFruReadLength = 255;
-constexpr int kFruProductArea = 4;
-constexpr int kFruSerialField = 9;
-constexpr int kFruPartField = 7;
+constexpr int kFruDevice = 0, kFruReadLength = 255, kFruProductArea = 4, kFruSerialField = 9, kFruPartField = 7;
 constexpr unsigned kTagSerial = 1;
 constexpr unsigned kTagPart = 2;
 
