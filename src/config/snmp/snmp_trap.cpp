@@ -112,6 +112,79 @@ std::size_t passLength(const Text &t) {
     return strnlen(t.str(), t.length);
 }
 
+// The text parameters 2..8, in the order their checks run: the version the
+// parameter belongs to, then the length, the character rule, the word rule,
+// the pass-phrase length, and the store when the value changed.
+enum class Needs : std::uint8_t { V2, Any, V3 };
+enum class Keep : std::uint8_t { Plain, Upper, Secret };
+struct TextParam {
+    std::uint8_t param;
+    Needs needs;
+    std::size_t field, size;
+    Keep keep;
+    const char *badText;  // printed (with the text) when a byte breaks the character rule
+    std::uint8_t badTextCc;
+    bool (*valid)(const char *);  // word rule; null: any text
+    const char *invalid;          // printed when the word rule refuses; null: nothing
+    std::uint8_t invalidCc;
+    const char *badLength;  // pass phrases: printed for a length outside 8..16
+    const SecretRule *rule;  // secrets: how the field is protected
+    std::size_t compared;    // secrets: stored characters the clear form is taken from
+};
+constexpr TextParam kTextParams[] = {
+    {2, Needs::V2, kCommunity, kCommunitySize, Keep::Secret, "Invalid community:%s\n", kCcParamOutOfRange, nullptr,
+     nullptr, 0, nullptr, &kCommunityRule, kTextMax},
+    {3, Needs::Any, kHostId, kHostIdSize, Keep::Plain, "Invalid HostID!\n", kCcInvalidDataField, isHostId,
+     "Invalid HostID:%s\n", kCcInvalidDataField, nullptr, nullptr, 0},
+    {4, Needs::V3, kUserName, kUserNameSize, Keep::Plain, "Invalid username:%s\n", kCcParamOutOfRange, nullptr,
+     nullptr, 0, nullptr, nullptr, 0},
+    {5, Needs::V3, kAuthProtocol, kAuthProtocolSize, Keep::Upper, "Invalid authprotocol!\n", kCcParamOutOfRange,
+     isAuthProtocol, "Invalid authprotocol!\n", kCcInvalidDataField, nullptr, nullptr, 0},
+    {6, Needs::V3, kAuthPassword, kPassSize, Keep::Secret, "Invalid authpassword!\n", kCcParamOutOfRange, nullptr,
+     nullptr, 0, "Invalid authpassword length!\n", &kPassRule, kPassSize - 1},
+    {7, Needs::V3, kPrivProtocol, kAuthProtocolSize, Keep::Upper, "Invalid privprotocol!\n", kCcInvalidDataField,
+     isPrivProtocol, nullptr, kCcParamOutOfRange, nullptr, nullptr, 0},
+    {8, Needs::V3, kPrivPassword, kPassSize, Keep::Secret, "Invalid privpassword!\n", kCcParamOutOfRange, nullptr,
+     nullptr, 0, "Invalid privpassword length!\n", &kPassRule, kPassSize - 1},
+};
+
+const TextParam *findTextParam(std::uint8_t param) {
+    for (const TextParam &p : kTextParams)
+        if (p.param == param) return &p;
+    return nullptr;
+}
+
+unsigned setText(const TextParam &p, bool v3, const unsigned char *data, std::size_t n, std::uint8_t &changed) {
+    if (p.needs != Needs::Any && v3 != (p.needs == Needs::V3)) return kCcNotAllowedNow;
+    if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
+    const std::size_t copy = n - kHeader;
+    Text t(data, copy);
+    if (!strictText(data, copy)) {
+        SAY(kSetFn, p.badText, t.str());
+        return p.badTextCc;
+    }
+    if (p.valid != nullptr && !p.valid(t.str())) {
+        if (p.invalid != nullptr) SAY(kSetFn, p.invalid, t.str());
+        return p.invalidCc;
+    }
+    if (p.badLength != nullptr && (passLength(t) < kPassMin || passLength(t) > kPassMax)) {
+        SAY(kSetFn, "%s", p.badLength);
+        return kCcReqDataLenInvalid;
+    }
+    switch (p.keep) {
+        case Keep::Upper:
+            upperCase(t.bytes, t.length);
+            [[fallthrough]];
+        case Keep::Plain:
+            storePlain(p.field, p.size, t, changed);
+            break;
+        case Keep::Secret:
+            storeSecretField(p.field, *p.rule, p.compared, t, changed);
+            break;
+    }
+    return kCcOk;
+}
+
 unsigned validateAll(unsigned char *req);
 
 unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &changed) {
@@ -119,6 +192,7 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
     const std::uint8_t param = req[1];
     const unsigned char *data = req + kHeader;
     const bool v3 = rec.u8(kVersion) == kVersionV3;
+    if (const TextParam *p = findTextParam(param)) return setText(*p, v3, data, n, changed);
     const std::size_t copy = n - kHeader;
     switch (param) {
         case 0: {
@@ -154,81 +228,6 @@ unsigned setParameter(const unsigned char *req, std::size_t n, std::uint8_t &cha
                 changed = 1;
             }
             return kCcOk;
-        case 2: {
-            if (v3) return kCcNotAllowedNow;
-            if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
-            Text t(data, copy);
-            if (!strictText(data, copy)) {
-                SAY(kSetFn, "Invalid community:%s\n", t.str());
-                return kCcParamOutOfRange;
-            }
-            storeSecretField(kCommunity, kCommunityRule, kTextMax, t, changed);
-            return kCcOk;
-        }
-        case 3: {
-            if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
-            Text t(data, copy);
-            if (!strictText(data, copy)) {
-                SAY(kSetFn, "Invalid HostID!\n");
-                return kCcInvalidDataField;
-            }
-            if (!isHostId(t.str())) {
-                SAY(kSetFn, "Invalid HostID:%s\n", t.str());
-                return kCcInvalidDataField;
-            }
-            storePlain(kHostId, kHostIdSize, t, changed);
-            return kCcOk;
-        }
-        case 4: {
-            if (!v3) return kCcNotAllowedNow;
-            if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
-            Text t(data, copy);
-            if (!strictText(data, copy)) {
-                SAY(kSetFn, "Invalid username:%s\n", t.str());
-                return kCcParamOutOfRange;
-            }
-            storePlain(kUserName, kUserNameSize, t, changed);
-            return kCcOk;
-        }
-        case 5:
-        case 7: {
-            const bool auth = param == 5;
-            if (!v3) return kCcNotAllowedNow;
-            if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
-            Text t(data, copy);
-            if (!strictText(data, copy)) {
-                SAY(kSetFn, auth ? "Invalid authprotocol!\n" : "Invalid privprotocol!\n");
-                return auth ? kCcParamOutOfRange : kCcInvalidDataField;
-            }
-            if (!(auth ? isAuthProtocol(t.str()) : isPrivProtocol(t.str()))) {
-                if (auth) {
-                    SAY(kSetFn, "Invalid authprotocol!\n");
-                    return kCcInvalidDataField;
-                }
-                return kCcParamOutOfRange;
-            }
-            upperCase(t.bytes, t.length);
-            storePlain(auth ? kAuthProtocol : kPrivProtocol, kAuthProtocolSize, t, changed);
-            return kCcOk;
-        }
-        case 6:
-        case 8: {
-            const bool auth = param == 6;
-            if (!v3) return kCcNotAllowedNow;
-            if (!kTextRequest.accepts(n)) return kCcReqDataLenInvalid;
-            Text t(data, copy);
-            if (!strictText(data, copy)) {
-                SAY(kSetFn, auth ? "Invalid authpassword!\n" : "Invalid privpassword!\n");
-                return kCcParamOutOfRange;
-            }
-            std::size_t len = passLength(t);
-            if (len < kPassMin || len > kPassMax) {
-                SAY(kSetFn, auth ? "Invalid authpassword length!\n" : "Invalid privpassword length!\n");
-                return kCcReqDataLenInvalid;
-            }
-            storeSecretField(auth ? kAuthPassword : kPrivPassword, kPassRule, kPassSize - 1, t, changed);
-            return kCcOk;
-        }
         case 9: {
             if (!v3) return kCcNotAllowedNow;
             if (!kEngineRequest.accepts(n)) return kCcReqDataLenInvalid;
