@@ -9,12 +9,17 @@
 
 #include "core/region_check.h"
 #include "core/shared_block.h"
+#include "config/smtp/smtp_layout.h"
+#include "config/snmp/snmp_agent_layout.h"
+#include "config/snmp/snmp_trap_layout.h"
+#include "config/syslog/syslog_layout.h"
 #include "devstate/board_layout.h"
 #include "devstate/disk_layout.h"
 #include "devstate/fan_layout.h"
 #include "devstate/flags_layout.h"
 #include "devstate/pcie_layout.h"
 #include "devstate/psu_layout.h"
+#include "diag/debug_flags_layout.h"
 #include "fan/fan_curve_layout.h"
 #include "history/history_layout.h"
 #include "power/power_layout.h"
@@ -28,9 +33,6 @@ struct Region {
     std::size_t size;
 };
 
-// The configuration services' records (syslog, SNMP trap and agent, SMTP)
-// are laid out in src/config; their offsets are repeated here as numbers so
-// that the map does not depend on where those headers live.
 inline constexpr Region kRegions[] = {
     {"platform initialised", kPlatformInitialisedOffset, 1},
     {"ME access status", flags::kMeAccessOffset, 1},
@@ -74,16 +76,18 @@ inline constexpr Region kRegions[] = {
     {"update tasks", update::kTaskTableOffset, update::kTaskRecordSize * update::kTaskCount},
     {"pending-task flag", update::kPendingTaskFlagOffset, 1},
     {"power-on-required flag", update::kPowerOnFlagOffset, 1},
-    {"SNMP trap destinations", 6429822, 208},
-    {"SNMP trap record", 6430030, 179},
-    {"syslog settings", 6430209, 216},
-    {"syslog tag text", 6430425, 32},
+    {"SNMP trap destinations", config::snmptrap::kDestBlockOffset, config::snmptrap::kDestBlockSize},
+    {"SNMP trap record", config::snmptrap::kRecordOffset, config::snmptrap::kRecordSize},
+    {"syslog settings", config::syslog::kSyslogEnableOffset,
+     config::syslog::kTagTextOffset - config::syslog::kSyslogEnableOffset},
+    {"syslog tag text", config::syslog::kTagTextOffset, config::syslog::kTagTextSize},
     {"SOL configuration cache", power::kSolCfgCacheOffset, 1},
     {"COM configuration cache", power::kComCfgCacheOffset, 1},
+    {"debug flags", diag::kDebugFlagsOffset, diag::kDebugFlagCount},
     {"current power state", power::kCurrentPowerStateOffset, 1},
-    {"SMTP record", 6430609, 268},
-    {"SMTP recipients", 6430877, 332},
-    {"SNMP agent record", 6431209, 105},
+    {"SMTP record", config::smtp::kRecordOffset, config::smtp::kRecordSize},
+    {"SMTP recipients", config::smtp::kRecipientsOffset, config::smtp::kRecipientsSize},
+    {"SNMP agent record", config::snmpagent::kRecordOffset, config::snmpagent::kRecordSize},
     {"PWM outputs", fancurve::kOutputsOffset, fancurve::kOutputSize * fancurve::kMaxOutputs},
 };
 

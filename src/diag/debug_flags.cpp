@@ -6,12 +6,13 @@
 
 #include "core/export.h"
 #include "core/shared_block.h"
+#include "diag/debug_flags_layout.h"
 #include "quorix_common_interface.h"
 
 namespace {
 
-inline constexpr std::size_t kDebugFlagsOffset = 0x621F7C;
-inline constexpr int kDebugFlagCount = 10;
+using qrx::diag::kDebugFlagCount;
+using qrx::diag::kDebugFlagsOffset;
 
 static_assert(qrx::insideSharedBlock(kDebugFlagsOffset, kDebugFlagCount));
 

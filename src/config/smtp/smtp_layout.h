@@ -6,8 +6,8 @@
 
 namespace qrx::config::smtp {
 
-inline constexpr std::size_t kRecordOffset = 0x621F91;
-inline constexpr std::size_t kRecipientsOffset = 0x62209D;
+inline constexpr std::size_t kRecordOffset = 6430609;
+inline constexpr std::size_t kRecipientsOffset = 6430877;
 
 inline constexpr std::size_t kEnabled = 0, kServer = 1, kServerSize = 47;
 inline constexpr std::size_t kPort = 48;        // u16 little-endian

@@ -6,7 +6,7 @@
 
 namespace qrx::config::snmpagent {
 
-inline constexpr std::size_t kRecordOffset = 0x6221E9;
+inline constexpr std::size_t kRecordOffset = 6431209;
 
 inline constexpr std::size_t kV1Enable = 0;
 inline constexpr std::size_t kV2Enable = 1;

@@ -6,8 +6,8 @@
 
 namespace qrx::config::snmptrap {
 
-inline constexpr std::size_t kDestBlockOffset = 0x621C7E;
-inline constexpr std::size_t kRecordOffset = 0x621D4E;
+inline constexpr std::size_t kDestBlockOffset = 6429822;
+inline constexpr std::size_t kRecordOffset = 6430030;
 
 // Trap record (also the layout of whole-record requests and of the loader).
 inline constexpr std::size_t kVersion = 0;     // 0 Disable, 1 V1, 2 V2C, 3 V3

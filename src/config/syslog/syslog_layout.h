@@ -12,11 +12,11 @@
 namespace qrx::config::syslog {
 
 // Shared-block offsets.
-inline constexpr std::size_t kSyslogEnableOffset = 0x621E01;  // 1 disabled, 2 enabled
-inline constexpr std::size_t kTagOffset = 0x621E02;           // index into SyslogTagStr
-inline constexpr std::size_t kLevelOffset = 0x621E03;         // index into SyslogLevelStr
-inline constexpr std::size_t kProtocolOffset = 0x621E04;      // index into SyslogProtocalStr
-inline constexpr std::size_t kDestOffset = 0x621E05, kDestCount = 4, kTagTextOffset = 0x621ED9, kTagTextSize = 32;
+inline constexpr std::size_t kSyslogEnableOffset = 6430209;  // 1 disabled, 2 enabled
+inline constexpr std::size_t kTagOffset = 6430210;           // index into SyslogTagStr
+inline constexpr std::size_t kLevelOffset = 6430211;         // index into SyslogLevelStr
+inline constexpr std::size_t kProtocolOffset = 6430212;      // index into SyslogProtocalStr
+inline constexpr std::size_t kDestOffset = 6430213, kDestCount = 4, kTagTextOffset = 6430425, kTagTextSize = 32;
 
 // Destination record: in the block, in the writer record and in get responses.
 inline constexpr std::size_t kDestEnable = 0, kDestType = 1, kDestHost = 2, kDestHostSize = 47;
