@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "config/common/json_file.h"
 #include "core/shared_block.h"
@@ -22,6 +23,16 @@ struct Field {
     std::size_t bound;  // characters a text takes when loaded
     bool saved;         // false: read by the loader, never written
 };
+
+// The row of a field table with this key, for the parameter tables that
+// store into the same fields: a key the table lacks does not compile (use it
+// in constant expressions only).
+template <std::size_t N>
+constexpr const Field &fieldNamed(const Field (&table)[N], std::string_view key) {
+    std::size_t i = 0;
+    while (i < N && std::string_view(table[i].key) != key) ++i;
+    return table[i];
+}
 
 // Adds the saved fields of rec to obj, in table order.
 void saveFields(json_object *obj, const unsigned char *rec, const Field *fields, std::size_t count);

@@ -120,8 +120,7 @@ bool mailAddress(const unsigned char *data, std::size_t length) {
 // (kCcInvalidDataField when refused; none when null). Checked in that order.
 struct TextParam {
     std::uint8_t param;
-    std::size_t offset;
-    std::size_t size;
+    const json::Field &field;  // the row the file keeps it in: offset and size
     std::size_t longest;
     bool (*chars)(const unsigned char *, std::size_t);
     bool (*valid)(const unsigned char *, std::size_t);
@@ -130,15 +129,15 @@ struct TextParam {
 constexpr std::uint8_t kParamWhole = 255;
 // The server's request may carry one byte more than its text; the extra byte is not stored.
 constexpr TextParam kRecordTexts[] = {
-    {1, kServer, kServerSize, kServerSize, strictText, serverAddress, false},
-    {7, kUserName, kUserNameSize, kUserNameSize - 1, strictText, userName, false},
-    {8, kPassword, kPasswordSize, kPasswordMax, strictText, nullptr, true},
-    {9, kSender, kSenderSize, kSenderSize - 1, strictText, senderAddress, false},
-    {10, kSubject, kSubjectSize, kSubjectSize - 1, blankTolerantText, nullptr, false},
+    {1, json::fieldNamed(kFields, "ServerAddr"), kServerSize, strictText, serverAddress, false},
+    {7, json::fieldNamed(kFields, "UserName"), kUserNameSize - 1, strictText, userName, false},
+    {8, json::fieldNamed(kFields, "PassWord"), kPasswordMax, strictText, nullptr, true},
+    {9, json::fieldNamed(kFields, "SenderAddr"), kSenderSize - 1, strictText, senderAddress, false},
+    {10, json::fieldNamed(kFields, "Subject"), kSubjectSize - 1, blankTolerantText, nullptr, false},
 };
 constexpr TextParam kRcptTexts[] = {
-    {1, kRcptAddress, kRcptAddressSize, kRcptAddressSize - 1, strictText, mailAddress, false},
-    {2, kRcptDescription, kRcptDescriptionSize, kRcptDescriptionSize - 1, blankTolerantText, nullptr, false},
+    {1, json::fieldNamed(kRcptFields, "EmailAddress"), kRcptAddressSize - 1, strictText, mailAddress, false},
+    {2, json::fieldNamed(kRcptFields, "Description"), kRcptDescriptionSize - 1, blankTolerantText, nullptr, false},
 };
 constexpr std::uint8_t kParamPort = 2, kParamSecurePort = 3, kRcptParamEnabled = 0;
 
@@ -166,15 +165,15 @@ const TextParam *findText(const TextParam (&table)[N], std::uint8_t param) {
 // One text parameter: length, characters, validator, then the store.
 unsigned setText(const TextParam &p, ByteView base, RequestReader &req) {
     if (!atMost(p.longest).accepts(req.remaining())) return kCcReqDataLenInvalid;
-    const RequestText t = req.text(p.size - 1);
+    const RequestText t = req.text(p.field.size - 1);
     if (!p.chars(t.data, t.length)) return kCcParamOutOfRange;
     if (p.valid != nullptr && !p.valid(t.data, t.length)) return kCcInvalidDataField;
     if (p.secret) {
-        if (sameSecret(base.data() + p.offset, kPasswordRule, t.length, t.data, t.length)) return kCcOk;
-        storeSecret(base.data() + p.offset, kPasswordRule, t.data, t.length);
+        if (sameSecret(base.data() + p.field.offset, kPasswordRule, t.length, t.data, t.length)) return kCcOk;
+        storeSecret(base.data() + p.field.offset, kPasswordRule, t.data, t.length);
         return saved();
     }
-    return storeText(base, p.offset, p.size, t.data, t.length);
+    return storeText(base, p.field.offset, p.field.size, t.data, t.length);
 }
 
 unsigned setWholeRecord(const unsigned char *r) {

@@ -39,17 +39,35 @@ ByteView record() {
     return sharedBlock().at(kRecordOffset);
 }
 
+constexpr json::Field kFields[] = {
+    {"SnmpV1Enable", kV1Enable, 1, Kind::U8, 0, true},
+    {"SnmpV2Enable", kV2Enable, 1, Kind::U8, 0, true},
+    {"ReadOnlyCommunity", kReadOnlyCommunity, kCommunitySize, Kind::Text, kTextMax, true},
+    {"ReadWriteCommunity", kReadWriteCommunity, kCommunitySize, Kind::Text, kTextMax, true},
+    {"SnmpV3Enable", kV3Enable, 1, Kind::U8, 0, true},
+    {"AUTHProtocol", kAuthProtocol, 1, Kind::U8, 0, true},
+    {"PrivProtocol", kPrivProtocol, 1, Kind::U8, 0, true},
+    {"AUTHUserName", kUserName, kUserNameSize, Kind::Text, kTextMax, true},
+    {"AUTHPwd", kAuthPassword, kPassSize, Kind::Text, kTextMax, true},
+    {"PRIVPwd", kPrivPassword, kPassSize, Kind::Text, kTextMax, true},
+    // Read by the loader but never written; kept so on purpose.
+    {"SnmpV1V2SetEnable", kV1V2SetEnable, 1, Kind::U8, 0, false},
+};
+
 struct ByteParam {
     std::uint8_t param;
-    std::size_t offset;
+    const json::Field &field;  // the row the file keeps it in
     std::uint8_t min;
     std::uint8_t max;
     unsigned cc;  // answer for a value out of bounds
 };
 constexpr ByteParam kByteParams[] = {
-    {0, kV1Enable, 0, 1, kCcParamOutOfRange},      {1, kV2Enable, 0, 1, kCcParamOutOfRange},
-    {4, kV1V2SetEnable, 0, 1, kCcParamOutOfRange}, {5, kV3Enable, 0, 1, kCcParamOutOfRange},
-    {6, kAuthProtocol, 1, 2, kCcInvalidDataField}, {7, kPrivProtocol, 1, 2, kCcInvalidDataField}};
+    {0, json::fieldNamed(kFields, "SnmpV1Enable"), 0, 1, kCcParamOutOfRange},
+    {1, json::fieldNamed(kFields, "SnmpV2Enable"), 0, 1, kCcParamOutOfRange},
+    {4, json::fieldNamed(kFields, "SnmpV1V2SetEnable"), 0, 1, kCcParamOutOfRange},
+    {5, json::fieldNamed(kFields, "SnmpV3Enable"), 0, 1, kCcParamOutOfRange},
+    {6, json::fieldNamed(kFields, "AUTHProtocol"), 1, 2, kCcInvalidDataField},
+    {7, json::fieldNamed(kFields, "PrivProtocol"), 1, 2, kCcInvalidDataField}};
 
 // Request text padded with zeros: comparisons read whole field widths.
 struct Text {
@@ -110,20 +128,6 @@ unsigned setWhole(const unsigned char *req, std::size_t n) {
     return kCcOk;
 }
 
-constexpr json::Field kFields[] = {
-    {"SnmpV1Enable", kV1Enable, 1, Kind::U8, 0, true},
-    {"SnmpV2Enable", kV2Enable, 1, Kind::U8, 0, true},
-    {"ReadOnlyCommunity", kReadOnlyCommunity, kCommunitySize, Kind::Text, kTextMax, true},
-    {"ReadWriteCommunity", kReadWriteCommunity, kCommunitySize, Kind::Text, kTextMax, true},
-    {"SnmpV3Enable", kV3Enable, 1, Kind::U8, 0, true},
-    {"AUTHProtocol", kAuthProtocol, 1, Kind::U8, 0, true},
-    {"PrivProtocol", kPrivProtocol, 1, Kind::U8, 0, true},
-    {"AUTHUserName", kUserName, kUserNameSize, Kind::Text, kTextMax, true},
-    {"AUTHPwd", kAuthPassword, kPassSize, Kind::Text, kTextMax, true},
-    {"PRIVPwd", kPrivPassword, kPassSize, Kind::Text, kTextMax, true},
-    // Read by the loader but never written; kept so on purpose.
-    {"SnmpV1V2SetEnable", kV1V2SetEnable, 1, Kind::U8, 0, false},
-};
 
 constexpr json::LoaderText kLoader = {kFileName,
                                       kDefaultPath,
@@ -162,8 +166,8 @@ unsigned setInterface(const unsigned char *req, std::size_t n, std::uint8_t save
         known = true;
         if (!kByteRequest.accepts(n)) return kCcReqDataLenInvalid;
         if (data[0] < b.min || data[0] > b.max) return b.cc;
-        if (rec.u8(b.offset) != data[0]) {
-            rec.setU8(b.offset, data[0]);
+        if (rec.u8(b.field.offset) != data[0]) {
+            rec.setU8(b.field.offset, data[0]);
             changed = true;
         }
     }

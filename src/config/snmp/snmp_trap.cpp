@@ -120,7 +120,7 @@ enum class Keep : std::uint8_t { Plain, Upper, Secret };
 struct TextParam {
     std::uint8_t param;
     Needs needs;
-    std::size_t field, size;
+    const json::Field &field;  // the row the file keeps it in: offset and size
     Keep keep;
     const char *badText;  // printed (with the text) when a byte breaks the character rule
     std::uint8_t badTextCc;
@@ -132,19 +132,19 @@ struct TextParam {
     std::size_t compared;    // secrets: stored characters the clear form is taken from
 };
 constexpr TextParam kTextParams[] = {
-    {2, Needs::V2, kCommunity, kCommunitySize, Keep::Secret, "Invalid community:%s\n", kCcParamOutOfRange, nullptr,
+    {2, Needs::V2, json::fieldNamed(kRecordFields, "Community"), Keep::Secret, "Invalid community:%s\n", kCcParamOutOfRange, nullptr,
      nullptr, 0, nullptr, &kCommunityRule, kTextMax},
-    {3, Needs::Any, kHostId, kHostIdSize, Keep::Plain, "Invalid HostID!\n", kCcInvalidDataField, isHostId,
+    {3, Needs::Any, json::fieldNamed(kRecordFields, "HostID"), Keep::Plain, "Invalid HostID!\n", kCcInvalidDataField, isHostId,
      "Invalid HostID:%s\n", kCcInvalidDataField, nullptr, nullptr, 0},
-    {4, Needs::V3, kUserName, kUserNameSize, Keep::Plain, "Invalid username:%s\n", kCcParamOutOfRange, nullptr,
+    {4, Needs::V3, json::fieldNamed(kRecordFields, "UserName"), Keep::Plain, "Invalid username:%s\n", kCcParamOutOfRange, nullptr,
      nullptr, 0, nullptr, nullptr, 0},
-    {5, Needs::V3, kAuthProtocol, kAuthProtocolSize, Keep::Upper, "Invalid authprotocol!\n", kCcParamOutOfRange,
+    {5, Needs::V3, json::fieldNamed(kRecordFields, "AUTHProtocol"), Keep::Upper, "Invalid authprotocol!\n", kCcParamOutOfRange,
      isAuthProtocol, "Invalid authprotocol!\n", kCcInvalidDataField, nullptr, nullptr, 0},
-    {6, Needs::V3, kAuthPassword, kPassSize, Keep::Secret, "Invalid authpassword!\n", kCcParamOutOfRange, nullptr,
+    {6, Needs::V3, json::fieldNamed(kRecordFields, "AUTHPwd"), Keep::Secret, "Invalid authpassword!\n", kCcParamOutOfRange, nullptr,
      nullptr, 0, "Invalid authpassword length!\n", &kPassRule, kPassSize - 1},
-    {7, Needs::V3, kPrivProtocol, kAuthProtocolSize, Keep::Upper, "Invalid privprotocol!\n", kCcInvalidDataField,
+    {7, Needs::V3, json::fieldNamed(kRecordFields, "PrivProtocol"), Keep::Upper, "Invalid privprotocol!\n", kCcInvalidDataField,
      isPrivProtocol, nullptr, kCcParamOutOfRange, nullptr, nullptr, 0},
-    {8, Needs::V3, kPrivPassword, kPassSize, Keep::Secret, "Invalid privpassword!\n", kCcParamOutOfRange, nullptr,
+    {8, Needs::V3, json::fieldNamed(kRecordFields, "PRIVPwd"), Keep::Secret, "Invalid privpassword!\n", kCcParamOutOfRange, nullptr,
      nullptr, 0, "Invalid privpassword length!\n", &kPassRule, kPassSize - 1},
 };
 
@@ -176,10 +176,10 @@ unsigned setText(const TextParam &p, bool v3, const unsigned char *data, std::si
             upperCase(t.bytes, t.length);
             [[fallthrough]];
         case Keep::Plain:
-            storePlain(p.field, p.size, t, changed);
+            storePlain(p.field.offset, p.field.size, t, changed);
             break;
         case Keep::Secret:
-            storeSecretField(p.field, *p.rule, p.compared, t, changed);
+            storeSecretField(p.field.offset, *p.rule, p.compared, t, changed);
             break;
     }
     return kCcOk;

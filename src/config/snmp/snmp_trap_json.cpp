@@ -16,35 +16,11 @@
 namespace qrx::config::snmptrap {
 
 using namespace qrx::config::svc;
-using json::Kind;
 
 namespace {
 
-// Every text, engine ID included, is loaded with 16 characters at most; kept so on purpose.
-constexpr std::size_t kLoadedText = 16;
-constexpr std::size_t kLoadedAddress = kDestAddressSize - 1;
 constexpr std::uint8_t kVersionV3 = 3;
 const char kDefaultCommunity[] = "vantol";
-
-constexpr json::Field kRecordFields[] = {
-    {"TrapVersion", kVersion, 1, Kind::U8, 0, true},
-    {"EventLevelLimit", kEventLevel, 1, Kind::U8, 0, true},
-    {"Community", kCommunity, kCommunitySize, Kind::Text, kLoadedText, true},
-    {"HostID", kHostId, kHostIdSize, Kind::Text, kLoadedText, true},
-    {"UserName", kUserName, kUserNameSize, Kind::Text, kLoadedText, true},
-    {"AUTHProtocol", kAuthProtocol, kAuthProtocolSize, Kind::Text, kLoadedText, true},
-    {"AUTHPwd", kAuthPassword, kPassSize, Kind::Text, kLoadedText, true},
-    {"PrivProtocol", kPrivProtocol, kPrivProtocolSize, Kind::Text, kLoadedText, true},
-    {"PRIVPwd", kPrivPassword, kPassSize, Kind::Text, kLoadedText, true},
-    {"EngineID", kEngineId, kEngineIdSize, Kind::Text, kLoadedText, true},
-    {"DeviceType", kDeviceType, 1, Kind::U8, 0, true},
-};
-
-constexpr json::Field kDestFields[] = {
-    {"Enabled", kDestEnabled, 1, Kind::U8, 0, true},
-    {"Destination", kDestAddress, kDestAddressSize, Kind::Text, kLoadedAddress, true},
-    {"port", kDestPort, 4, Kind::U32, 0, true},
-};
 
 constexpr json::LoaderText kLoader = {kFileName,
                                       kConfPath,
