@@ -8,27 +8,20 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <functional>
-#include <string>
-#include <vector>
-
 #include "quorix_test.h"
 
 namespace {
 
 using Lines = std::vector<std::string>;
-const std::vector<int> kReported = {SIGTRAP, SIGUSR1, SIGUSR2, SIGPIPE,   SIGCONT, SIGTSTP,  SIGTTIN, SIGTTOU, SIGURG,
-                                    SIGXCPU, SIGXFSZ, SIGPROF, SIGVTALRM, SIGWINCH, SIGPWR,  SIGTERM};
-const std::vector<int> kOthers = {SIGIO, SIGQUIT, SIGILL, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGCHLD, 0, SIGHUP, SIGINT, SIGALRM, SIGSYS};
+const std::vector<int> kReported = {SIGTRAP, SIGUSR1, SIGUSR2, SIGPIPE,   SIGCONT,  SIGTSTP, SIGTTIN, SIGTTOU, SIGURG,
+                                    SIGXCPU, SIGXFSZ, SIGPROF, SIGVTALRM, SIGWINCH, SIGPWR,  SIGTERM},
+                       kOthers = {SIGIO, SIGQUIT, SIGILL, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGCHLD, 0, SIGHUP, SIGINT, SIGALRM, SIGSYS};
 
 qtest::ChildResult daemon(const std::function<void()> &fn) {
-    return qtest::runInChild([&] {
-        setvbuf(stdout, nullptr, _IONBF, 0);  // the handlers end the process without flushing
-        fn();
-    });
+    return qtest::runInChild([&] { setvbuf(stdout, nullptr, _IONBF, 0), fn(); });  // the handlers end without flushing
 }
 
-// Per signal (0 a separator): 'R' a handler that blocks every signal and restarts calls, 'D' the default, '?' else.
+// Per signal (0: a separator): 'R' a handler that blocks every signal and restarts calls, 'D' the default, '?' else.
 std::string dispositions(const std::vector<int> &signals) {
     std::string d;
     for (int sig : signals) {
@@ -40,7 +33,7 @@ std::string dispositions(const std::vector<int> &signals) {
     return d;
 }
 
-class Signals : public qtest::BoundTest {
+struct Signals : qtest::BoundTest {
     void SetUp() override {
         BoundTest::SetUp();
         qtest::logToConsole({"QRXMONITOR", "PSUMON", "SECOND", "XYCDEFGHIJ", "XY", "ABCDEFGHIJKLMNOPQRSTUVWXYZ012345"});
@@ -50,33 +43,25 @@ class Signals : public qtest::BoundTest {
 TEST_F(Signals, InitInstallsTheWholeTableOnlyWhenGivenAModuleName) {
     const auto child = daemon([] {
         const std::string before = dispositions(kReported) + dispositions(kOthers);  // a sanitizer may hold some
-        const int refused = QuorixInitSignals(nullptr, 8);
-        std::printf("%d %d\n", refused, dispositions(kReported) + dispositions(kOthers) == before);
+        const int refused = QuorixInitSignals(nullptr, 8), unchanged = dispositions(kReported) + dispositions(kOthers) == before;
         const int accepted = QuorixInitSignals("QRXMONITOR", 11);
-        std::printf("%d %s\n", accepted, (dispositions(kReported) + dispositions(kOthers)).c_str());
+        std::printf("%d %d %d %s\n", refused, unchanged, accepted, (dispositions(kReported) + dispositions(kOthers)).c_str());
         const unsigned kill = InstallSignal(SIGKILL, SIG_IGN), bad = InstallSignal(99, SIG_IGN), hup = InstallSignal(SIGHUP, SIG_IGN);
         std::printf("%u %u %u %s\n", kill, bad, hup, dispositions({SIGHUP}).c_str());
     });
-    EXPECT_EQ(child.out, "QuorixInitSignals==DebugModuleName NULL,So exit\n-1 1\n0 " + std::string(kReported.size() + 8, 'R') +
+    EXPECT_EQ(child.out, "QuorixInitSignals==DebugModuleName NULL,So exit\n-1 1 0 " + std::string(kReported.size() + 8, 'R') +
                              "|DDDD\nCannot catch signal SigNum 9\nCannot catch signal SigNum 99\n0 0 0 R\n");
 }
 
 TEST_F(Signals, NonFatalSignalsPrintTheirLineAndOnlyAbortEndsTheDaemon) {
-    struct Row {
-        int signum, status;  // -1: unchecked (ThreadSanitizer reports the logging handler at exit)
-        std::string out;
-    };
-    std::vector<Row> rows = {{SIGFPE, 0, ""}, {SIGCHLD, 0, ""}, {SIGIO, 0, "  Received SIGIO\n"}, {SIGABRT, 255, "  Received SIGABRT\n"},
-                             {SIGQUIT, -1, "Received SIGQUIT\n[Critical]:Received SIGQUIT\n"}};
-    for (int sig : kReported) rows.push_back({sig, 0, std::string("  Received SIG") + sigabbrev_np(sig) + "\n"});
-    for (const Row &row : rows) {
-        const auto child = daemon([&] {
-            QuorixInitSignals("QRXMONITOR", 11);
-            raise(row.signum);
-            std::puts("still running");
-        });
-        EXPECT_TRUE(child.exited && (row.status < 0 || child.status == row.status)) << row.signum << ": " << child.status;
-        EXPECT_EQ(qtest::withoutTimes(child.out), row.out + (row.status != 255 ? "still running\n" : "")) << row.signum;
+    std::vector<std::tuple<int, int, std::string>> rows = {  // status -1: unchecked (ThreadSanitizer reports the logging handler)
+        {SIGFPE, 0, ""}, {SIGCHLD, 0, ""}, {SIGIO, 0, "  Received SIGIO\n"}, {SIGABRT, 255, "  Received SIGABRT\n"},
+        {SIGQUIT, -1, "Received SIGQUIT\n[Critical]:Received SIGQUIT\n"}};
+    for (int sig : kReported) rows.emplace_back(sig, 0, std::string("  Received SIG") + sigabbrev_np(sig) + "\n");
+    for (const auto &[signum, status, out] : rows) {
+        const auto child = daemon([&, signum = signum] { QuorixInitSignals("QRXMONITOR", 11), raise(signum), std::puts("still running"); });
+        EXPECT_TRUE(child.exited && (status < 0 || child.status == status)) << signum << ": " << child.status;
+        EXPECT_EQ(qtest::withoutTimes(child.out), out + (status != 255 ? "still running\n" : "")) << signum;
     }
 }
 
@@ -87,43 +72,38 @@ void *faultOnNamedThread(void *) {
     return nullptr;
 }
 
-// The backtrace, the thread and the termination text, each line logged right
-// after it, then status 255. The module name is a copy of at most 32 bytes
-// with the semantics of strncpy.
+// The backtrace, the thread and the termination text, each line logged right after it, then status 255.
+// The module name is a copy of at most 32 bytes with the semantics of strncpy.
 TEST_F(Signals, FatalSignalsPrintAndLogBacktraceAndThreadThenEndWith255) {
-    const std::string kLong = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789abcd", ended = " is terminating because of ";
+    const std::string kLong = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789abcd";
     const struct {
         std::vector<std::pair<const char *, int>> names;
         int signum;
-        std::string thread, consoleEnd, logEnd;  // thread "(hdd-scan)": a real fault on a named thread
-    } rows[] = {
-        {{{"PSUMON", 7}}, SIGSEGV, "(hdd-scan)", "PSUMON", " "},
-        {{{"PSUMON", 7}}, SIGSEGV, "(psu-main)", "PSUMON", " "},
-        {{{"PSUMON", 7}}, SIGILL, "(psu-main)", "QuorixMonitor", "  QuorixMonitor"},
-        {{{"FIRST", 6}, {"SECOND", 7}}, SIGBUS, "(psu-main)", "SECOND", "QuorixMonitor"},
-        {{{"ABCDEFGHIJ", 11}, {"XY", 2}}, SIGBUS, "(psu-main)", "XYCDEFGHIJ", "QuorixMonitor"},
-        {{{"ABCDEFGHIJ", 11}, {"XY", 3}}, SIGBUS, "(psu-main)", "XY", "QuorixMonitor"},
-        {{{"ABCDEFGHIJ", 11}, {"XY", 32}}, SIGBUS, "(psu-main)", "XY", "QuorixMonitor"},
-        {{{kLong.c_str(), 41}}, SIGBUS, "(psu-main)", kLong.substr(0, 32), "QuorixMonitor"},
-        {{{"IGNORED", 0}}, SIGBUS, "(psu-main)", "QRXMONITOR", "QuorixMonitor"},
-        {{{"IGNORED", -5}}, SIGBUS, "(psu-main)", "QRXMONITOR", "QuorixMonitor"},
-    };
+        std::string thread, consoleName, logName;  // thread "(hdd-scan)": a real fault on a named thread
+    } rows[] = {{{{"PSUMON", 7}}, SIGSEGV, "(hdd-scan)", "PSUMON", " "},
+                {{{"PSUMON", 7}}, SIGSEGV, "(psu-main)", "PSUMON", " "},
+                {{{"PSUMON", 7}}, SIGILL, "(psu-main)", "QuorixMonitor", "  QuorixMonitor"},
+                {{{"FIRST", 6}, {"SECOND", 7}}, SIGBUS, "(psu-main)", "SECOND", "QuorixMonitor"},
+                {{{"ABCDEFGHIJ", 11}, {"XY", 2}}, SIGBUS, "(psu-main)", "XYCDEFGHIJ", "QuorixMonitor"},
+                {{{"ABCDEFGHIJ", 11}, {"XY", 3}}, SIGBUS, "(psu-main)", "XY", "QuorixMonitor"},
+                {{{"ABCDEFGHIJ", 11}, {"XY", 32}}, SIGBUS, "(psu-main)", "XY", "QuorixMonitor"},
+                {{{kLong.c_str(), 41}}, SIGBUS, "(psu-main)", kLong.substr(0, 32), "QuorixMonitor"},
+                {{{"IGNORED", 0}}, SIGBUS, "(psu-main)", "QRXMONITOR", "QuorixMonitor"},
+                {{{"IGNORED", -5}}, SIGBUS, "(psu-main)", "QRXMONITOR", "QuorixMonitor"}};
     for (const auto &row : rows) {
         const auto child = daemon([&] {
             for (auto [name, length] : row.names) QuorixInitSignals(name, length);
             pthread_t thread;
-            if (row.thread == "(hdd-scan)" && pthread_create(&thread, nullptr, faultOnNamedThread, nullptr) == 0)
-                pthread_join(thread, nullptr);
+            if (row.thread == "(hdd-scan)" && pthread_create(&thread, nullptr, faultOnNamedThread, nullptr) == 0) pthread_join(thread, nullptr);
             prctl(PR_SET_NAME, "psu-main", 0, 0, 0);
-            std::printf("tid=%d\n", getpid());
-            raise(row.signum);
+            std::printf("tid=%d\n", getpid()), raise(row.signum);
         });
         const Lines lines = qtest::splitLines(qtest::withoutTimes(child.out));
         ASSERT_TRUE(child.exited && child.status == 255 && lines.size() >= 9 && lines.size() % 2 == 1) << child.out;
-        const std::string thread = "  Thread " + lines[0].substr(4) + " " + row.thread + " received SIG" + sigabbrev_np(row.signum),
-                          end = ended + "SIG" + sigabbrev_np(row.signum) + " !!!!!";
+        const std::string name = std::string("SIG") + sigabbrev_np(row.signum), end = " is terminating because of " + name + " !!!!!",
+                          thread = "  Thread " + lines[0].substr(4) + " " + row.thread + " received " + name;
         EXPECT_EQ(Lines(lines.end() - 4, lines.end()),
-                  (Lines{thread, "  " + row.consoleEnd + end, "[Critical]:" + thread, "[Critical]:" + row.logEnd + end}));
+                  (Lines{thread, "  " + row.consoleName + end, "[Critical]:" + thread, "[Critical]:" + row.logName + end}));
         bool handlerFrame = false;  // every frame printed, then logged; one of them is the library's handler
         for (std::size_t i = 1; i + 4 < lines.size(); i += 2) {
             EXPECT_TRUE(lines[i].find("[0x") != std::string::npos && lines[i + 1] == "[Critical]:" + lines[i]) << lines[i];
