@@ -2,7 +2,7 @@
 // against the simulated BMC and checks more than "no crash": the block lies
 // between inaccessible pages, and while a call runs, the pages it may not
 // write are read-only (sampled, see fullWatchDue); a refused request changes
-// neither the block, nor "/conf", nor its EEPROM bytes, and restarts nothing;
+// neither the block nor "/conf", and restarts nothing;
 // secrets never show in clear in a get response or a configuration file;
 // responses go to heap buffers of exactly their size. A broken invariant
 // aborts with a message, so libFuzzer keeps the input.
@@ -18,7 +18,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <string>
@@ -53,8 +52,7 @@ struct TextField {
 
 inline unsigned char *block() { return static_cast<unsigned char *>(intf_quorix_mem); }
 
-// Service restarts asked for since the last take: the replaced safe_system
-// records them (a real restart would cap a run at a few executions a second).
+// Service restarts asked for: the replaced safe_system records them (running them would cost seconds).
 inline std::vector<std::string> g_commands;
 inline std::vector<std::string> takeCommands() { return std::exchange(g_commands, {}); }
 
@@ -93,15 +91,6 @@ inline void writeFile(const std::string &path, const std::string &contents) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << contents;
 }
 
-inline Bytes eeprom(Region r) {
-    Bytes bytes(r.length);
-    if (QuorixReadMainBoardEEprom(int(r.offset), bytes.data(), int(r.length)) != int(r.length)) fail("EEPROM read failed");
-    return bytes;
-}
-inline void putEeprom(std::size_t offset, Bytes bytes) {
-    if (QuorixWriteMainBoardEEprom(int(offset), bytes.data(), int(bytes.size())) != int(bytes.size())) fail("EEPROM write failed");
-}
-
 // An empty request is a zero-size heap block, not a null pointer: any read of it is caught.
 inline unsigned char *bytesOf(Bytes &request) {
     static unsigned char *const empty = new unsigned char[0];
@@ -109,7 +98,7 @@ inline unsigned char *bytesOf(Bytes &request) {
 }
 
 inline void expectCode(const char *what, unsigned cc, const std::vector<unsigned> &defined) {
-    if (std::find(defined.begin(), defined.end(), cc) == defined.end()) fail("%s answered undefined 0x%X", what, cc);
+    if (std::count(defined.begin(), defined.end(), cc) == 0) fail("%s answered undefined 0x%X", what, cc);
 }
 
 // get(buffer) into a zero-filled heap buffer of exactly `size` bytes, which it must fill.
@@ -133,18 +122,16 @@ inline bool inside(const std::vector<Region> &regions, std::size_t at) {
     return std::any_of(regions.begin(), regions.end(), [at](Region r) { return at - r.offset < r.length; });
 }
 
-// Protecting the whole block costs about 1.5 ms, more than most calls under
-// test: only every 16th call, the first of a process (a reproduction) and
-// every call under QUORIX_FUZZ_FULL_WATCH run with the block read-only outside
-// the pages of their regions; the others have those pages compared only.
+// Protecting the whole block costs about 1.5 ms, more than most calls: only every 16th call, the first
+// (a reproduction) and all under QUORIX_FUZZ_FULL_WATCH run with the rest of the block read-only.
 inline bool fullWatchDue() {
     static const bool always = std::getenv("QUORIX_FUZZ_FULL_WATCH") != nullptr;
     static unsigned calls = 0;
     return always || calls++ % 16 == 0;
 }
 
-// Write access of the block during one call: only the pages of the owned
-// regions stay writable, and disarm() fails on changed bytes outside the regions.
+// Write access of the block during one call: only the pages of the owned regions stay writable, and
+// disarm() fails on changed bytes outside the regions.
 class BlockWatch {
 public:
     explicit BlockWatch(std::vector<Region> owned) : owned_(std::move(owned)) {
@@ -191,14 +178,11 @@ private:
     bool protected_ = false;
 };
 
-// The start state of a request-sequence target, restored before each input
-// (the owned block regions, "/conf" and the owned EEPROM ranges), and the
-// secrets that accepted requests of the input set: texts up to their first
-// zero byte, 4 bytes at least.
+// The start state of a request-sequence target, restored before each input (the owned block regions and
+// "/conf"), and the secrets the input's accepted requests set (4 bytes at least).
 class Session {
 public:
-    Session(std::vector<Region> owned, std::vector<Region> eepromRanges = {})
-        : watch_(std::move(owned)), eepromRanges_(std::move(eepromRanges)), startConf_(confFiles()), startEeprom_(eepromBytes()) {}
+    explicit Session(std::vector<Region> owned) : watch_(std::move(owned)), startConf_(confFiles()) {}
     void startInput() {
         watch_.restore();
         const Files now = confFiles();
@@ -207,14 +191,11 @@ public:
             if (startConf_.count(entry.first) == 0) fs::remove(entry.first, ec);
         for (const auto &[path, contents] : startConf_)
             if (now.count(path) == 0 || now.at(path) != contents) writeFile(path, contents);
-        if (eepromBytes() != startEeprom_)
-            for (std::size_t i = 0; i < eepromRanges_.size(); ++i) putEeprom(eepromRanges_[i].offset, startEeprom_[i]);
         secrets_.clear();
     }
     // Around one call: everything a refusal must leave alone is compared.
     void before() {
         confBefore_ = confFiles();
-        eepromBefore_ = eepromBytes();
         takeCommands();
         watch_.arm();
     }
@@ -227,11 +208,9 @@ public:
         for (std::size_t at : changed)
             if (!inside(exempt, at)) fail("%s refused with 0x%X but changed block byte 0x%zX", what, cc, at);
         if (confFiles() != confBefore_) fail("%s refused with 0x%X but changed /conf", what, cc);
-        if (eepromBytes() != eepromBefore_) fail("%s refused with 0x%X but changed its EEPROM bytes", what, cc);
         if (!takeCommands().empty()) fail("%s refused with 0x%X but restarted a service", what, cc);
     }
-    // A region the next call may change although it refuses with `code` (0:
-    // any), where the handler stores it before a later check.
+    // A region the next call may change although it refuses with `code` (0: any): stored before a later check.
     void exemptOnRefusal(Region region, unsigned code = 0) { exempt_.push_back({region, code}); }
 
     void addSecret(const Bytes &request, std::size_t at, std::size_t width) {
@@ -258,16 +237,9 @@ public:
     }
 
 private:
-    std::vector<Bytes> eepromBytes() const {
-        std::vector<Bytes> bytes;
-        for (const Region &r : eepromRanges_) bytes.push_back(eeprom(r));
-        return bytes;
-    }
     BlockWatch watch_;
-    std::vector<Region> eepromRanges_;
     std::vector<std::pair<Region, unsigned>> exempt_;
     Files startConf_, confBefore_;
-    std::vector<Bytes> startEeprom_, eepromBefore_;
     std::vector<std::string> secrets_;
 };
 

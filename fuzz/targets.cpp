@@ -4,18 +4,13 @@
 #include <cstring>
 #include <iterator>
 #include <memory>
-#include <regex>
 #include <string>
 
-#include "config/password_rule/password_rule_layout.h"
 #include "config/smtp/smtp_layout.h"
 #include "config/snmp/snmp_agent_layout.h"
 #include "config/snmp/snmp_trap_layout.h"
 #include "config/syslog/syslog_layout.h"
-#include "core/eeprom_map.h"
-#include "fan/fan_curve_layout.h"
 #include "harness.h"
-#include "power/power_layout.h"
 #include "update/update_layout.h"
 
 using namespace qfuzz;
@@ -217,69 +212,6 @@ void serviceLoad(const std::uint8_t *data, std::size_t size) {
             fail("%s: byte %zu changed across a save and a reload", v.what, i);
 }
 
-// ---- EEPROM records: the password rule (get reports what was stored) and
-// the power peak delay (a request's first byte picks get, even, or set, odd) ----
-
-namespace pw = qrx::pwrule;
-const Bytes kStartRule = {1, 12, 1, 0x0F, 90, 0, 5, 3, 30, 0, 0, 0};  // enabled: every input starts from one cache
-
-Bytes getRule() {
-    const Bytes response = exactGet("password rule get", pw::kRecordSize + 1, QuorixGetUserPasswordRuleInterface);
-    if (response[0] != 0) fail("password rule get answered 0x%X", response[0]);
-    return Bytes(response.begin() + 1, response.end());
-}
-
-void passwordRuleInit() {
-    putEeprom(pw::kEepromOffset, kStartRule);
-    g_session = std::make_unique<Session>(std::vector<Region>{}, std::vector<Region>{{pw::kEepromOffset, pw::kRecordSize}});
-}
-
-void passwordRule(const std::uint8_t *data, std::size_t size) {
-    g_session->startInput();
-    quorix_passwd_rule_got_flag = 0;
-    if (getRule() != kStartRule) fail("password rule cache did not take the enabled EEPROM record");
-    for (Bytes &req : splitRequests(data, size, 6)) {
-        const Bytes stored = eeprom({pw::kEepromOffset, pw::kRecordSize});
-        g_session->before();
-        const unsigned cc = static_cast<unsigned>(QuorixSetUserPasswordRuleInterface(bytesOf(req), int(req.size())));
-        g_session->after("password rule set", cc);
-        expectCode("password rule set", cc, {0x00, 0xC7, 0xC9});
-        const Bytes now = eeprom({pw::kEepromOffset, pw::kRecordSize});
-        if (now != stored && getRule() != now) fail("password rule get differs from the record just stored");
-    }
-}
-
-Bytes powerPeak(bool set, Bytes req, int *n) {
-    Bytes response(set ? 1 : 3, 0);
-    *n = set ? QuorixSetPowerPeakConfigInterface(bytesOf(req), int(req.size()), response.data())
-             : QuorixGetPowerPeakConfigInterface(bytesOf(req), int(req.size()), response.data());
-    return response;
-}
-
-void powerPeakInit() {
-    int n = 0;
-    if (powerPeak(true, {0x2C, 0x01}, &n) != Bytes{0}) fail("power peak set of 300 s failed");
-    g_session = std::make_unique<Session>(std::vector<Region>{}, std::vector<Region>{{qrx::eeprom::kPowerPeakOffset, 2}});
-}
-
-void powerPeak(const std::uint8_t *data, std::size_t size) {
-    g_session->startInput();
-    int n = 0;
-    for (Bytes &chunk : splitRequests(data, size, 6)) {
-        if (chunk.empty()) continue;
-        const bool set = chunk[0] & 1;
-        g_session->before();
-        const Bytes r = powerPeak(set, Bytes(chunk.begin() + 1, chunk.end()), &n);
-        g_session->after("power peak", r[0]);
-        expectCode("power peak", r[0], set ? std::vector<unsigned>{0x00, 0xC7, 0xCC} : std::vector<unsigned>{0x00, 0xC7});
-        if (n != (r[0] == 0 && !set ? 3 : 1)) fail("power peak answered length %d", n);
-        if (r[0] == 0 && !set && (r[1] | r[2] << 8) > qrx::power::kPowerPeakMaxDelay) fail("delay above the longest");
-        const Bytes stored = eeprom({qrx::eeprom::kPowerPeakOffset, 2});
-        if (r[0] == 0 && set && (chunk.size() < 3 || stored != Bytes(chunk.begin() + 1, chunk.begin() + 3) || powerPeak(false, {}, &n) != Bytes{0, stored[0], stored[1]}))
-            fail("power peak set did not store its delay");
-    }
-}
-
 // ---- Task-table handlers: the low two bits of the first byte give the
 // request length, the request follows, and the rest patches a cleared table
 // three bytes at a time (task, offset within the record's first 256, value).
@@ -329,85 +261,6 @@ void updateInfo(const std::uint8_t *data, std::size_t size) {  // the first twel
     taskHandler(data, size, 38, 11, QuorixGetUpdateInfoInterface, {0, 0xC7, 0xCC});
 }
 
-// ---- Console commands, the input is the text: any curve id may be named,
-// so a curve command may write anywhere in the block, but never outside it;
-// other commands write only the raise byte ("pwmraise") or nothing. The debug
-// flag setter writes only the flag a text names and returns the text unchanged ----
-
-void fanParam(const std::uint8_t *data, std::size_t size) {
-    std::string text(reinterpret_cast<const char *>(data), size);
-    if (std::regex_search(text, std::regex("disable|enable|liner|bjpid"))) return (void)set_fan_param(text.data());
-    BlockWatch watch({{qrx::fancurve::kMissingFanRaiseOffset, text.find("pwmraise") != std::string::npos ? 1u : 0u}});
-    watch.arm();
-    set_fan_param(text.data());
-    watch.disarm("set_fan_param");
-}
-
-void debugInfo(const std::uint8_t *data, std::size_t size) {
-    std::string text(reinterpret_cast<const char *>(data), size);
-    const std::string copy = text;
-    BlockWatch watch({{0x621F7C, 10}});
-    watch.arm();
-    const char *result = SetDebugInformation(text.data());
-    if (!watch.disarm("SetDebugInformation").empty() && !std::regex_search(text, std::regex("debug[0-9]_")))
-        fail("a flag changed that the text does not name");
-    if (result != text.data() || text != copy) fail("SetDebugInformation did not return its text unchanged");
-}
-
-// ---- Validators and word tables: a selector byte, a parameter byte, then the
-// text. Each answers one of its defined results, the same one twice, never
-// writes its input, and fills only output buffers of the size it is told ----
-
-const struct {
-    int (*fn)(const char *);
-    int valid, invalid;
-} kTextChecks[] = {
-    {QuorixIsValidIpv4, 0, -1}, {QuorixIsValidIpv6, 0, -1}, {QuorixIsValidDomain, 0, -1}, {QuorixIsValidPasswd, 0, -1},
-    {[](const char *t) { return Quorix_validate_email(t); }, 1, 0},
-    {[](const char *t) { return QuorixIsValidSenderAddress(t); }, 0, 1},
-    {[](const char *t) { return FilterSensitiveWordsForSec(t); }, 0, 1},
-    {[](const char *t) { return int(ValidateAUTHProtocol(t)); }, 0, 1},
-    {[](const char *t) { return int(ValidatePrivProtocol(t)); }, 0, 1},
-    {[](const char *t) { return int(ValidateHostID(t)); }, 0, 1},
-    {[](const char *t) { return VerifyStrIsDigit(t, 16); }, 1, 0},
-    {[](const char *t) { return QuorixIsValidUserName(t, 16, 1); }, 1, 0},
-    {[](const char *t) { return int(ValidateSNMPTrapCfgInput(reinterpret_cast<const unsigned char *>(t), int(strlen(t)))); }, 0, 1}};
-unsigned (*const kWordToIndex[])(const char *, unsigned char *) = {
-    ValidateEnableDisable,        ValidateEnableDisableLittleLetter, ValidateAutoManualLittleLetter,
-    ValidateSnmpCfgType,          ValidateSnmpTrapVersion,           ValidateEventLevelStrToIndex,
-    ValidateSyslogTagStrToIndex,  ValidateSyslogEnableStrToIndex,    ValidateSyslogProtocalStrToIndex,
-    ValidateSyslogTypeStrToIndex, ValidateSyslogLevelStrToIndex};
-unsigned (*const kIndexToWord[])(int, char *, unsigned) = {
-    ValidateEnableDisableIndexToString, ValidateSnmpTrapIndexToString,     ValidateEventLevelLimitIndexToString,
-    ValidateSyslogTagIndexToString,     ValidateSyslogEnableIndexToString, ValidateSyslogProtocalIndexToString,
-    ValidateSyslogTypeIndexToString,    ValidateSyslogLevelIndexToString};
-
-void validators(const std::uint8_t *data, std::size_t size) {
-    if (size < 2) return;
-    const std::string original(data + 2, data + size);
-    std::string text = original;
-    const std::size_t texts = std::size(kTextChecks), words = std::size(kWordToIndex), given = data[1] % 96;
-    const std::size_t pick = data[0] % (texts + words + std::size(kIndexToWord) + 1);
-    auto out = std::make_unique<char[]>(given + 1);  // one more for the digits' terminator
-    if (pick < texts) {
-        const int r = kTextChecks[pick].fn(text.c_str()), again = kTextChecks[pick].fn(text.c_str());
-        if ((r != kTextChecks[pick].valid && r != kTextChecks[pick].invalid) || r != again)
-            fail("text check %zu answered %d, then %d", pick, r, again);
-    } else if (pick < texts + words) {
-        unsigned char index = 0xA5;  // not found leaves it alone; found gives a position in a table of at most four
-        const unsigned r = kWordToIndex[pick - texts](text.c_str(), &index);
-        if (r > 1 || (r == 1 && index != 0xA5) || (r == 0 && index > 3)) fail("word table %zu answered %u, %u", pick, r, index);
-    } else if (pick < texts + words + std::size(kIndexToWord)) {
-        const unsigned r = kIndexToWord[pick - texts - words](static_cast<signed char>(text[0]), out.get(), unsigned(given));
-        if (r > 1 || (r == 0 && given > 0 && std::memchr(out.get(), 0, given) == nullptr)) fail("index table answered %u", r);
-    } else {  // 2 x length digits and their terminator need that room
-        const int length = int(text.size()), capacity = int(given);
-        if (QuorixConvertHextoStr(reinterpret_cast<unsigned char *>(text.data()), out.get(), length, capacity) != (capacity < 2 * length))
-            fail("QuorixConvertHextoStr misjudged its room");
-    }
-    if (text != original) fail("validator %u changed its input", data[0]);
-}
-
 const struct Target {
     const char *name;
     void (*init)();
@@ -417,10 +270,8 @@ const struct Target {
     {"snmp_agent_set", serviceSetInit<2>, serviceSet<2>}, {"smtp_set", serviceSetInit<3>, serviceSet<3>},
     {"syslog_conf_load", nullptr, serviceLoad<0>},     {"snmp_trap_json", nullptr, serviceLoad<1>},
     {"snmp_agent_json", nullptr, serviceLoad<2>},      {"smtp_json", nullptr, serviceLoad<3>},
-    {"password_rule", passwordRuleInit, passwordRule}, {"power_peak", powerPeakInit, powerPeak},
     {"background_task", nullptr, backgroundTask},      {"update_info", nullptr, updateInfo},
-    {"fan_param", nullptr, fanParam},                  {"debug_info", nullptr, debugInfo},
-    {"validators", nullptr, validators}};
+};
 const Target *g_target = nullptr;
 
 }  // namespace
