@@ -1,11 +1,8 @@
-// The harness every fuzz target shares. Each target runs in the sandbox
-// against the simulated BMC and checks more than "no crash": the block lies
-// between inaccessible pages, and while a call runs, the pages it may not
-// write are read-only (sampled, see fullWatchDue); a refused request changes
-// neither the block nor "/conf", and restarts nothing;
-// secrets never show in clear in a get response or a configuration file;
-// responses go to heap buffers of exactly their size. A broken invariant
-// aborts with a message, so libFuzzer keeps the input.
+// The harness every fuzz target shares. Each runs in the sandbox against the simulated BMC and checks more than
+// "no crash": the block lies between inaccessible pages, and while a call runs the pages it may not write are
+// read-only (sampled, see fullWatchDue); a refused request changes neither the block nor "/conf" and restarts
+// nothing; secrets never show in clear in a get response or a configuration file; responses go to heap buffers
+// of exactly their size. A broken invariant aborts with a message, so libFuzzer keeps the input.
 #pragma once
 
 #include <dlfcn.h>
@@ -33,20 +30,13 @@ namespace qfuzz {
 namespace fs = std::filesystem;
 using Bytes = std::vector<unsigned char>;
 using Files = std::map<std::string, std::string>;
-struct Region {
-    std::size_t offset, length;
-};
-struct TextField {
-    const char *name;  // the JSON key for a secret
-    std::size_t offset, size;
-};
+struct Region { std::size_t offset, length; };
+struct TextField { const char *name; std::size_t offset, size; };  // a secret's name is its JSON key
 
 [[noreturn]] __attribute__((format(printf, 1, 2))) inline void fail(const char *format, ...) {
     va_list ap;
     va_start(ap, format);
-    std::fprintf(stderr, "\n==== fuzz invariant broken: ");
-    std::vfprintf(stderr, format, ap);
-    std::fprintf(stderr, " ====\n");
+    std::fprintf(stderr, "\n==== fuzz invariant broken: "), std::vfprintf(stderr, format, ap), std::fprintf(stderr, " ====\n");
     std::abort();
 }
 
@@ -87,8 +77,7 @@ inline Files confFiles() {
 
 inline void writeFile(const std::string &path, const std::string &contents) {
     std::error_code ec;
-    fs::create_directories(fs::path(path).parent_path(), ec);
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << contents;
+    fs::create_directories(fs::path(path).parent_path(), ec), std::ofstream(path, std::ios::binary) << contents;
 }
 
 // An empty request is a zero-size heap block, not a null pointer: any read of it is caught.
@@ -125,13 +114,11 @@ inline bool inside(const std::vector<Region> &regions, std::size_t at) {
 // Protecting the whole block costs about 1.5 ms, more than most calls: only every 16th call, the first
 // (a reproduction) and all under QUORIX_FUZZ_FULL_WATCH run with the rest of the block read-only.
 inline bool fullWatchDue() {
-    static const bool always = std::getenv("QUORIX_FUZZ_FULL_WATCH") != nullptr;
     static unsigned calls = 0;
-    return always || calls++ % 16 == 0;
+    return std::getenv("QUORIX_FUZZ_FULL_WATCH") != nullptr || calls++ % 16 == 0;
 }
 
-// Write access of the block during one call: only the pages of the owned regions stay writable, and
-// disarm() fails on changed bytes outside the regions.
+// Write access of the block during one call: only the pages of the owned regions stay writable.
 class BlockWatch {
 public:
     explicit BlockWatch(std::vector<Region> owned) : owned_(std::move(owned)) {
@@ -149,7 +136,7 @@ public:
             for (std::size_t p : pages_) protect(p, 1, PROT_READ | PROT_WRITE);
         }
     }
-    // The owned bytes the call changed.
+    // Fails on changed bytes outside the regions; answers the owned bytes the call changed.
     std::vector<std::size_t> disarm(const char *what) {
         if (protected_) protect(0, qrx::kSharedBlockSize / kPage, PROT_READ | PROT_WRITE);
         std::vector<std::size_t> changed;
@@ -185,20 +172,14 @@ public:
     explicit Session(std::vector<Region> owned) : watch_(std::move(owned)), startConf_(confFiles()) {}
     void startInput() {
         watch_.restore();
-        const Files now = confFiles();
         std::error_code ec;
-        for (const auto &entry : now)
-            if (startConf_.count(entry.first) == 0) fs::remove(entry.first, ec);
+        for (const auto &[path, contents] : confFiles())
+            if (startConf_.count(path) == 0 || startConf_.at(path) != contents) fs::remove(path, ec);
         for (const auto &[path, contents] : startConf_)
-            if (now.count(path) == 0 || now.at(path) != contents) writeFile(path, contents);
+            if (!fs::exists(path, ec)) writeFile(path, contents);
         secrets_.clear();
     }
-    // Around one call: everything a refusal must leave alone is compared.
-    void before() {
-        confBefore_ = confFiles();
-        takeCommands();
-        watch_.arm();
-    }
+    void before() { confBefore_ = confFiles(), takeCommands(), watch_.arm(); }
     void after(const char *what, unsigned cc) {
         const std::vector<std::size_t> changed = watch_.disarm(what);
         std::vector<Region> exempt;

@@ -1,10 +1,5 @@
-// The fuzz targets, one row of kTargets each: every executable links the same
-// code and runs the row its own name gives (fuzz_<target>). The services with
-// a configuration file differ only in a row of kServices.
-#include <cstring>
-#include <iterator>
-#include <memory>
-#include <string>
+// The fuzz targets, one row of kTargets each: every executable links the same code and runs the row its own
+// name gives (fuzz_<target>). The services with a configuration file differ only in a row of kServices.
 
 #include "config/smtp/smtp_layout.h"
 #include "config/snmp/snmp_agent_layout.h"
@@ -16,10 +11,7 @@
 using namespace qfuzz;
 
 // The platform's command runner: recorded, not run (see takeCommands).
-extern "C" int safe_system(const char *command) {
-    g_commands.emplace_back(command == nullptr ? "(null)" : command);
-    return command == nullptr ? -1 : 0;
-}
+extern "C" int safe_system(const char *command) { return g_commands.emplace_back(command ? command : "(null)"), command ? 0 : -1; }
 
 namespace st = qrx::config::snmptrap;
 namespace sa = qrx::config::snmpagent;
@@ -42,25 +34,21 @@ struct Service {
     int (*fromMem)(unsigned char *record);           // the record read in clear; nullptr: none
     std::vector<TextField> secrets, texts;           // record fields a load leaves terminated; a secret's name is its JSON key
     bool getBlanksSecrets;                           // the get answers zeros there, not protected bytes
-    std::size_t entries, entrySize;                  // the list's records
-    std::vector<TextField> entryTexts;               // and their fields a load leaves terminated
+    std::size_t entries, entrySize;                  // the list's records, and their fields a load leaves terminated:
+    std::vector<TextField> entryTexts;
     std::size_t notSaved;                            // a byte of `owned` the file drops; SIZE_MAX: none
     std::vector<unsigned> codes;                     // completion codes of the set handler
-    // The set request, between session.before() and after(); notes the
-    // secrets an accepted request stored and the regions a refusal may still change.
-    unsigned (*set)(Bytes &request, Session &session);
+    unsigned (*set)(Bytes &request, Session &session);  // the call around(); notes secrets stored and exemptions
 };
 
 unsigned char *engineId() { return block() + st::kRecordOffset + st::kEngineId; }
 int length(const Bytes &req) { return static_cast<int>(req.size()); }
 
-// Each service's set: `s.before()`, the call, `s.after()`, then the secrets it stored.
 template <typename Call>
 unsigned around(Session &s, const char *what, Call call) {
     s.before();
     const unsigned cc = call();
-    s.after(what, cc);
-    return cc;
+    return s.after(what, cc), cc;
 }
 
 const Service kServices[] = {
@@ -141,13 +129,11 @@ const Service kServices[] = {
      }},
 };
 
-// The gets into buffers of exactly their size, completion code dropped; the
-// syslog switch and tag, and the record read in clear, must read back too.
+// The gets into buffers of exactly their size, code dropped; the syslog switch and tag and the record in clear too.
 void readBack(const Service &v, Bytes &record, Bytes &list) {
     record = exactGet(v.what, v.recordSize + 1, [&](unsigned char *b) { return v.get(0, b); });
     list = exactGet(v.what, v.listSize + 1, [&](unsigned char *b) { return v.listSize ? v.get(1, b) : 1; });
-    record.erase(record.begin());
-    list.erase(list.begin());
+    record.erase(record.begin()), list.erase(list.begin());
     Bytes clear(v.recordSize);
     char tag[sl::kTagTextSize];
     if (v.fromMem != nullptr && v.fromMem(clear.data()) != 0) fail("%s record read from memory failed", v.what);
@@ -163,8 +149,7 @@ void serviceSetInit() {
     g_session = std::make_unique<Session>(std::vector<Region>{v.owned});
 }
 
-// Request sequences: each request is checked against the refusal rules, its
-// completion codes, the gets and the secrets it stored.
+// Request sequences: each request against the refusal rules, its completion codes, the gets and its secrets.
 template <int I>
 void serviceSet(const std::uint8_t *data, std::size_t size) {
     const Service &v = kServices[I];
@@ -184,9 +169,8 @@ void serviceSet(const std::uint8_t *data, std::size_t size) {
     }
 }
 
-// The input is the file: the loader writes only its region, never the file,
-// leaves its text fields terminated, and what it stored survives a save and
-// a second load.
+// The input is the file: the loader writes only its region, never the file, leaves its texts terminated, and
+// what it stored survives a save and a second load.
 template <int I>
 void serviceLoad(const std::uint8_t *data, std::size_t size) {
     const Service &v = kServices[I];
@@ -212,10 +196,9 @@ void serviceLoad(const std::uint8_t *data, std::size_t size) {
             fail("%s: byte %zu changed across a save and a reload", v.what, i);
 }
 
-// ---- Task-table handlers: the low two bits of the first byte give the
-// request length, the request follows, and the rest patches a cleared table
-// three bytes at a time (task, offset within the record's first 256, value).
-// A refusal is one byte; a report lists the tasks in use in id order ----
+// ---- Task-table handlers: the low two bits of the first byte give the request length, the request follows,
+// and the rest patches a cleared table three bytes at a time (task, offset within the record's first 256,
+// value). A refusal is one byte; a report lists the tasks in use in id order ----
 
 const unsigned char *taskRecord(int id) { return block() + upd::kTaskTableOffset + std::size_t(id) * upd::kTaskRecordSize; }
 
@@ -227,8 +210,7 @@ void taskHandler(const std::uint8_t *data, std::size_t size, std::size_t entry, 
     std::memset(block() + upd::kTaskTableOffset, 0, upd::kTaskCount * upd::kTaskRecordSize);
     for (std::size_t at = 1 + request.size(); at + 3 <= size; at += 3)
         block()[upd::kTaskTableOffset + data[at] % upd::kTaskCount * upd::kTaskRecordSize + data[at + 1]] = data[at + 2];
-    // The handlers refresh the progress estimate of CPLD and FPGA tasks (the
-    // CPLD one also clears the start time of an ended task) and write nothing else.
+    // They refresh the progress estimate of CPLD and FPGA tasks (CPLD: the start time of an ended task too), nothing else.
     std::vector<Region> estimates;
     for (std::size_t id : {2, 3, 4, 7, 8, 9, 10, 14}) {
         estimates.push_back({std::size_t(taskRecord(int(id)) - block()) + upd::task::kProgress, 1});
@@ -282,11 +264,7 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***argv) {
         if (self == std::string("fuzz_") + t.name) g_target = &t;
     if (g_target == nullptr) fail("%s names no fuzz target", self.c_str());
     bindOnce();
-    if (g_target->init != nullptr) g_target->init();
-    return 0;
+    return g_target->init != nullptr ? g_target->init(), 0 : 0;
 }
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    g_target->one(data, size);
-    return 0;
-}
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) { return g_target->one(data, size), 0; }

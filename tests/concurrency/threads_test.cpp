@@ -26,13 +26,10 @@ TEST_F(Threads, PowerButtonLock_OneCallerAtATimeEvenWhileInitialising) {
     static std::atomic<int> inside{0}, mostInside{0}, reads{0}, lastRead{-1}, unpaired{0};
     qtest::replaceSlot(qrx::Slot::QuorixGetMBCPLDButtonInfo, +[] { return lastRead = reads++; });
     qtest::replaceSlot(qrx::Slot::QuorixBMCControlPWRON, +[](int buttonInfo) {
-        for (int now = ++inside, most = mostInside; now > most && !mostInside.compare_exchange_weak(most, now);) {
-        }
+        for (int now = ++inside, most = mostInside; now > most && !mostInside.compare_exchange_weak(most, now);) continue;
         unpaired += buttonInfo != lastRead;  // another caller's read in between
-        for (volatile int spin = 0; spin < 200; ++spin) {
-        }
-        --inside;
-        return 0;
+        for (volatile int spin = 0; spin < 200; ++spin) continue;
+        return --inside, 0;
     });
     std::atomic<int> nonZero{0};
     runTogether([&] {

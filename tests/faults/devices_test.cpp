@@ -1,5 +1,5 @@
-// FRU devices and the main-board EEPROM failing or moving half of a transfer:
-// each caller answers as it defines, and what a device held before survives.
+// FRU devices and the main-board EEPROM failing or moving half of a transfer: each caller answers as it
+// defines, and what a device held before survives.
 #include "quorix_test.h"
 
 namespace {
@@ -18,8 +18,7 @@ TEST_F(FaultyDevices, FruFailuresAndShortReadsLeaveTheStoredRecordAndProtectedDe
     const Bytes record = {0x01, 0x00, 0x00, 0x01, 0x0A, 0x00, 0x00, 0xF4, 0xC5, 'Q', 'R', 'X', '-', '0', '1', 0xC1};
     Bytes copy = record, other(16, 0x5A), back(16, 0);
     ASSERT_EQ(quorix_write_fru(7, 0x40, 16, copy.data()), 16);
-    fault(kFruWrite, kFail);
-    fault(kFruRead, kShort);  // a short read is a failure however many bytes arrived
+    fault(kFruWrite, kFail), fault(kFruRead, kShort);  // a short read is a failure however many bytes arrived
     int write = 0, read = 0;
     EXPECT_EQ(qtest::captureStdout([&] { write = quorix_write_fru(7, 0x40, 16, other.data()), read = quorix_read_fru(7, 0x40, 16, back.data()); }),
               "[INFO]: Write FRU Info Failed. Ret = -1\n[INFO]: Read FRU Info Failed. Length = 8\n");
@@ -36,8 +35,7 @@ TEST_F(FaultyDevices, ComAndSolCacheWhatTheEepromRefusedOrCouldNotRead) {
     qtest::putEeprom(5120, {1, 4});
     for (Fault f : {kFail, kShort}) {  // half of one byte is nothing at all
         qtest::putText(kSolCache, "\xFF\xFF");
-        fault(kEepromWrite, f);
-        fault(kEepromRead, f);
+        fault(kEepromWrite, f), fault(kEepromRead, f);
         const int com = f == kFail ? 2 : 0, set = QuorixSetComCfg(com) + QuorixSetSolCfg(16) + 10 * QuorixSetComCfg(3);
         EXPECT_EQ(std::vector<int>({set, QuorixGetComCfg(), QuorixGetSolCfg()}), std::vector<int>({-10, com, 16})) << f;
         qtest::putText(kSolCache, "\xFF\xFF");

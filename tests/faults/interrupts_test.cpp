@@ -1,10 +1,5 @@
-// System calls interrupted over and over: a thread keeps signalling the caller
-// (the handler is installed without SA_RESTART) while a queue read or a sleep
-// waits; each call still ends with its normal result and exact bytes.
-#include <pthread.h>
-
-#include <atomic>
-#include <chrono>
+// System calls interrupted over and over: a thread keeps signalling the caller (the handler is installed
+// without SA_RESTART) while a queue read or a sleep waits; each still ends with its normal result and bytes.
 #include <thread>
 
 #include "quorix_test.h"
@@ -33,8 +28,7 @@ struct SignalStorm {
     }
     ~SignalStorm() {
         stop = true;
-        thread.join();
-        sigaction(SIGUSR1, &saved, nullptr);
+        thread.join(), sigaction(SIGUSR1, &saved, nullptr);
         EXPECT_GE(g_handled, 20);
     }
     struct sigaction saved {};
@@ -45,7 +39,6 @@ struct SignalStorm {
 using Interrupted = qtest::BoundTest;
 
 TEST_F(Interrupted, QueueReadGetsTheWholePayload) {
-    qtest::removeQueue(kKey);
     const int id = QuorixCreateMsgQueue(kKey);
     const qtest::Bytes sent = qtest::pattern(1024, 3);
     qtest::Bytes got(1100, 0xEE), expected = sent;
@@ -57,7 +50,6 @@ TEST_F(Interrupted, QueueReadGetsTheWholePayload) {
     }
     EXPECT_TRUE(id >= 0 && sendResult == 0 && rc == 0) << id << " " << sendResult << " " << rc;
     EXPECT_EQ(got, expected);
-    qtest::removeQueue(kKey);
 }
 
 // One line per resumed sleep: at least one, never more than the signals seen.

@@ -1,16 +1,12 @@
-// A reader that dies while a daemon writes to it on a named pipe: the writer
-// gets its failure result instead of being killed by SIGPIPE.
+// A reader that dies while a daemon writes to it on a named pipe: the writer gets its failure result
+// instead of being killed by SIGPIPE.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/wait.h>
 
-#include <atomic>
-
 #include "quorix_test.h"
 
-namespace {
-std::atomic<pid_t> g_victim{0};  // the reader the hook kills
-}  // namespace
+static std::atomic<pid_t> g_victim{0};  // the reader the hook kills
 
 // The writer blocks SIGPIPE between its open and its write, which is where this hook strikes.
 extern "C" int pthread_sigmask(int how, const sigset_t *set, sigset_t *old) {

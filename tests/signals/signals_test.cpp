@@ -1,29 +1,25 @@
-// QuorixInitSignals' handler table: what each signal prints and logs, and
-// which ones end the process. Each case runs in a forked child whose debug
-// log goes to the unbuffered console, so one stream shows both in call order.
-#include <pthread.h>
-#include <signal.h>
+// QuorixInitSignals' handler table: what each signal prints and logs, and which ones end the process. Each
+// case runs in a forked child whose debug log goes to the unbuffered console: one stream shows both in order.
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
-#include <unistd.h>
 
 #include "quorix_test.h"
 
 namespace {
 
-using Lines = std::vector<std::string>;
 const std::vector<int> kReported = {SIGTRAP, SIGUSR1, SIGUSR2, SIGPIPE,   SIGCONT,  SIGTSTP, SIGTTIN, SIGTTOU, SIGURG,
                                     SIGXCPU, SIGXFSZ, SIGPROF, SIGVTALRM, SIGWINCH, SIGPWR,  SIGTERM},
-                       kOthers = {SIGIO, SIGQUIT, SIGILL, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGCHLD, 0, SIGHUP, SIGINT, SIGALRM, SIGSYS};
+                       kAll = {SIGIO, SIGQUIT, SIGILL, SIGABRT, SIGBUS, SIGFPE, SIGSEGV, SIGCHLD, 0, SIGHUP, SIGINT, SIGALRM, SIGSYS};
 
 qtest::ChildResult daemon(const std::function<void()> &fn) {
     return qtest::runInChild([&] { setvbuf(stdout, nullptr, _IONBF, 0), fn(); });  // the handlers end without flushing
 }
 
 // Per signal (0: a separator): 'R' a handler that blocks every signal and restarts calls, 'D' the default, '?' else.
-std::string dispositions(const std::vector<int> &signals) {
+std::string dispositions(std::vector<int> signals = kAll) {
     std::string d;
+    if (signals == kAll) signals.insert(signals.begin(), kReported.begin(), kReported.end());
     for (int sig : signals) {
         struct sigaction a {};
         bool blocksAll = sig != 0 && sigaction(sig, nullptr, &a) == 0 && (a.sa_flags & SA_RESTART) != 0;
@@ -35,17 +31,16 @@ std::string dispositions(const std::vector<int> &signals) {
 
 struct Signals : qtest::BoundTest {
     void SetUp() override {
-        BoundTest::SetUp();
-        qtest::logToConsole({"QRXMONITOR", "PSUMON", "SECOND", "XYCDEFGHIJ", "XY", "ABCDEFGHIJKLMNOPQRSTUVWXYZ012345"});
+        BoundTest::SetUp(), qtest::logToConsole({"QRXMONITOR", "PSUMON", "SECOND", "XYCDEFGHIJ", "XY", "ABCDEFGHIJKLMNOPQRSTUVWXYZ012345"});
     }
 };
 
 TEST_F(Signals, InitInstallsTheWholeTableOnlyWhenGivenAModuleName) {
     const auto child = daemon([] {
-        const std::string before = dispositions(kReported) + dispositions(kOthers);  // a sanitizer may hold some
-        const int refused = QuorixInitSignals(nullptr, 8), unchanged = dispositions(kReported) + dispositions(kOthers) == before;
+        const std::string before = dispositions();  // a sanitizer may hold some
+        const int refused = QuorixInitSignals(nullptr, 8), unchanged = dispositions() == before;
         const int accepted = QuorixInitSignals("QRXMONITOR", 11);
-        std::printf("%d %d %d %s\n", refused, unchanged, accepted, (dispositions(kReported) + dispositions(kOthers)).c_str());
+        std::printf("%d %d %d %s\n", refused, unchanged, accepted, dispositions().c_str());
         const unsigned kill = InstallSignal(SIGKILL, SIG_IGN), bad = InstallSignal(99, SIG_IGN), hup = InstallSignal(SIGHUP, SIG_IGN);
         std::printf("%u %u %u %s\n", kill, bad, hup, dispositions({SIGHUP}).c_str());
     });
@@ -66,8 +61,7 @@ TEST_F(Signals, NonFatalSignalsPrintTheirLineAndOnlyAbortEndsTheDaemon) {
 }
 
 void *faultOnNamedThread(void *) {
-    prctl(PR_SET_NAME, "hdd-scan", 0, 0, 0);
-    std::printf("tid=%ld\n", static_cast<long>(syscall(SYS_gettid)));
+    prctl(PR_SET_NAME, "hdd-scan", 0, 0, 0), std::printf("tid=%ld\n", static_cast<long>(syscall(SYS_gettid)));
     *static_cast<volatile int *>(mmap(nullptr, 4096, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) = 0x1234;
     return nullptr;
 }
@@ -80,30 +74,27 @@ TEST_F(Signals, FatalSignalsPrintAndLogBacktraceAndThreadThenEndWith255) {
         std::vector<std::pair<const char *, int>> names;
         int signum;
         std::string thread, consoleName, logName;  // thread "(hdd-scan)": a real fault on a named thread
-    } rows[] = {{{{"PSUMON", 7}}, SIGSEGV, "(hdd-scan)", "PSUMON", " "},
-                {{{"PSUMON", 7}}, SIGSEGV, "(psu-main)", "PSUMON", " "},
+    } rows[] = {{{{"PSUMON", 7}}, SIGSEGV, "(hdd-scan)", "PSUMON", " "}, {{{"PSUMON", 7}}, SIGSEGV, "(psu-main)", "PSUMON", " "},
                 {{{"PSUMON", 7}}, SIGILL, "(psu-main)", "QuorixMonitor", "  QuorixMonitor"},
                 {{{"FIRST", 6}, {"SECOND", 7}}, SIGBUS, "(psu-main)", "SECOND", "QuorixMonitor"},
                 {{{"ABCDEFGHIJ", 11}, {"XY", 2}}, SIGBUS, "(psu-main)", "XYCDEFGHIJ", "QuorixMonitor"},
                 {{{"ABCDEFGHIJ", 11}, {"XY", 3}}, SIGBUS, "(psu-main)", "XY", "QuorixMonitor"},
                 {{{"ABCDEFGHIJ", 11}, {"XY", 32}}, SIGBUS, "(psu-main)", "XY", "QuorixMonitor"},
                 {{{kLong.c_str(), 41}}, SIGBUS, "(psu-main)", kLong.substr(0, 32), "QuorixMonitor"},
-                {{{"IGNORED", 0}}, SIGBUS, "(psu-main)", "QRXMONITOR", "QuorixMonitor"},
-                {{{"IGNORED", -5}}, SIGBUS, "(psu-main)", "QRXMONITOR", "QuorixMonitor"}};
+                {{{"IGNORED", 0}}, SIGBUS, "(psu-main)", "QRXMONITOR", "QuorixMonitor"}, {{{"IGNORED", -5}}, SIGBUS, "(psu-main)", "QRXMONITOR", "QuorixMonitor"}};
     for (const auto &row : rows) {
         const auto child = daemon([&] {
             for (auto [name, length] : row.names) QuorixInitSignals(name, length);
             pthread_t thread;
             if (row.thread == "(hdd-scan)" && pthread_create(&thread, nullptr, faultOnNamedThread, nullptr) == 0) pthread_join(thread, nullptr);
-            prctl(PR_SET_NAME, "psu-main", 0, 0, 0);
-            std::printf("tid=%d\n", getpid()), raise(row.signum);
+            prctl(PR_SET_NAME, "psu-main", 0, 0, 0), std::printf("tid=%d\n", getpid()), raise(row.signum);
         });
-        const Lines lines = qtest::splitLines(qtest::withoutTimes(child.out));
+        const auto lines = qtest::splitLines(qtest::withoutTimes(child.out));
         ASSERT_TRUE(child.exited && child.status == 255 && lines.size() >= 9 && lines.size() % 2 == 1) << child.out;
         const std::string name = std::string("SIG") + sigabbrev_np(row.signum), end = " is terminating because of " + name + " !!!!!",
                           thread = "  Thread " + lines[0].substr(4) + " " + row.thread + " received " + name;
-        EXPECT_EQ(Lines(lines.end() - 4, lines.end()),
-                  (Lines{thread, "  " + row.consoleName + end, "[Critical]:" + thread, "[Critical]:" + row.logName + end}));
+        EXPECT_EQ(std::vector<std::string>(lines.end() - 4, lines.end()),
+                  (std::vector<std::string>{thread, "  " + row.consoleName + end, "[Critical]:" + thread, "[Critical]:" + row.logName + end}));
         bool handlerFrame = false;  // every frame printed, then logged; one of them is the library's handler
         for (std::size_t i = 1; i + 4 < lines.size(); i += 2) {
             EXPECT_TRUE(lines[i].find("[0x") != std::string::npos && lines[i + 1] == "[Critical]:" + lines[i]) << lines[i];
