@@ -1,38 +1,34 @@
-// Helpers of the SNMP trap, SNMP agent and SMTP service tests.
+// The three JSON-backed services as the tests drive them: their set entry
+// points, where their records stand in the block, and byte builders.
 #pragma once
 
 #include <json-c/json.h>
 
-#include <algorithm>
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "quorix_test.h"
 
 namespace svctest {
 
-using Bytes = std::vector<unsigned char>;
+using qtest::Bytes;
+constexpr std::size_t kTrapDest = 0x621C7E, kTrapRec = 0x621D4E, kSmtpRec = 0x621F91, kSmtpRcpt = 0x62209D,
+                      kAgentRec = 0x6221E9;
 
+inline Bytes operator+(Bytes a, const Bytes &b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+// Text in a zero-padded field of width bytes.
 inline Bytes text(const std::string &s, std::size_t width) {
     Bytes b(width, 0);
     std::memcpy(b.data(), s.data(), std::min(s.size(), width));
     return b;
 }
-
-inline Bytes cat(Bytes a, const Bytes &b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
+inline Bytes req(Bytes head, const std::string &data = "") {
+    return head + Bytes(data.begin(), data.end());
 }
-
-inline Bytes req(std::initializer_list<unsigned char> head, const std::string &data = "") {
-    Bytes r(head);
-    for (char c : data) r.push_back(static_cast<unsigned char>(c));
-    return r;
-}
-
-// The protected form the library stores for clear text over width bytes
-// (last byte zeroed as the services do when zeroLast).
+// The protected form the library stores for clear text over width bytes.
 inline Bytes protectedForm(const std::string &clear, std::size_t width, bool zeroLast) {
     Bytes b = text(clear, width);
     EXPECT_EQ(QuorixPwEncrypt(b.data(), static_cast<int>(width)), 0);
@@ -40,29 +36,28 @@ inline Bytes protectedForm(const std::string &clear, std::size_t width, bool zer
     return b;
 }
 
-// Parsed JSON file (null pointer when unreadable).
-struct Json {
-    json_object *root = nullptr;
-    explicit Json(const std::string &path) : root(json_object_from_file(path.c_str())) {}
-    ~Json() { json_object_put(root); }
-    json_object *at(const char *a, const char *b = nullptr) const {
-        json_object *o = nullptr;
-        if (!json_object_object_get_ex(root, a, &o)) return nullptr;
-        if (b == nullptr) return o;
-        json_object *p = nullptr;
-        return json_object_object_get_ex(o, b, &p) ? p : nullptr;
-    }
-    std::string str(const char *a, const char *b) const {
-        json_object *o = at(a, b);
-        return o && json_object_is_type(o, json_type_string) ? json_object_get_string(o) : "<missing>";
-    }
-    long num(const char *a, const char *b) const {
-        json_object *o = at(a, b);
-        return o && json_object_is_type(o, json_type_int) ? json_object_get_int64(o) : -12345;
-    }
-};
+inline unsigned setTrap(const Bytes &r) {
+    return QuorixSetBMCSnmpTrapCfgInterface(r.data(), static_cast<int>(r.size()));
+}
+inline unsigned setAgent(const Bytes &r) {
+    return QuorixSetBMCSnmpCfgInterface(r.data(), static_cast<int>(r.size()), nullptr, 0);
+}
+inline unsigned setSmtp(const Bytes &r) {
+    return QuorixSetBMCSmtpCfgInterface(r.data(), static_cast<int>(r.size()));
+}
 
-// Debug-log console capture of the "IPMI" module.
-inline void logIpmiToConsole() { qtest::logToConsole({"IPMI"}); }
+// A member of the parsed file: a string as it stands, anything else as plain
+// JSON text ("<missing>" when absent); section "" for a top-level key.
+inline std::string jsonMember(const std::string &path, const std::string &section, const char *key) {
+    json_object *root = json_object_from_file(path.c_str()), *s = root, *v = nullptr;
+    const bool found = (section.empty() || json_object_object_get_ex(root, section.c_str(), &s)) &&
+                       json_object_object_get_ex(s, key, &v);
+    std::string out = !found ? "<missing>"
+                      : json_object_is_type(v, json_type_string)
+                          ? json_object_get_string(v)
+                          : json_object_to_json_string_ext(v, JSON_C_TO_STRING_PLAIN);
+    json_object_put(root);
+    return out;
+}
 
 }  // namespace svctest
