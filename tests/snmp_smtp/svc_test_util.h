@@ -2,8 +2,6 @@
 // points, where their records stand in the block, and byte builders.
 #pragma once
 
-#include <json-c/json.h>
-
 #include <cstring>
 #include <string>
 
@@ -44,20 +42,6 @@ inline unsigned setAgent(const Bytes &r) {
 }
 inline unsigned setSmtp(const Bytes &r) {
     return QuorixSetBMCSmtpCfgInterface(r.data(), static_cast<int>(r.size()));
-}
-
-// A member of the parsed file: a string as it stands, anything else as plain
-// JSON text ("<missing>" when absent); section "" for a top-level key.
-inline std::string jsonMember(const std::string &path, const std::string &section, const char *key) {
-    json_object *root = json_object_from_file(path.c_str()), *s = root, *v = nullptr;
-    const bool found = (section.empty() || json_object_object_get_ex(root, section.c_str(), &s)) &&
-                       json_object_object_get_ex(s, key, &v);
-    std::string out = !found ? "<missing>"
-                      : json_object_is_type(v, json_type_string)
-                          ? json_object_get_string(v)
-                          : json_object_to_json_string_ext(v, JSON_C_TO_STRING_PLAIN);
-    json_object_put(root);
-    return out;
 }
 
 }  // namespace svctest
