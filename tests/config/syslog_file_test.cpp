@@ -88,20 +88,15 @@ TEST(SyslogHeaderParse, TakesOnlyTheValuesStartUpAccepts) {
                   (std::vector<int>{k.syslog, k.tag, k.level, k.protocol, k.tagSeen}))
             << k.line;
     }
-    const Destination none{};
-    const struct { std::string line; std::size_t index; Destination result; } dests[] = {
-        {"#DEST2=1,TYPE=1,PORT=6514,HOSTNAME=log.example.com", 2, dest(1, 1, "log.example.com", 6514)},
-        {"#DEST1=2,TYPE=4,PORT=65535,HOSTNAME=", 1, dest(0, 3, "", 514)},
-        {"#DEST1=0,TYPE=0,PORT=0,HOSTNAME=x", 1, dest(0, 0, "x", 514)},
-        {"#DEST4=1,TYPE=1,PORT=1,HOSTNAME=y", 3, none}, {"#DEST-1=1,TYPE=1,PORT=1,HOSTNAME=y", 0, none},
-        {"#DEST3=1,TYPE=2,PORT=65534,HOSTNAME=" + std::string(60, 'a'), 3, dest(1, 2, std::string(46, 'a'), 65534)},
-        {"#DEST0=1", 0, dest(1, 3, "", 514)}};  // a line cut after its enable still sets it
-    for (const auto &k : dests) {
-        SyslogConfig c;
-        int tagSeen = 0;
-        applyHeaderLine(k.line.c_str(), c, tagSeen);
-        EXPECT_EQ(c.dest[k.index], k.result) << k.line;
-    }
+    SyslogConfig c;
+    int tagSeen = 0;
+    for (const char *line : {"#DEST2=1,TYPE=1,PORT=6514,HOSTNAME=log.example.com", "#DEST1=2,TYPE=4,PORT=65535,HOSTNAME=x",
+                             "#DEST4=1,TYPE=1,PORT=1,HOSTNAME=y", "#DEST-1=1,TYPE=1,PORT=1,HOSTNAME=y", "#DEST0=1"})
+        applyHeaderLine(line, c, tagSeen);  // a line cut after its enable still sets it
+    applyHeaderLine(("#DEST3=0,TYPE=0,PORT=0,HOSTNAME=" + std::string(60, 'a')).c_str(), c, tagSeen);
+    const Destination dests[] = {dest(1, 3, "", 514), dest(0, 3, "x", 514), dest(1, 1, "log.example.com", 6514),
+                                 dest(0, 0, std::string(46, 'a'), 514)};
+    for (std::size_t i = 0; i < kDestCount; ++i) EXPECT_EQ(c.dest[i], dests[i]) << i;
 }
 
 }  // namespace

@@ -1,10 +1,9 @@
 // User password rule (single parameters, whole records, EEPROM copy and the
-// per-process cache), the preserve-setup flag and the BIOS setting files.
+// per-process cache) and the lookup in the BIOS setting files.
 #include <sys/stat.h>
 
 #include <cstdio>
 #include <cstring>
-#include <functional>
 #include <string>
 
 #include "quorix_test.h"
@@ -16,7 +15,7 @@ Bytes operator+(Bytes a, const Bytes &b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
 }
-constexpr int kRuleOffset = 5760, kConfFlagOffset = 648;
+constexpr int kRuleOffset = 5760;
 const int kEepromRead = qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom);
 const int kEepromWrite = qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom);
 
@@ -136,8 +135,7 @@ TEST(PasswordRuleFirstUse, CacheStartsAtTheDefaults) {
     EXPECT_EQ(get(), (Bytes{0, 0, 8, 0, 0, 0, 0, 0, 0, 5, 0, 0, 0}));
 }
 
-const std::string kBios = "/conf/redfish/bios/", kCurrent = kBios + "bios_current_settings.json",
-                  kFuture = kBios + "bios_future_settings.json";
+const std::string kBios = "/conf/redfish/bios/", kCurrent = kBios + "bios_current_settings.json";
 
 class BiosFiles : public qtest::BoundTest {
 protected:
@@ -147,37 +145,6 @@ protected:
         mkdir(kBios.c_str(), 0755);
     }
 };
-
-// The flag's cache must start unread: every case runs in a child of a process that never touched it.
-TEST_F(BiosFiles, ConfFlagReadsOnceAndWritesFutureSettingsBeforeTheEeprom) {
-    qtest::logToConsole({"QRXMONITOR", "QRXPWOFFPRO"});
-    const auto getTwice = [](bool setFirst) {  // the second get answers from the cache
-        unsigned char flag = 0xAA, again = 0xAA, zero = 0;
-        const int rc = setFirst ? QuorixSetConfFlagInterface(1) : QuorixGetConfFlagInterface(&flag);
-        if (!setFirst) QuorixWriteMainBoardEEprom(kConfFlagOffset, &zero, 1);
-        const unsigned reads = calls(kEepromRead);
-        QuorixGetConfFlagInterface(&again);
-        std::printf("| %d %d %d %u\n", rc, flag, again, calls(kEepromRead) - reads);
-    };
-    const char *current = R"({"Attributes":{"BootMode":"UEFI"}})";
-    const struct { const char *current; std::uint8_t initial; std::function<void()> run; std::string last; std::uint8_t eeprom; } cases[] = {
-        {nullptr, 1, [&] { getTwice(false); }, "| 0 1 1 0\n", 0}, {current, 0, [&] { getTwice(true); }, "| 0 170 1 0\n", 1},
-        {nullptr, 0, [] { std::printf("| %d %d\n", QuorixSetConfFlagInterface(2), QuorixSetConfFlagInterface(255)); }, "| 1 1\n", 0},
-        {nullptr, 0, [] { std::printf("| %d\n", QuorixSetConfFlagInterface(1)); }, "| 1\n", 0},  // no current settings
-        {current, 0, [] { std::printf("| %d\n", QuorixSetConfFlagInterface(0)); }, "| 0\n", 0}};
-    for (const auto &c : cases) {
-        qtest::putEeprom(kConfFlagOffset, {c.initial});
-        std::remove(kFuture.c_str());
-        std::remove(kCurrent.c_str());
-        if (c.current) qtest::writeFile(kCurrent, c.current);
-        const std::string out = qtest::inChild(c.run);
-        EXPECT_EQ(out.substr(out.rfind("| ")), c.last) << out;
-        EXPECT_EQ(qtest::eeprom(kConfFlagOffset, 1), Bytes{c.eeprom}) << c.last;
-        EXPECT_EQ(qtest::fileExists(kFuture), c.eeprom == 1) << c.last << " future settings written for a set to 1 only";
-        EXPECT_TRUE(c.last != "| 1\n" || out.find("\r\n===Generate Future Json File fail !!!======\r\n") != std::string::npos) << out;
-    }
-    EXPECT_EQ(qtest::inChild([] { std::printf("%d", QuorixGetConfFlagInterface(nullptr)); }), "-1");
-}
 
 TEST_F(BiosFiles, CurrentSettingLookupAnswersItsCodes) {
     char out[8];
