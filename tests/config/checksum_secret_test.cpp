@@ -23,20 +23,12 @@ TEST(Checksums, HexTextZeroChecksumAndBitFields) {
     const unsigned char bytes[] = {0x20, 0x81, 0x00, 0xFF, 0xFF, 0x02, 0x01};
     const struct { int start, length; unsigned char sum; } sums[] = {{0, 3, 0x5F}, {0, 0, 0}, {0, -4, 0}, {3, 3, 0}, {6, 1, 0xFF}};
     for (const auto &c : sums) EXPECT_EQ(QuorixCalculateZeroChksum(bytes + c.start, c.length), c.sum) << c.start;
-    // Pack and deposit against the bit loop written out.
-    for (unsigned mask : {0x00u, 0x0Fu, 0x81u, 0xE0u, 0x5Au, 0xFFu}) {
-        for (unsigned v = 0; v < 256; ++v) {
-            unsigned packed = 0, deposited = 0;
-            for (unsigned bit = 0, n = 0; bit < 8; ++bit) {
-                if (!(mask >> bit & 1)) continue;
-                packed |= (v >> bit & 1) << n;
-                deposited |= (v >> n & 1) << bit;
-                ++n;
-            }
-            const auto value = static_cast<unsigned char>(v), m = static_cast<unsigned char>(mask);
-            EXPECT_EQ(QuorixGetBits(value, m), packed) << v << "/" << mask;
-            EXPECT_EQ(QuorixSetBits(m, value), deposited) << v << "/" << mask;
-        }
+    // {value, mask, packed}: pack gathers the masked bits low; deposit spreads them back.
+    const struct { unsigned char value, mask, packed; } bits[] = {
+        {0xB0, 0xE0, 0x05}, {0xFF, 0x0F, 0x0F}, {0xA5, 0x00, 0x00}, {0x81, 0x81, 0x03}, {0x5A, 0xFF, 0x5A}, {0x80, 0x81, 0x02}};
+    for (const auto &c : bits) {
+        EXPECT_EQ(QuorixGetBits(c.value, c.mask), c.packed) << int(c.value) << "/" << int(c.mask);
+        EXPECT_EQ(QuorixSetBits(c.mask, c.packed), c.value & c.mask) << int(c.value) << "/" << int(c.mask);
     }
 }
 

@@ -53,8 +53,7 @@ TEST(SyslogFileText, BlocksFollowEachOtherByProtocol) {
     EXPECT_EQ(whole(config(4, 2)), "") << "unknown transport";
     SyslogConfig disabled = config(1, 2);
     disabled.syslog = 1;
-    EXPECT_EQ(whole(disabled), text<baseBlock>(disabled));
-    EXPECT_EQ(text<baseBlock>(disabled).substr(0, 35), "#SYSLOG=1,TAG=0,LEVEL=2,PROTOCAL=1\n");
+    EXPECT_EQ(whole(disabled), text<baseBlock>(disabled)) << "remote syslog disabled: the base block only";
 }
 
 TEST(SyslogFileText, SelectorsPerLevelAndType) {
@@ -88,15 +87,13 @@ TEST(SyslogHeaderParse, TakesOnlyTheValuesStartUpAccepts) {
                   (std::vector<int>{k.syslog, k.tag, k.level, k.protocol, k.tagSeen}))
             << k.line;
     }
-    SyslogConfig c;
+    SyslogConfig c;  // destinations: out-of-range values are not taken, a line cut after its enable still sets it
     int tagSeen = 0;
     for (const char *line : {"#DEST2=1,TYPE=1,PORT=6514,HOSTNAME=log.example.com", "#DEST1=2,TYPE=4,PORT=65535,HOSTNAME=x",
-                             "#DEST4=1,TYPE=1,PORT=1,HOSTNAME=y", "#DEST-1=1,TYPE=1,PORT=1,HOSTNAME=y", "#DEST0=1"})
-        applyHeaderLine(line, c, tagSeen);  // a line cut after its enable still sets it
-    applyHeaderLine(("#DEST3=0,TYPE=0,PORT=0,HOSTNAME=" + std::string(60, 'a')).c_str(), c, tagSeen);
-    const Destination dests[] = {dest(1, 3, "", 514), dest(0, 3, "x", 514), dest(1, 1, "log.example.com", 6514),
-                                 dest(0, 0, std::string(46, 'a'), 514)};
-    for (std::size_t i = 0; i < kDestCount; ++i) EXPECT_EQ(c.dest[i], dests[i]) << i;
+                             "#DEST4=1,TYPE=1,PORT=1,HOSTNAME=y", "#DEST0=1", "#DEST3=0,TYPE=0,PORT=0,HOSTNAME=z"})
+        applyHeaderLine(line, c, tagSeen);
+    EXPECT_EQ(std::vector<Destination>(c.dest, c.dest + kDestCount),
+              (std::vector<Destination>{dest(1, 3, "", 514), dest(0, 3, "x", 514), dest(1, 1, "log.example.com", 6514), dest(0, 0, "z", 514)}));
 }
 
 }  // namespace

@@ -50,14 +50,7 @@ TEST(Words, IndexesToWordsBoundedRefusingHolesAndRanges) {
     EXPECT_EQ(ValidateEnableDisableIndexToString(1, nullptr, 8), 1u);
 }
 
-TEST(Words, MembershipListsAndSeverityLevels) {
-    const struct { unsigned (*fn)(const char *); const char *word; unsigned result; } lists[] = {
-        {ValidateHostID, "SerialNumber", 1}, {ValidateHostID, "SerialNum", 0}, {ValidateHostID, "AssertTag", 0},
-        {ValidateHostID, nullptr, 1}, {ValidateAUTHProtocol, "MD5", 0}, {ValidateAUTHProtocol, "md5", 1},
-        {ValidatePrivProtocol, "DES", 0}, {ValidatePrivProtocol, "SHA", 1}};
-    for (const auto &c : lists) EXPECT_EQ(c.fn(c.word), c.result) << (c.word ? c.word : "null");
-    EXPECT_EQ((std::vector<int>{QuorixValidateStringParams(PrivProtocols, "AES", 3), QuorixValidateStringParams(PrivProtocols, "AES", 0),
-                                QuorixValidateStringParams(nullptr, "AES", 3)}), (std::vector<int>{0, 1, 1}));
+TEST(Words, SeverityWordsToSyslogLevels) {
     const struct { const char *word; int result, level; } toLevel[] = {
         {"CRITICAL", 0, 2}, {"alert", 0, 1}, {"Warning", 0, 4}, {"Error", 0, 6}, {nullptr, 1, -1}};
     for (const auto &c : toLevel) {
