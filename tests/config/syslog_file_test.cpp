@@ -27,9 +27,7 @@ std::string text(const SyslogConfig &c) {
     block(c, t);
     return std::string(t.view());
 }
-std::string whole(const SyslogConfig &c) {
-    return std::string(configText(c).view());
-}
+std::string whole(const SyslogConfig &c) { return std::string(configText(c).view()); }
 
 TEST(SyslogFileText, TwoWayTlsWithATestTargetLineForLine) {
     SyslogConfig c = config(3, 2);

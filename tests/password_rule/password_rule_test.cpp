@@ -19,17 +19,13 @@ constexpr int kRuleOffset = 5760;
 const int kEepromRead = qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom);
 const int kEepromWrite = qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom);
 
-int set(Bytes request) {
-    return QuorixSetUserPasswordRuleInterface(request.data(), static_cast<int>(request.size()));
-}
+int set(Bytes request) { return QuorixSetUserPasswordRuleInterface(request.data(), static_cast<int>(request.size())); }
 Bytes get() {
     unsigned char res[13] = {};
     EXPECT_EQ(QuorixGetUserPasswordRuleInterface(res), 13);
     return Bytes(res, res + 13);
 }
-unsigned calls(int slot) {
-    return qtest::Sim::get().callCount(slot);
-}
+unsigned calls(int slot) { return qtest::Sim::get().callCount(slot); }
 class PasswordRule : public qtest::BoundTest {
 protected:
     void SetUp() override {
@@ -125,13 +121,6 @@ TEST_F(PasswordRule, GetReadsTheEepromOnceUntilTheFlagIsCleared) {
     EXPECT_EQ(qtest::inChild([] { std::printf("%d", set({255, 1, 13, 0, 0, 0, 30, 4, 3, 0, 0, 0, 10})); }) + std::to_string(get()[2]), "014");
     quorix_passwd_rule_got_flag = 0;
     EXPECT_EQ(get(), (Bytes{0, 1, 13, 0, 0, 30, 0, 4, 3, 10, 0, 0, 0}));
-}
-
-// Registered as a test of its own: the cache as a process starts, before any
-// read or set (disabled, minimum length 8, lockout 5 minutes).
-TEST(PasswordRuleFirstUse, CacheStartsAtTheDefaults) {
-    quorix_passwd_rule_got_flag = 1;
-    EXPECT_EQ(get(), (Bytes{0, 0, 8, 0, 0, 0, 0, 0, 0, 5, 0, 0, 0}));
 }
 
 const std::string kBios = "/conf/redfish/bios/", kCurrent = kBios + "bios_current_settings.json";
