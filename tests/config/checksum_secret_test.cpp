@@ -34,16 +34,7 @@ TEST(Checksums, HexTextZeroChecksumAndBitFields) {
 
 constexpr const char *kKeyFile = "/etc/quorix/encrypt.key";
 
-class Secret : public qtest::BoundTest {
-protected:
-    void TearDown() override {
-        protection(true);
-        BoundTest::TearDown();
-    }
-    static void protection(bool on) {
-        qtest::writeFile("/etc/quorix/features", std::string("CONFIG_FEATURE_ENABLE_USERPSWD_ENCRYPTION=") + (on ? "y\n" : "n\n"));
-    }
-};
+using Secret = qtest::BoundTest;
 
 TEST_F(Secret, InPlaceRoundTripIsStableAndTheKeyIsMadeOnceRootOnly) {
     unsigned char field[64] = "auth-Phrase-0x1234", again[64] = "auth-Phrase-0x1234", original[64];

@@ -61,10 +61,8 @@ TEST(SyslogFileText, SelectorsPerLevelAndType) {
         {3, 1, 2, "local1.alert", "# local4.alert"}, {3, 0, 3, "# local1.alert", "# local4.alert"}, {1, 1, 0, "#", "#"},
         {1, 0, 0, "#", "#"}, {1, 1, 7, "#", "#"}, {4, 1, 3, "#", "#"}, {1, 1, 4, "#", "#"}};
     for (const auto &k : cases) {
-        const std::string address = "\t\t\t@@[h]:4660\n";
-        EXPECT_NE(text<destinationBlock>(config(1, k.level, k.enable, k.type, 0x1234))
-                      .find(std::string(k.audit) + address + k.idl + address),
-                  std::string::npos)
+        const std::string address = "\t\t\t@@[h]:4660\n", lines = std::string(k.audit) + address + k.idl + address;
+        EXPECT_NE(text<destinationBlock>(config(1, k.level, k.enable, k.type, 0x1234)).find(lines), std::string::npos)
             << k.level << "/" << k.enable << "/" << k.type;
     }
 }
@@ -82,8 +80,7 @@ TEST(SyslogHeaderParse, TakesOnlyTheValuesStartUpAccepts) {
         int tagSeen = -7;
         applyHeaderLine(k.line, c, tagSeen);
         EXPECT_EQ((std::vector<int>{c.syslog, c.tag, c.level, c.protocol, tagSeen}),
-                  (std::vector<int>{k.syslog, k.tag, k.level, k.protocol, k.tagSeen}))
-            << k.line;
+                  (std::vector<int>{k.syslog, k.tag, k.level, k.protocol, k.tagSeen})) << k.line;
     }
     SyslogConfig c;  // destinations: out-of-range values are not taken, a line cut after its enable still sets it
     int tagSeen = 0;

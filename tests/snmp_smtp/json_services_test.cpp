@@ -339,7 +339,6 @@ TEST_F(Parameters, SecretsStoredProtected_ReadersGiveThemBackClear_OemGetsAsStor
     run(setTrap, {V2, {req({0, 2}, "sixteen-chars-ok"), 0, kTrapRec + 2, protectedForm("sixteen-chars-ok", 17, true)},
                   {req({0, 2}, "seventeen-chars!!"), 0xC7}, {req({0, 2}, "has blank"), 0xC9}});
     run(setAgent, {{req({2}, "sixteen-chars-ok"), 0, kAgentRec + 2, agentForm("sixteen-chars-ok")},
-                   {req({3}, "private"), 0, kAgentRec + 19, agentForm("private")},
                    {req({9}, "twenty-characters-ok"), 0, kAgentRec + 57, protectedForm("twenty-characters-ok", 24, false)},
                    {req({10}, std::string("priv\0phrase", 11)), 0, kAgentRec + 81, protectedForm("priv", 24, false)}});
     run(setSmtp, {{req({0, 8}, "S3cret!pw"), 0, kSmtpRec + 121, protectedForm("S3cret!pw", 61, true)}});
@@ -363,8 +362,7 @@ TEST_F(Parameters, SecretsStoredProtected_ReadersGiveThemBackClear_OemGetsAsStor
         EXPECT_EQ(Bytes(resp + 1, resp + g.length + 1), want + Bytes{0x5A}) << g.length;
     }
     EXPECT_EQ(QuorixGetBMCSnmpTrapCfgInterface(2, resp) + QuorixGetBMCSmtpCfgInterface(2, resp), -2);
-    for (auto get : {QuorixGetBMCSnmpCfgInterface, QuorixGetSnmpTrapCfgFromMem, QuorixGetSmtpCfgFromMem})
-        EXPECT_EQ(get(nullptr), -1);
+    for (auto get : {QuorixGetBMCSnmpCfgInterface, QuorixGetSnmpTrapCfgFromMem, QuorixGetSmtpCfgFromMem}) EXPECT_EQ(get(nullptr), -1);
 }
 
 TEST_F(Parameters, TrapVersionClearsTheOtherGroupsSecrets) {
