@@ -79,7 +79,7 @@ const Service kServices[] = {
     {"SnmpAgent", setAgent, QuorixGetSnmpAgentTotalConfFromJson, QuorixGetSnmpCfgFromMem, kAgentRec, 105, kAgentRec,
      105, "/conf/SnmpAgentCfg.json", "/etc/defconfig/SnmpAgentCfg.json", "SnmpCfg", "", {0, 1}, {0, 0}, kAgentRec,
      {6, 3}, 0xCC, {{kAgentRec, Bytes(38, 0) + Bytes{1, 1} + Bytes(65, 0)}}, "Snmp", 0, 0, "SnmpV1Enable", kAgentRec,
-     {3}, "AUTHUserName", kAgentRec + 40, {req({10}, "privphrase")}, req({2}, kClear),
+     {3}, "AUTHUserName", kAgentRec + 40, {req({10}, "privphrase")}, req({10}, kClear),
      req({10}, std::string("\0Xauthphrase", 11)), kAgentRec + 81, 24, {}, 0},
     {"Smtp", setSmtp, QuorixGetSmtpTotalConfFromJson, QuorixGetSmtpDstCfgFromMem, kSmtpRec, 268 + 332, kSmtpRcpt, 332,
      "/conf/SmtpCfg.json", "/etc/defconfig/SmtpCfg.json", "SmtpCfg", "SmtpDestCfg", {0, 14, 1}, {0, 14, 2},
@@ -339,6 +339,7 @@ TEST_F(Parameters, SecretsStoredProtected_ReadersGiveThemBackClear_OemGetsAsStor
     run(setTrap, {V2, {req({0, 2}, "sixteen-chars-ok"), 0, kTrapRec + 2, protectedForm("sixteen-chars-ok", 17, true)},
                   {req({0, 2}, "seventeen-chars!!"), 0xC7}, {req({0, 2}, "has blank"), 0xC9}});
     run(setAgent, {{req({2}, "sixteen-chars-ok"), 0, kAgentRec + 2, agentForm("sixteen-chars-ok")},
+                   {req({3}, std::string("\0Xprivate", 9)), 0, kAgentRec + 19, Bytes(17, 0)},  // empty: nothing behind it
                    {req({9}, "twenty-characters-ok"), 0, kAgentRec + 57, protectedForm("twenty-characters-ok", 24, false)},
                    {req({10}, std::string("priv\0phrase", 11)), 0, kAgentRec + 81, protectedForm("priv", 24, false)}});
     run(setSmtp, {{req({0, 8}, "S3cret!pw"), 0, kSmtpRec + 121, protectedForm("S3cret!pw", 61, true)}});
