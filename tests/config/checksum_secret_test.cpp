@@ -1,7 +1,8 @@
-// Hex text, checksums and bit fields against formulas written out, and
-// password protection in place.
+// MD5 of a file stretch against md5sum; hex text, checksums and bit fields
+// against formulas written out, and password protection in place.
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -9,6 +10,31 @@
 #include "quorix_test.h"
 
 namespace {
+
+// Stretches of a 1000-byte file: the library's digest against md5sum's. The
+// first read always takes a full chunk (a length of 10 covers 64 bytes); a
+// length past the end stops there. The library is closed after every digest.
+using Md5 = qtest::BoundTest;
+TEST_F(Md5, StretchesAgainstMd5sum) {
+    std::string data;
+    for (int i = 0; i < 1000; ++i) data += static_cast<char>((i * 37 + 11) & 0xFF);
+    qtest::writeFile("/tmp/md5.bin", data);
+    const struct { long start; unsigned length, covered; } cases[] = {
+        {0, 64, 64}, {0, 200, 200}, {0, 1000, 1000}, {100, 128, 128}, {7, 333, 333}, {0, 10, 64}, {500, 5000, 500}};
+    for (const auto &c : cases) {
+        unsigned char digest[16];
+        FILE *f = std::fopen("/tmp/md5.bin", "rb");
+        std::fseek(f, c.start, SEEK_SET);
+        QuorixCalcMD5Checksum(f, c.length, digest);
+        std::fclose(f);
+        const auto tool = qtest::runCommand("tail -c +" + std::to_string(c.start + 1) + " /tmp/md5.bin | head -c " +
+                                            std::to_string(c.covered) + " | md5sum");
+        std::string hex = qtest::hex(digest, 16);
+        hex.erase(std::remove(hex.begin(), hex.end(), ' '), hex.end());
+        EXPECT_EQ(hex, tool.out.substr(0, 32)) << c.start << "+" << c.length;
+        EXPECT_EQ(dl_md5, nullptr);
+    }
+}
 
 TEST(Checksums, HexTextZeroChecksumAndBitFields) {
     const unsigned char in[] = {0x12, 0x34, 0xAB};

@@ -2,6 +2,7 @@
 // variants against each other, and the parse of its header lines.
 #include "config/syslog/syslog_file.h"
 
+#include <cstdlib>
 #include <string>
 
 #include "quorix_test.h"
@@ -92,3 +93,25 @@ TEST(SyslogHeaderParse, TakesOnlyTheValuesStartUpAccepts) {
 }
 
 }  // namespace
+
+// rsyslogd's own check of every variant the writer produces; an empty file
+// (unknown transport) is checked as the main configuration includes it.
+TEST(SyslogFileText, RsyslogdAcceptsEveryProtocolLevelAndTestTarget) {
+    // The certificates come from another component on the board.
+    ASSERT_EQ(std::system("openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=bmc -keyout "
+                          "/conf/syslog-priv.pem -out /conf/syslog-cert.pem >/dev/null 2>&1 && "
+                          "cp /conf/syslog-cert.pem /conf/syslog-ca.pem"), 0);
+    qtest::writeFile("/tmp/rsyslog-main.conf", "*.emerg\t:omusrmsg:*\n$IncludeConfig /tmp/rsyslog-check.conf\n");
+    for (int protocol = 0; protocol <= 4; ++protocol)
+        for (int level = 0; level <= 4; ++level)
+            for (int target : {0, 3, 255}) {
+                SyslogConfig c = config(protocol, level, target != 0, target == 3 ? 3 : 2);
+                c.dest[1] = dest(1, 1, "::1", 0), c.dest[2] = dest(1, 3, "localhost.localdomain", 65535);
+                c.testTarget = static_cast<std::uint8_t>(target);
+                qtest::writeFile("/tmp/rsyslog-check.conf", whole(c));
+                const qtest::CommandRun run = qtest::runCommand("rsyslogd -N1 -f /tmp/rsyslog-main.conf");
+                EXPECT_TRUE(run.status == 0 && run.out.find("error") == std::string::npos &&
+                            run.out.find("warning") == std::string::npos)
+                    << run.out << whole(c);
+            }
+}

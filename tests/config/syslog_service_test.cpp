@@ -130,4 +130,57 @@ TEST_F(SyslogService, FailedWritesAnswer0xFFAndLeaveTheBlock) {
     EXPECT_EQ(calls(), "");
 }
 
+// The tag from FRU device 0's product area (field 9 serial, 7 part), cut to
+// 31 characters; empty when the FRU cannot be read.
+TEST_F(SyslogService, TagFromFruFieldsAndTheGetter) {
+    static int area = -1, field = -1;
+    qtest::replaceSlot(qrx::Slot::ReadFru, +[](int device, int offset, int length, unsigned char *buffer) {
+        return device == 0 && offset == 0 ? (std::memset(buffer, 0x5A, static_cast<std::size_t>(length)), length) : -1;
+    });
+    qtest::replaceSlot(qrx::Slot::QuorixParseEEPROMFRUData, +[](unsigned char *data, int, int a, int f, char *value, int size) {
+        area = a, field = f;
+        return data[0] == 0x5A ? std::snprintf(value, size, "%s", f == 9 ? "SN-0123456789ABCDEF-0123456789ABCDEF" : "PN-4321"), 0 : -1;
+    });
+    char tag[40];
+    std::string tags;
+    for (unsigned which : {1u, 2u}) {
+        EXPECT_EQ(QuorixSetSyslogTag(which), 0u);
+        EXPECT_EQ(QuorixGetSyslogTag(tag, 32), 0);
+        tags += std::to_string(area) + "/" + std::to_string(field) + " " + tag + "\n";
+    }
+    EXPECT_EQ(tags, "4/9 SN-0123456789ABCDEF-0123456789A\n4/7 PN-4321\n");
+    EXPECT_EQ(QuorixGetSyslogTag(tag, 31) + QuorixGetSyslogTag(nullptr, 32), -2) << "a buffer under 32 bytes";
+    qtest::replaceSlot(qrx::Slot::ReadFru, +[](int, int, int, unsigned char *) { return 10; });
+    EXPECT_NE(qtest::captureStdout([] { QuorixSetSyslogTag(1); }).find("Read FRU Info Failed. Length = 10"), std::string::npos);
+    EXPECT_EQ(qtest::blockBytes(kGlobals + kRecordSize - 32, 32), Bytes(32, 0)) << "unreadable FRU: empty tag";
+}
+
+TEST_F(SyslogService, EndToEndTestMessageReachesTheLocalLog) {
+    ASSERT_EQ(set(destRequest(0, 1, 3, "127.0.0.1", 514)), 0u);
+    ASSERT_EQ(set({0, 2, 0, 1, 0}), 0u);
+    ASSERT_EQ(set({2, 0}), 0u);
+    std::string log;
+    for (int i = 0; i < 50 && log.find(" Syslog Destination 0 Test Sent Successfully!") == std::string::npos; ++i)
+        usleep(100000), log = qtest::readFile("/var/log/test.log");
+    EXPECT_NE(log.find(" Syslog Destination 0 Test Sent Successfully!"), std::string::npos) << log;
+}
+
+// The host-name tag reads "/etc/hostname" (its last line without the last
+// character) on the first use in a process, gethostname() after.
+TEST(SyslogTagFirstUse, HostNameFromEtcHostnameThenGethostname) {
+    ASSERT_EQ(quorix_interface_init(), 0);
+    std::string file = qtest::readFile("/etc/hostname");
+    const std::size_t start = file.rfind('\n', file.size() >= 2 ? file.size() - 2 : 0);
+    std::string expected = file.substr(start == std::string::npos ? 0 : start + 1);
+    if (!expected.empty()) expected.pop_back();
+    char tag[32];
+    std::string tags;
+    for (unsigned which : {0u, 7u}) {
+        ASSERT_EQ(QuorixSetSyslogTag(which), 0u);
+        ASSERT_EQ(QuorixGetSyslogTag(tag, 32), 0);
+        tags += std::string(tag) + "\n";
+    }
+    EXPECT_EQ(tags, expected.substr(0, 31) + "\nquorix-bmc\n");
+}
+
 }  // namespace

@@ -147,4 +147,72 @@ TEST_F(BiosFiles, CurrentSettingLookupAnswersItsCodes) {
     EXPECT_STREQ(out, "Enabled");
 }
 
+// Pending changes win over the current settings; other top-level keys go.
+TEST_F(BiosFiles, FutureSettingsMergeThePendingChangesIntoTheCurrentOnes) {
+    const std::string kFuture = kBios + "bios_future_settings.json";
+    EXPECT_EQ(GenerateFutureSetJson(), -1) << "no current file";
+    qtest::writeFile(kCurrent, R"({"Attributes":{"BootMode":"UEFI","QuietBoot":1,"Numa":"On"},"Other":2})");
+    qtest::writeFile(kFuture, R"({"AttributeRegistry":"R1","Attributes":{"QuietBoot":0,"NewOpt":"X"}})");
+    ASSERT_EQ(GenerateFutureSetJson(), 0);
+    EXPECT_EQ(qtest::readFile(kFuture).find("AttributeRegistry"), std::string::npos);
+    std::rename(kFuture.c_str(), kCurrent.c_str());
+    std::string values;
+    for (const char *name : {"BootMode", "QuietBoot", "Numa", "NewOpt", "Other"}) {
+        char value[16] = "-";
+        GetCurrentSetValue(name, value, sizeof value);
+        values += std::string(value) + " ";
+    }
+    EXPECT_EQ(values, "UEFI 0 On X - ");
+    qtest::writeFile(kFuture, "{ broken");
+    EXPECT_EQ(GenerateFutureSetJson(), -1);
+    EXPECT_EQ(qtest::readFile(kFuture), "{ broken") << "an unparsable future file is left alone";
+}
+
+TEST_F(BiosFiles, VerdictsOfTheFutureAndResultFiles) {
+    const struct { const char *file, *text; int (*verdict)(); int rc; } cases[] = {
+        {"bios_future_settings.json", R"({"AttributeRegistry":"R"})", QuorixGetAttributeValueFromJson, -1},
+        {"bios_future_settings.json", R"({"Attributes":{}})", QuorixGetAttributeValueFromJson, 0},
+        {"setting_result.json", R"({"SettingResult":{}})", QuorixGetResultFromJson, -1},
+        {"setting_result.json", R"({"SettingResult":{"Result":"EFI_SUCCESS"}})", QuorixGetResultFromJson, 0},
+        {"setting_result.json", R"({"SettingResult":{"Result":"EFI_SUCCESSFUL"}})", QuorixGetResultFromJson, -1}};
+    EXPECT_EQ(QuorixGetAttributeValueFromJson() + QuorixGetResultFromJson(), -2) << "files missing";
+    for (const auto &c : cases) {
+        qtest::writeFile(kBios + c.file, c.text);
+        EXPECT_EQ(c.verdict(), c.rc) << c.text;
+    }
+}
+
+// The preserve-setup flag: an EEPROM byte read once per process (three
+// tries), set to 1 only after the future settings were written.
+using ConfFlag = BiosFiles;
+constexpr int kFlagOffset = 648;
+constexpr qrx::Slot kRead = qrx::Slot::QuorixReadMainBoardEEprom, kWrite = qrx::Slot::QuorixWriteMainBoardEEprom;
+
+TEST_F(ConfFlag, ReadOnceThreeTriesAndSetAfterTheFutureFile) {
+    auto calls = [](qrx::Slot slot) { return qtest::Sim::get().callCount(qrx::slotIndex(slot)); };
+    auto get = [&] {
+        unsigned char flag = 0xAA;
+        const unsigned before = calls(kRead);
+        int rc = QuorixGetConfFlagInterface(&flag);
+        std::printf("get %d/%d/%u ", rc, flag, calls(kRead) - before);
+    };
+    auto set = [](int v) { return [v] { std::printf("set %d ", QuorixSetConfFlagInterface(v)); }; };
+    auto run = [](const std::function<void()> &steps) { return qtest::plainOutput(qtest::inChild(steps)); };
+    qtest::putEeprom(kFlagOffset, {1});
+    EXPECT_EQ(run([&] { get(), qtest::putEeprom(kFlagOffset, {0}), get(); }), "get 0/1/1 get 0/1/0 ");
+    qtest::Sim::get().setFault(qrx::slotIndex(kRead), 1);
+    EXPECT_NE(run(get).find("get -1/170/3"), std::string::npos);
+    qtest::Sim::get().setFault(qrx::slotIndex(kRead), 0);
+    EXPECT_EQ(run(set(2)), "set 1 ");
+    EXPECT_NE(run(set(1)).find("===Generate Future Json File fail !!!======\r\n\nset 1 "), std::string::npos);
+    EXPECT_EQ(qtest::eeprom(kFlagOffset, 1), std::vector<unsigned char>{0});
+    qtest::writeFile(kCurrent, R"({"Attributes":{"BootMode":"UEFI"}})");
+    EXPECT_EQ(run([&] { set(1)(), get(); }), "set 0 get 0/1/0 ") << "the set fills the cache";
+    EXPECT_TRUE(qtest::fileExists(kBios + "bios_future_settings.json"));
+    qtest::Sim::get().setFault(qrx::slotIndex(kWrite), 1);
+    const unsigned writes = calls(kWrite);
+    EXPECT_NE(run(set(0)).find("\r\n===Write Conf Flag 0 EEPROM fail !!!======\r\n"), std::string::npos);
+    EXPECT_EQ(calls(kWrite) - writes, 3u);
+}
+
 }  // namespace
