@@ -5,6 +5,8 @@
 #include "config/snmp/snmp_agent_layout.h"
 #include "config/snmp/snmp_trap_layout.h"
 #include "config/syslog/syslog_layout.h"
+#include "diag/debug_flags_layout.h"
+#include "fan/fan_curve_layout.h"
 #include "harness.h"
 #include "update/update_layout.h"
 
@@ -243,6 +245,35 @@ void updateInfo(const std::uint8_t *data, std::size_t size) {  // the first twel
     taskHandler(data, size, 38, 11, QuorixGetUpdateInfoInterface, {0, 0xC7, 0xCC});
 }
 
+// ---- Console text commands: the input is the text. A fan command without a
+// curve keyword writes nothing ("pwmraise" only the raise byte; a curve may be
+// anywhere in the block). SetDebugInformation writes the ten flags only, those
+// its text names, and hands its text back unchanged ----
+
+bool has(const std::string &text, const std::string &word) { return text.find(word) != std::string::npos; }
+
+void fanParam(const std::uint8_t *data, std::size_t size) {
+    std::string text(reinterpret_cast<const char *>(data), size);
+    const char *curve[] = {"disable", "enable", "liner", "bjpid"};
+    if (std::any_of(std::begin(curve), std::end(curve), [&](const char *w) { return has(text, w); }))
+        return (void)set_fan_param(text.data());
+    BlockWatch watch(has(text, "pwmraise") ? std::vector<Region>{{qrx::fancurve::kMissingFanRaiseOffset, 1}} : std::vector<Region>{});
+    watch.arm();
+    set_fan_param(text.data());
+    watch.disarm("set_fan_param");
+}
+
+void debugInfo(const std::uint8_t *data, std::size_t size) {
+    std::string text(reinterpret_cast<const char *>(data), size);
+    const std::string copy = text;
+    BlockWatch watch({{qrx::diag::kDebugFlagsOffset, qrx::diag::kDebugFlagCount}});
+    watch.arm();
+    if (SetDebugInformation(text.data()) != text.data() || text != copy) fail("SetDebugInformation changed its text");
+    for (std::size_t offset : watch.disarm("SetDebugInformation"))
+        if (!has(text.c_str(), "debug" + std::to_string(offset - qrx::diag::kDebugFlagsOffset) + "_"))
+            fail("SetDebugInformation changed flag %zu the text does not name", offset - qrx::diag::kDebugFlagsOffset);
+}
+
 const struct Target {
     const char *name;
     void (*init)();
@@ -253,6 +284,7 @@ const struct Target {
     {"syslog_conf_load", nullptr, serviceLoad<0>},     {"snmp_trap_json", nullptr, serviceLoad<1>},
     {"snmp_agent_json", nullptr, serviceLoad<2>},      {"smtp_json", nullptr, serviceLoad<3>},
     {"background_task", nullptr, backgroundTask},      {"update_info", nullptr, updateInfo},
+    {"fan_param", nullptr, fanParam},                  {"debug_info", nullptr, debugInfo},
 };
 const Target *g_target = nullptr;
 
