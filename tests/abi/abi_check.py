@@ -1,17 +1,10 @@
 #!/usr/bin/env python3
-"""ABI guard of a built library. Each check prints one line per problem and
-a summary, and exits 1 when it finds any:
-
-  exports   --map MAP --readelf R LIB          exports are exactly the version script's global names
-  header    --header H --castxml C --cc CC --readelf R --map MAP --work DIR LIB
-                                               the header declares exactly the exports, each of its kind
-  frameless --slots DEF --objdump O --readelf R LIB
-                                               every Plain slot row compiled to table loads and a jump
-  softfloat --objdump O --readelf R LIB        32-bit ARM: no FPU attribute, no VFP/NEON instruction
-  baseline  --baseline-dir abi [--baseline F] (--abidiff A | --abidw A --update) LIB
-                                               no change to an existing export (additions pass)
-  no_cxx_runtime --readelf R LIB               no libstdc++ in NEEDED, no C++ runtime symbol imported
-"""
+"""ABI guard of a built library: each check prints one line per problem and a
+summary, and exits 1 when it finds any. exports: exactly the version script's
+global names; header: the header declares exactly the exports, each of its
+kind; frameless: every Plain slot row is table loads and a jump; softfloat: no
+FPU attribute or instruction; baseline: no change to an existing export
+(--update writes it); no_cxx_runtime: no libstdc++, no C++ runtime import."""
 
 import argparse
 import os
@@ -22,7 +15,7 @@ import xml.etree.ElementTree as ET
 
 
 def run(cmd):
-    proc = subprocess.run(cmd, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+    proc = subprocess.run(cmd, capture_output=True, text=True)
     if proc.returncode != 0:
         sys.exit("command failed (%d): %s\n%s" % (proc.returncode, " ".join(cmd), proc.stderr))
     return proc.stdout
@@ -38,9 +31,7 @@ def slot_rows(path):
     text = without_comments(path)
     rows = [(m.group(1), int(m.group(2)), m.group(3))
             for m in re.finditer(r"\bQRX_SLOT\s*\(\s*(\w+)\s*,\s*(\d+)\s*,[^,]+,\s*(\w+)\s*,", text)]
-    if len(rows) != len(re.findall(r"\bQRX_SLOT\s*\(", text)):
-        sys.exit("%s: a QRX_SLOT row is malformed" % path)
-    return rows
+    return rows if len(rows) == len(re.findall(r"\bQRX_SLOT\s*\(", text)) else sys.exit("%s: malformed row" % path)
 
 
 def version_script(path):
@@ -76,17 +67,12 @@ def exports(args, nodes):
 
 
 def elf_machine(library):
-    with open(library, "rb") as f:
-        head = f.read(20)
-    if head[:4] != b"\x7fELF":
-        sys.exit("%s is not an ELF file" % library)
+    head = open(library, "rb").read(20)
     return {(62, 2): "x86_64", (40, 1): "armel", (183, 2): "aarch64"}.get((int.from_bytes(head[18:20], "little"), head[4]))
 
 
 def report(problems, summary):
-    for p in problems:
-        print(p)
-    print(summary)
+    print("\n".join(problems + [summary]))
     return 1 if problems else 0
 
 

@@ -14,18 +14,14 @@ listener=$!
 for _ in $(seq 100); do grep -q listening "$out" && break; sleep 0.1; done
 "$ctl" send idl-text --source 0x20 two terminals
 wait "$listener"
-expected='listening on queue 12345
-IDL request
-  log type:     1 (time stamped by the sender)
-  source:       0x20'
-diff <(head -n 4 "$out") <(echo "$expected")
+diff <(head -n 4 "$out") <(printf '%s\n' 'listening on queue 12345' 'IDL request' \
+  '  log type:     1 (time stamped by the sender)' '  source:       0x20')
 grep -qx '  text:         "two terminals"' "$out"
 # Queued messages wait in the namespace between commands.
 "$ctl" send queue 12347 02000000 >/dev/null
 "$ctl" listen queue 12347 --count 1 | grep -qx 'request code 2 on queue 12347'
-# A host file named as an argument in a tree the sandbox replaces is bound
-# read-only; a private /tmp stands in for the host's here (with the trees
-# put back, for a clone that lies under /tmp itself).
+# A host file named as an argument is bound read-only (a private /tmp stands
+# in for the host's; the trees put back for a clone under /tmp).
 bwrap --dev-bind / / --tmpfs /tmp --bind "$src" "$src" --bind "$build" "$build" -- bash -c \
   'echo "{\"devices\": {\"cpus\": {\"present\": [1]}}}" >/tmp/host.json && "$0" sim load /tmp/host.json' "$ctl" |
   grep -qx 'loaded /tmp/host.json: 0 block regions, 0 slot results, 1 device records'
