@@ -60,6 +60,14 @@ struct Row {
 
 unsigned char g_byte = 42, g_zero = 0;
 
+// The BIOS item request: its result and the one response byte (0xEE: untouched) as result * 0x1000 + byte.
+long biosItem(std::vector<unsigned char> request, bool response = true) {
+    unsigned char code[2] = {0xEE, 0xEE};
+    const int result = QuorixSetBIOSBMCInterface(request.empty() ? nullptr : request.data(), int(request.size()), response ? code : nullptr);
+    EXPECT_EQ(code[1], 0xEE) << "one response byte";
+    return result * 0x1000 + code[0];
+}
+
 TEST_F(ComposedOps, CallTheirSlotsInOrderAndMapTheResult) {
     const std::string address = std::to_string(static_cast<int>(reinterpret_cast<std::uintptr_t>(&g_byte)));
     const Row rows[] = {
@@ -82,6 +90,12 @@ TEST_F(ComposedOps, CallTheirSlotsInOrderAndMapTheResult) {
         {"fan info without buffer", {}, [] { return get_hw_fan_info(nullptr, 0); }, -1, {}},
         {"fan index above the count", {}, [] { return get_hw_fan_info(&g_zero, 5); }, -1, {}},
         {"fan index equal to the count", {{1, {0x11}}}, [] { return get_hw_fan_info(&g_zero, 4); }, 0x11, {"1(*0,4)"}},
+        {"BIOS item", {}, [] { return biosItem({0x12, 0x34}); }, 0x1000, {"39(18,52)"}},
+        {"BIOS item fails", {{39, {-1}}}, [] { return biosItem({0xFE, 0x01}); }, 0x10FF, {"39(254,1)"}},
+        {"BIOS item short", {}, [] { return biosItem({0x12}); }, 0x10C7, {}},
+        {"BIOS item long", {}, [] { return biosItem({0x12, 0x34, 0x56}); }, 0x10C7, {}},
+        {"BIOS item without request", {}, [] { return biosItem({}); }, -0x1000 + 0xEE, {}},
+        {"BIOS item without response", {}, [] { return biosItem({1, 2}, false); }, -0x1000 + 0xEE, {}},
         {"trace UART set", {{75, {0x75}}}, [] { return QuorixSetUARTSwitchStatusInterface(3); }, 0x75, {"75(3)"},
          "run QuorixSetUARTSwitchStatusInterface:UARTSwitchStatus:3\n"},
         {"trace UART get", {{76, {0x76}}}, [] { return QuorixGetUARTSwitchStatusInterface(&g_byte); }, 0x76, {"76(*42)"},
@@ -107,28 +121,6 @@ TEST_F(ComposedOps, CallTheirSlotsInOrderAndMapTheResult) {
         EXPECT_EQ(result, r.result) << r.what;
         EXPECT_EQ(g_calls, r.calls) << r.what;
     }
-}
-
-TEST_F(ComposedOps, BiosBmcItemTakesTwoRequestBytesAndAnswersOneCode) {
-    const struct {
-        std::vector<unsigned char> request;
-        long slotResult;
-        int code;
-        Calls calls;
-    } cases[] = {{{0x12, 0x34}, 0, 0x00, {"39(18,52)"}}, {{0xFE, 0x01}, -1, 0xFF, {"39(254,1)"}},
-                 {{0x12}, 0, 0xC7, {}},                  {{0x12, 0x34, 0x56}, 0, 0xC7, {}}};
-    for (const auto &c : cases) {
-        g_calls.clear();
-        g_results[39] = {c.slotResult};
-        unsigned char response[2] = {0xEE, 0xEE};
-        EXPECT_EQ(QuorixSetBIOSBMCInterface(c.request.data(), static_cast<int>(c.request.size()), response), 1);
-        EXPECT_EQ(std::vector<int>(response, response + 2), (std::vector<int>{c.code, 0xEE}));
-        EXPECT_EQ(g_calls, c.calls);
-    }
-    unsigned char request[2] = {1, 2}, response[1] = {0xEE};
-    EXPECT_EQ(QuorixSetBIOSBMCInterface(nullptr, 2, response), -1);
-    EXPECT_EQ(QuorixSetBIOSBMCInterface(request, 2, nullptr), -1);
-    EXPECT_EQ(response[0], 0xEE);
 }
 
 TEST_F(ComposedOps, PlatformInitialisationRunsOnceAndSetsTheSharedFlag) {

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 #include <cstring>
 #include <thread>
 
@@ -18,136 +17,112 @@ using qtest::Bytes;
 using Lines = std::vector<std::string>;
 constexpr int kKey = 0x1234;
 
-class MsgQueue : public qtest::MessagingTest {
-protected:
-    static int sendRaw(int id, long type, std::size_t length) {  // as a peer not built on the library
-        std::vector<unsigned char> message(sizeof(long) + length);
-        std::memcpy(message.data(), &type, sizeof type);
-        for (std::size_t i = 0; i < length; ++i) message[sizeof(long) + i] = static_cast<unsigned char>(0x30 + i % 61);
-        return msgsnd(id, message.data(), length, 0);
-    }
-    static std::string readError(int id, int err) {
-        const std::string facts = "msgid=" + std::to_string(id) + ", RetVal=-1;errorNo:" + std::to_string(err);
-        // The console line has no line feed; the log line's format ends in one.
-        return "[Error]: read the msgid date error: " + facts + "[Critical]:Read the msgid date error: " + facts + "\n\n";
-    }
-};
+class MsgQueue : public qtest::MessagingTest {};
 
-TEST_F(MsgQueue, CreateReturnsTheSameQueueForAKeyWithMode0666) {
+// Sends length text bytes under its own type word, as a peer not built on the library does.
+int sendRaw(int id, long type, std::size_t length) {
+    std::vector<unsigned char> message(sizeof(long) + length);
+    std::memcpy(message.data(), &type, sizeof type);
+    for (std::size_t i = 0; i < length; ++i) message[sizeof(long) + i] = static_cast<unsigned char>(0x30 + i % 61);
+    return msgsnd(id, message.data(), length, 0);
+}
+
+TEST_F(MsgQueue, CreateGivesOneQueuePerKeyWithMode0666OrLogsTheFailure) {
     const int id = QuorixCreateMsgQueue(kKey);
-    EXPECT_EQ(std::vector<int>({msgget(kKey, 0), QuorixCreateMsgQueue(kKey)}), std::vector<int>(2, id));
     msqid_ds info{};
     ASSERT_EQ(msgctl(id, IPC_STAT, &info), 0);
-    EXPECT_EQ(info.msg_perm.mode & 0777, 0666u);
+    EXPECT_EQ(std::vector<int>({msgget(kKey, 0), QuorixCreateMsgQueue(kKey), int(info.msg_perm.mode & 0777)}),
+              std::vector<int>({id, id, 0666}));
     EXPECT_NE(QuorixCreateMsgQueue(0x2345), id);
-}
-
-// A queue created by root with mode 0600, used by an unprivileged process.
-TEST_F(MsgQueue, CreateFailureIsLoggedWithKeyAndErrno) {
-    ASSERT_GE(msgget(kKey, IPC_CREAT | 0600), 0);
-    qtest::ChildResult child = qtest::runInChild([] {
-        if (setgid(65534) != 0 || setuid(65534) != 0) _exit(9);
-        std::printf("id=%d write=%d\n", QuorixCreateMsgQueue(kKey), QuorixWriteMsgQueue(kKey, "abc", 3));
+    ASSERT_GE(msgget(0x3456, IPC_CREAT | 0600), 0);  // root's, used by an unprivileged process
+    const std::string out = qtest::inChild([] {
+        if (setgid(65534) == 0 && setuid(65534) == 0)
+            std::printf("id=%d write=%d\n", QuorixCreateMsgQueue(0x3456), QuorixWriteMsgQueue(0x3456, "abc", 3));
     });
-    EXPECT_EQ(qtest::plainOutput(child.out), "id=-1 write=-1\n");
-    EXPECT_EQ(qtest::logLines(child.out), Lines(2, "[Critical]:Error creating thread MsgQueue\u3000key :4660ErroNo:13"));
-    EXPECT_EQ(qtest::queuedMessages(kKey), 0);
+    EXPECT_EQ(qtest::plainOutput(out), "id=-1 write=-1\n");
+    EXPECT_EQ(qtest::logLines(out), Lines(2, "[Critical]:Error creating thread MsgQueue\u3000key :13398ErroNo:13"));
 }
 
-// A peer receives the kernel's framing (the type word holds the marker 1 and
-// the first payload bytes) and restores the payload from byte 1.
+// The type word holds the marker 1 and the first payload bytes; a peer restores the payload from byte 1.
 TEST_F(MsgQueue, PeerRestoresEveryPayloadSizeFromByteOne) {
     for (std::size_t size : {0, 1, 3, 7, 300, 1023, 1024}) {
-        const Bytes payload = qtest::pattern(size, static_cast<std::uint8_t>(size));
-        const void *data = payload.empty() ? static_cast<const void *>("") : payload.data();
-        EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(QuorixWriteMsgQueue(kKey, data, static_cast<int>(size)), 0); }), "");
-        qtest::KernelMessage got = qtest::receiveInChild(kKey);
+        const Bytes payload = qtest::pattern(size, 0x21);
+        EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(QuorixWriteMsgQueue(kKey, size ? static_cast<const void *>(payload.data()) : "", int(size)), 0); }), "");
         Bytes frame(1 + size + sizeof(long), 0);
         frame[0] = 1;
         std::copy(payload.begin(), payload.end(), frame.begin() + 1);
         long type = 0;
         std::memcpy(&type, frame.data(), sizeof type);
+        qtest::KernelMessage got = qtest::receiveInChild(kKey);
         EXPECT_EQ(got.type, type) << size;
         EXPECT_EQ(got.text, Bytes(frame.begin() + sizeof(long), frame.begin() + sizeof(long) + size)) << size;
     }
 }
 
-TEST_F(MsgQueue, OversizeNegativeAndNullPayloadsAreRefusedAndNothingIsSent) {
+TEST_F(MsgQueue, OversizeNegativeNullAndFullQueueWritesFailAtOnceAndAreLogged) {
     const Bytes big(1025, 0x5A);
-    const std::pair<const void *, int> cases[] = {{big.data(), 1025}, {big.data(), -1}, {nullptr, 4}, {nullptr, 0}};
-    for (const auto &[data, size] : cases) {
+    for (const auto &[data, size] : {std::pair<const void *, int>{big.data(), 1025}, {big.data(), -1}, {nullptr, 4}, {nullptr, 0}}) {
         std::string out = qtest::captureStdout([&] { EXPECT_EQ(QuorixWriteMsgQueue(kKey, data, size), -1); });
         EXPECT_EQ(qtest::logLines(out), Lines{"[Critical]:QuorixWriteMsgQueue Error Size:" + std::to_string(size) + ";Max:1024"});
     }
     EXPECT_LT(msgget(kKey, 0), 0) << "no queue is created for a refused payload";
-}
-
-TEST_F(MsgQueue, FullQueueFailsAtOnceWithTheSendError) {
     const int id = QuorixCreateMsgQueue(kKey);
     msqid_ds info{};
     ASSERT_EQ(msgctl(id, IPC_STAT, &info), 0);
     const int fits = static_cast<int>(info.msg_qbytes / 1024);
-    const Bytes payload = qtest::pattern(1024, 0x11);
     std::string out = qtest::captureStdout([&] {
-        for (int i = 0; i < fits; ++i) ASSERT_EQ(QuorixWriteMsgQueue(kKey, payload.data(), 1024), 0) << i;
-        EXPECT_EQ(QuorixWriteMsgQueue(kKey, payload.data(), 1024), -1);
+        for (int i = 0; i <= fits; ++i) EXPECT_EQ(QuorixWriteMsgQueue(kKey, big.data(), 1024), i < fits ? 0 : -1);
     });
-    EXPECT_EQ(qtest::logLines(out),
-              Lines{"[Critical]:Send MsgQueue Error MsgId:" + std::to_string(id) + ";ErrNo:" + std::to_string(EAGAIN)});
+    EXPECT_EQ(qtest::logLines(out), Lines{"[Critical]:Send MsgQueue Error MsgId:" + std::to_string(id) + ";ErrNo:" + std::to_string(EAGAIN)});
     EXPECT_EQ(qtest::queuedMessages(kKey), fits);
 }
 
-// The buffer is zeroed up to size and filled with what fits; bytes past size stay.
+// Zeroed up to size, filled with what fits; bytes past size stay. The largest
+// text the reader takes (1025 bytes) stays inside its frame.
 TEST_F(MsgQueue, ReadGetsWhatAnotherProcessSentCutOrZeroPaddedToTheSize) {
+    const Bytes payload = qtest::pattern(300, 0x1C);
     for (int size : {1100, 10}) {
-        const Bytes payload = qtest::pattern(300, 0x1C);
         ASSERT_EQ(qtest::inChild([&] { std::printf("%d", QuorixWriteMsgQueue(kKey, payload.data(), 300)); }), "0");
         Bytes buffer(size + 16, 0xEE), want(payload);
         want.resize(size, 0);
         want.resize(size + 16, 0xEE);
         ASSERT_EQ(QuorixReadMsgQueue(QuorixCreateMsgQueue(kKey), buffer.data(), size), 0);
         EXPECT_EQ(buffer, want) << size;
-        EXPECT_EQ(qtest::queuedMessages(kKey), 0);
     }
-}
-
-// The largest text the reader takes (1025 bytes) stays inside its frame.
-TEST_F(MsgQueue, ReadOfAFullSizedPeerMessageGivesItsFirst1024TextBytesAfterTheMarker) {
-    const int id = QuorixCreateMsgQueue(kKey);
-    ASSERT_EQ(sendRaw(id, 0x7F, 1025), 0);
-    Bytes buffer(1024);
-    ASSERT_EQ(QuorixReadMsgQueue(id, buffer.data(), 1024), 0);
-    Bytes want(sizeof(long) - 1, 0);  // the type word past its low byte, then the text
+    ASSERT_EQ(sendRaw(msgget(kKey, 0), 0x7F, 1025), 0);
+    Bytes buffer(1024), want(sizeof(long) - 1, 0);  // the type word past its low byte, then the text
     for (std::size_t i = 0; want.size() < 1024; ++i) want.push_back(static_cast<unsigned char>(0x30 + i % 61));
+    ASSERT_EQ(QuorixReadMsgQueue(msgget(kKey, 0), buffer.data(), 1024), 0);
     EXPECT_EQ(buffer, want);
 }
 
-// Refused without touching buffer or queue; a receive error zeroes the buffer and leaves the message.
+// Refusals touch neither buffer nor queue; a receive error zeroes the buffer and leaves the message.
 TEST_F(MsgQueue, ReadRefusalsAndReceiveErrorsAreLogged) {
     const int id = QuorixCreateMsgQueue(kKey);
     ASSERT_EQ(sendRaw(id, 1, 1026), 0);
     Bytes buffer(64, 0xEE);
     std::string out = qtest::captureStdout([&] {
-        EXPECT_EQ(QuorixReadMsgQueue(-1, buffer.data(), 8) + QuorixReadMsgQueue(id, nullptr, 8), -2);
-        EXPECT_EQ(QuorixReadMsgQueue(id, buffer.data(), -8), -1);
+        for (auto [queue, to, size] : {std::tuple{-1, buffer.data(), 8}, {id, nullptr, 8}, {id, buffer.data(), -8}})
+            EXPECT_EQ(QuorixReadMsgQueue(queue, to, size), -1);
     });
     EXPECT_EQ(qtest::logLines(out), Lines(3, "[Critical]:QuorixReadMsgQueue Error"));
     EXPECT_EQ(buffer, Bytes(64, 0xEE));
-    out = qtest::captureStdout([&] { EXPECT_EQ(QuorixReadMsgQueue(id, buffer.data(), 64), -1); });
-    EXPECT_EQ(qtest::withoutTimes(out), readError(id, E2BIG));
-    EXPECT_EQ(buffer, Bytes(64, 0));
-    EXPECT_EQ(qtest::queuedMessages(kKey), 1);
-    qtest::removeQueue(kKey);
-    out = qtest::captureStdout([&] { EXPECT_EQ(QuorixReadMsgQueue(id, buffer.data(), 8), -1); });
-    EXPECT_EQ(qtest::withoutTimes(out), readError(id, EINVAL));
+    for (int err : {E2BIG, EINVAL}) {
+        out = qtest::captureStdout([&] { EXPECT_EQ(QuorixReadMsgQueue(id, buffer.data(), 64), -1); });
+        const std::string facts = "msgid=" + std::to_string(id) + ", RetVal=-1;errorNo:" + std::to_string(err);
+        // The console line has no line feed; the log line's format ends in one.
+        EXPECT_EQ(qtest::withoutTimes(out), "[Error]: read the msgid date error: " + facts + "[Critical]:Read the msgid date error: " + facts + "\n\n");
+        EXPECT_EQ(buffer, Bytes(64, 0));
+        EXPECT_EQ(qtest::queuedMessages(kKey), err == E2BIG ? 1 : 0);
+        qtest::removeQueue(kKey);
+    }
 }
 
 int g_interruptions = 0;
 
 char processState(pid_t pid) {
     std::string text = qtest::readFile("/proc/" + std::to_string(pid) + "/stat");
-    std::size_t close = text.rfind(')');
-    return close == std::string::npos || close + 2 >= text.size() ? '?' : text[close + 2];
+    return text.size() > text.rfind(')') + 2 ? text[text.rfind(')') + 2] : '?';
 }
 
 // A signal whose handler does not ask for restarting interrupts the wait; the receive carries on.
@@ -172,9 +147,8 @@ TEST_F(MsgQueue, BlockedReadSurvivesAnInterruptingSignalAndGetsTheMessage) {
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     ASSERT_EQ(processState(pid), 'S') << "the receive ended on the signal";
     ASSERT_EQ(QuorixWriteMsgQueue(kKey, "after the signal", 17), 0);
-    int status = 0;
-    ASSERT_EQ(waitpid(pid, &status, 0), pid);
     char text[128] = {};
+    ASSERT_EQ(waitpid(pid, nullptr, 0), pid);
     ASSERT_GT(read(result[0], text, sizeof text - 1), 0);
     EXPECT_STREQ(text, "rc=0 signals=1 text=after the signal");
     close(result[0]);
