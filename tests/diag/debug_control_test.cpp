@@ -18,26 +18,6 @@ protected:
     }
 };
 
-TEST_F(DebugControl, LevelAndPath_FirstPresentInTestingOrderWins) {
-    const struct {
-        std::vector<std::string> files;
-        int level, path;
-    } cases[] = {{{}, -1, -1},
-                 {{"LEVEL_CRITICAL", "PATH_BOTH"}, 3, 2},
-                 {{"LEVEL_ERROR", "LEVEL_CRITICAL", "PATH_LOG", "PATH_BOTH"}, 2, 1},
-                 {{"LEVEL_WARNING", "LEVEL_CRITICAL", "PATH_SERIAL", "PATH_BOTH"}, 1, 0},
-                 {{"LEVEL_WARNING", "LEVEL_INFO", "PATH_LOG"}, 0, 1},
-                 {{"ENABLE_IPMI", "LEVEL_info", "PATH_Serial"}, -1, -1}};
-    for (const auto &c : cases) {
-        qtest::clearDirectory(qtest::kControlDir);
-        for (const auto &f : c.files) touchControl({f});
-        EXPECT_EQ(std::make_pair(GetDebugEanleLevel(), GetDebugEanlePath()), std::make_pair(c.level, c.path))
-            << testing::PrintToString(c.files);
-    }
-    std::filesystem::remove_all(qtest::kControlDir);
-    EXPECT_EQ(std::make_pair(GetDebugEanleLevel(), GetDebugEanlePath()), std::make_pair(-1, -1));
-}
-
 // Slots of 16 in directory order: the name cut to 15, zero to byte 14, byte 15
 // and the unused slots untouched; 17 switches fill 16 slots.
 TEST_F(DebugControl, LoadDebugSource_FillsSlotsInDirectoryOrder) {
@@ -56,38 +36,26 @@ TEST_F(DebugControl, LoadDebugSource_FillsSlotsInDirectoryOrder) {
         EXPECT_EQ(LoadDebugSource(slots.data()), 0);
         EXPECT_EQ(slots, expected) << count;
     }
-    std::filesystem::remove_all(qtest::kControlDir);
-    std::vector<char> slots(256, '\x11');
-    EXPECT_EQ(LoadDebugSource(slots.data()), 0);
-    EXPECT_EQ(slots, std::vector<char>(256, '\x11'));
 }
 
-// "/conf/quorix_debug/ENABLE_<name>" is cut to 63 characters: 37 of the name count.
-TEST_F(DebugControl, GetDebugSourceIsEnable_TestsTheSwitchFile) {
+// Switch files ("/conf/quorix_debug/ENABLE_<name>" is cut to 63 characters:
+// 37 of the name count), the known-module list as it stands at the call, and
+// the syslog priorities (Error is debug, on purpose).
+TEST_F(DebugControl, SwitchQueriesAndWordTables) {
     const std::string longName = "L123456789012345678901234567890123456789012345678";
-    touchControl({"ENABLE_SNMP", "ENABLE_" + longName.substr(0, 37)});
-    const std::pair<std::string, int> cases[] = {
-        {"SNMP", 1}, {"snmp", 0}, {"IPMI", 0}, {longName, 1}, {longName.substr(0, 36), 0}};
-    for (const auto &[name, enabled] : cases) EXPECT_EQ(GetDebugSourceIsEnable(name.c_str()), enabled) << name;
-    EXPECT_EQ(GetDebugSourceIsEnable(nullptr), -1);
-}
-
-TEST_F(DebugControl, GetSourceIsVaild_KnownListMembershipOnly) {
-    touchControl({"ENABLE_QRXDIAG"});
-    const std::pair<const char *, int> cases[] = {{"DEV", 1},     {"IPMI", 1}, {"REDFISH", 1}, {"SNMP", 1},
-                                                  {"QRXMONITOR", 1}, {"CPLD", 1}, {"QRXDIAG", 0}, {"ipmi", 0},
-                                                  {"IPMI ", 0},   {"", 0},     {"QRXPWOFFPRO", 0}};
-    for (const auto &[module, valid] : cases) EXPECT_EQ(GetSourceIsVaild(module), valid) << module;
-    EXPECT_EQ(GetSourceIsVaild(nullptr), -1);
-    const char *saved = DebugSourceFile[0];  // the exported table as it stands at the call
+    touchControl({"ENABLE_SNMP", "ENABLE_QRXDIAG", "ENABLE_" + longName.substr(0, 37)});
+    const std::pair<std::string, int> enabled[] = {{"SNMP", 1}, {"snmp", 0}, {"IPMI", 0}, {longName, 1}, {longName.substr(0, 36), 0}};
+    for (const auto &[name, on] : enabled) EXPECT_EQ(GetDebugSourceIsEnable(name.c_str()), on) << name;
+    const std::pair<const char *, int> known[] = {{"DEV", 1},  {"IPMI", 1},  {"REDFISH", 1}, {"SNMP", 1}, {"QRXMONITOR", 1},
+                                                  {"CPLD", 1}, {"QRXDIAG", 0}, {"ipmi", 0},  {"IPMI ", 0}, {"", 0}};
+    for (const auto &[module, valid] : known) EXPECT_EQ(GetSourceIsVaild(module), valid) << module;
+    EXPECT_EQ(GetDebugSourceIsEnable(nullptr) + GetSourceIsVaild(nullptr), -2);
+    const char *saved = DebugSourceFile[0];
     DebugSourceFile[0] = "ENABLE_QRXDIAG";
     EXPECT_EQ(GetSourceIsVaild("QRXDIAG") * 2 + GetSourceIsVaild("DEV"), 2);
     DebugSourceFile[0] = saved;
-}
-
-TEST(DebugTables, SyslogPrioritiesErrorIsDebugOnPurpose) {
-    const std::pair<unsigned, unsigned> cases[] = {{0, 6}, {1, 4}, {2, 7}, {3, 2}, {4, UINT_MAX}, {UINT_MAX, UINT_MAX}};
-    for (const auto &[level, priority] : cases) EXPECT_EQ(TranslateToSyslogLevel(level), priority) << level;
+    const std::pair<unsigned, unsigned> priorities[] = {{0, 6}, {1, 4}, {2, 7}, {3, 2}, {4, UINT_MAX}, {UINT_MAX, UINT_MAX}};
+    for (const auto &[level, priority] : priorities) EXPECT_EQ(TranslateToSyslogLevel(level), priority) << level;
 }
 
 constexpr std::size_t kFlags = 0x621F7C;

@@ -1,13 +1,10 @@
 // The message-queue frame, the queue writer and the blocking reader, against
 // the kernel objects of the sandbox's private IPC namespace.
-#include <signal.h>
 #include <sys/msg.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
-#include <thread>
 
 #include "quorix_test.h"
 
@@ -116,42 +113,6 @@ TEST_F(MsgQueue, ReadRefusalsAndReceiveErrorsAreLogged) {
         EXPECT_EQ(qtest::queuedMessages(kKey), err == E2BIG ? 1 : 0);
         qtest::removeQueue(kKey);
     }
-}
-
-int g_interruptions = 0;
-
-char processState(pid_t pid) {
-    std::string text = qtest::readFile("/proc/" + std::to_string(pid) + "/stat");
-    return text.size() > text.rfind(')') + 2 ? text[text.rfind(')') + 2] : '?';
-}
-
-// A signal whose handler does not ask for restarting interrupts the wait; the receive carries on.
-TEST_F(MsgQueue, BlockedReadSurvivesAnInterruptingSignalAndGetsTheMessage) {
-    const int id = QuorixCreateMsgQueue(kKey);
-    int result[2];
-    ASSERT_EQ(pipe(result), 0);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        struct sigaction sa {};
-        sa.sa_handler = [](int) { ++g_interruptions; };
-        sigaction(SIGUSR1, &sa, nullptr);
-        unsigned char buffer[32];
-        const int rc = QuorixReadMsgQueue(id, buffer, sizeof buffer);
-        dprintf(result[1], "rc=%d signals=%d text=%s", rc, g_interruptions, reinterpret_cast<char *>(buffer));
-        _exit(0);
-    }
-    close(result[1]);
-    for (int i = 0; i < 500 && processState(pid) != 'S'; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    ASSERT_EQ(kill(pid, SIGUSR1), 0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    ASSERT_EQ(processState(pid), 'S') << "the receive ended on the signal";
-    ASSERT_EQ(QuorixWriteMsgQueue(kKey, "after the signal", 17), 0);
-    char text[128] = {};
-    ASSERT_EQ(waitpid(pid, nullptr, 0), pid);
-    ASSERT_GT(read(result[0], text, sizeof text - 1), 0);
-    EXPECT_STREQ(text, "rc=0 signals=1 text=after the signal");
-    close(result[0]);
 }
 
 }  // namespace
