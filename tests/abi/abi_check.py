@@ -1,10 +1,8 @@
 #!/usr/bin/env python3
-"""ABI guard of a built library: each check prints one line per problem and a
-summary, and exits 1 when it finds any. exports: exactly the version script's
-global names; header: the header declares exactly the exports, each of its
-kind; frameless: every Plain slot row is table loads and a jump; baseline: no
-change to an existing export (--update writes it); no_cxx_runtime: no
-libstdc++, no C++ runtime import."""
+"""ABI guard of a built library; each check prints its problems and a summary and exits 1 on any.
+exports: exactly the version script's names; header: it declares exactly the exports, each of its kind;
+frameless: Plain slot rows are table loads and a jump; baseline: existing exports unchanged (--update
+writes it); no_cxx_runtime: no libstdc++, no C++ runtime import."""
 
 import argparse
 import os

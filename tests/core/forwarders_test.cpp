@@ -1,14 +1,8 @@
-// Every generated forwarder against a probe put into its slot: the arguments
-// arrive unchanged at the right slot, and each variant treats the result,
-// empty slots and NULL arguments as its kind says.
-#include <cstdint>
+// Every generated forwarder against a probe in its slot: the arguments arrive unchanged at the
+// right slot, and the result, an empty slot and NULL arguments are treated as its kind says.
 #include <functional>
 #include <map>
-#include <string>
-#include <utility>
-#include <vector>
 
-#include "core/slot_table.h"
 #include "quorix_test.h"
 
 namespace {
@@ -16,23 +10,28 @@ namespace {
 struct Call {
     int slot = -1;
     std::vector<std::uintptr_t> args;
-};
-Call g_call;
+} g_call;
 long g_probeResult = 0;
 constexpr std::size_t kNoNull = ~std::size_t{0};
 
 // Argument i: a distinct value of its type (pointers NULL at nullIndex), and the word a probe records.
 template <typename T>
 T argValue(std::size_t i, std::size_t nullIndex) {
-    if constexpr (std::is_pointer_v<T>) return i == nullIndex ? nullptr : reinterpret_cast<T>(0x1000 + 0x10 * i);
-    else if constexpr (std::is_floating_point_v<T>) return static_cast<T>(1.5 + static_cast<double>(i));
-    else return static_cast<T>(0x21 + i);
+    if constexpr (std::is_pointer_v<T>)
+        return i == nullIndex ? nullptr : reinterpret_cast<T>(0x1000 + 0x10 * i);
+    else if constexpr (std::is_floating_point_v<T>)
+        return static_cast<T>(1.5 + static_cast<double>(i));
+    else
+        return static_cast<T>(0x21 + i);
 }
 template <typename T>
 std::uintptr_t asWord(T value) {
-    if constexpr (std::is_pointer_v<T>) return reinterpret_cast<std::uintptr_t>(value);
-    else if constexpr (std::is_floating_point_v<T>) return static_cast<std::uintptr_t>(value * 100);
-    else return static_cast<std::uintptr_t>(value);
+    if constexpr (std::is_pointer_v<T>)
+        return reinterpret_cast<std::uintptr_t>(value);
+    else if constexpr (std::is_floating_point_v<T>)
+        return static_cast<std::uintptr_t>(value * 100);
+    else
+        return static_cast<std::uintptr_t>(value);
 }
 
 template <int Slot, typename Fn>
@@ -57,15 +56,24 @@ struct Case {
 template <int Slot, typename R, typename... A, std::size_t... I>
 Case makeCaseOf(const char *kind, const char *name, R (*fn)(A...), std::index_sequence<I...>) {
     auto call = [fn](std::size_t nullIndex) -> long {
-        if constexpr (std::is_void_v<R>) return fn(argValue<A>(I, nullIndex)...), 0;
-        else return static_cast<long>(fn(argValue<A>(I, nullIndex)...));
+        if constexpr (std::is_void_v<R>)
+            return fn(argValue<A>(I, nullIndex)...), 0;
+        else
+            return static_cast<long>(fn(argValue<A>(I, nullIndex)...));
     };
     auto asResult = [](long v) -> long {
-        if constexpr (std::is_void_v<R>) return 0;
-        else return static_cast<long>(static_cast<R>(v));
+        if constexpr (std::is_void_v<R>)
+            return 0;
+        else
+            return static_cast<long>(static_cast<R>(v));
     };
-    return {kind, name, Slot, reinterpret_cast<void *>(&Probe<Slot, typename qrx::SlotSig<Slot>::type>::call),
-            {asWord(argValue<A>(I, kNoNull))...}, call, asResult};
+    return {kind,
+            name,
+            Slot,
+            reinterpret_cast<void *>(&Probe<Slot, typename qrx::SlotSig<Slot>::type>::call),
+            {asWord(argValue<A>(I, kNoNull))...},
+            call,
+            asResult};
 }
 
 template <int Slot, typename R, typename... A>
@@ -104,6 +112,7 @@ struct KindRule {
     long emptySlot;  // the result without a call, kUnchecked: the slot is not looked at
     std::vector<std::size_t> guarded;
 };
+// clang-format off
 const std::map<std::string, KindRule> kRules = {
     {"Plain", {Result::Passed, kUnchecked, {}}},         {"Ignored", {Result::Zero, kUnchecked, {}}},
     {"Status", {Result::Status, kUnchecked, {}}},        {"LowByte", {Result::LowByte, kUnchecked, {}}},
@@ -113,6 +122,7 @@ const std::map<std::string, KindRule> kRules = {
     {"NullFirstThree", {Result::Passed, kUnchecked, {0, 1, 2}}},
     {"NullFirstEmptyZero", {Result::Passed, 0, {0}}},   {"FullyGuarded", {Result::Passed, 0, {0}}},
 };
+// clang-format on
 
 class Forwarder : public qtest::BoundTest, public ::testing::WithParamInterface<Case> {
 protected:
@@ -132,9 +142,15 @@ TEST_P(Forwarder, ForwardsToItsSlotAndTreatsResultEmptySlotAndNullAsItsKindSays)
     EXPECT_EQ(g_call.slot, c.slot);
     EXPECT_EQ(g_call.args, c.expectedArgs);
     switch (rule.result) {
-        case Result::Passed: EXPECT_EQ(result, c.asResult(0x1234)); break;
-        case Result::Zero: EXPECT_EQ(result, 0); break;
-        case Result::LowByte: EXPECT_EQ(result, 0x34); break;
+        case Result::Passed:
+            EXPECT_EQ(result, c.asResult(0x1234));
+            break;
+        case Result::Zero:
+            EXPECT_EQ(result, 0);
+            break;
+        case Result::LowByte:
+            EXPECT_EQ(result, 0x34);
+            break;
         case Result::Status:
             EXPECT_EQ(result, -1);
             EXPECT_EQ(callThroughProbe(0), 0);
@@ -152,7 +168,9 @@ TEST_P(Forwarder, ForwardsToItsSlotAndTreatsResultEmptySlotAndNullAsItsKindSays)
     EXPECT_EQ(g_call.slot, -1);
 }
 
-std::string caseName(const ::testing::TestParamInfo<Case> &info) { return info.param.name; }
+std::string caseName(const ::testing::TestParamInfo<Case> &info) {
+    return info.param.name;
+}
 
 INSTANTIATE_TEST_SUITE_P(AllSlots, Forwarder, ::testing::ValuesIn(allForwarders()), caseName);
 

@@ -12,26 +12,16 @@ namespace {
 using qtest::touchControl;
 using Files = std::vector<std::string>;
 
-class DebugLog : public qtest::BoundTest {
-protected:
-    // Standard output of calls made in a fresh process with fresh control files.
-    static std::string runFresh(const Files &files, const std::function<void()> &calls) {
-        std::filesystem::remove_all(qtest::kControlDir);
-        std::filesystem::create_directories(qtest::kControlDir);
-        for (const std::string &f : files) touchControl({f});
-        qtest::ChildResult result = qtest::runInChild([&] {
-            setenv("TZ", "UTC", 1);
-            tzset();
-            calls();
-        });
-        EXPECT_TRUE(result.exited && result.status == 0);
-        return result.out;
-    }
-    // The same with every well-formed time text masked as "T".
-    static std::string logged(const Files &files, const std::function<void()> &calls) {
-        return std::regex_replace(runFresh(files, calls), std::regex(R"(<\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d>)"), "<T>");
-    }
-};
+class DebugLog : public qtest::BoundTest {};
+
+// Standard output of calls made in a fresh process with fresh control files,
+// every well-formed time text masked as "T".
+std::string logged(const Files &files, const std::function<void()> &calls) {
+    std::filesystem::remove_all(qtest::kControlDir);
+    std::filesystem::create_directories(qtest::kControlDir);
+    for (const std::string &f : files) touchControl({f});
+    return std::regex_replace(qtest::inChild(calls), std::regex(R"(<\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d>)"), "<T>");
+}
 
 void eachLevel(const char *module) {
     for (unsigned level = 0; level < 4; ++level) QuorixDebug(level, module, "m%u", level);
@@ -39,6 +29,7 @@ void eachLevel(const char *module) {
 
 TEST_F(DebugLog, LevelPathAndModuleRulesDecideWhatReachesTheConsole) {
     const std::string all = "[Info]:<T>m0\n[Warning]:<T>m1\n[Error]:<T>m2\n[Critical]:<T>m3\n";
+    // clang-format off
     const struct {
         const char *what;
         Files files;
@@ -47,38 +38,31 @@ TEST_F(DebugLog, LevelPathAndModuleRulesDecideWhatReachesTheConsole) {
     } cases[] = {
         {"no level file", {"ENABLE_IPMI", "PATH_SERIAL"}, [] { eachLevel("IPMI"); }, ""},
         {"no path file", {"ENABLE_IPMI", "LEVEL_INFO"}, [] { eachLevel("IPMI"); }, ""},
-        {"no control directory", {}, [] { std::filesystem::remove_all(qtest::kControlDir); QuorixDebug(3, "", "x"); }, ""},
+        {"no control directory", {}, [] { std::filesystem::remove_all(qtest::kControlDir), QuorixDebug(3, "", "x"); }, ""},
         {"info", {"LEVEL_INFO", "PATH_SERIAL", "ENABLE_IPMI"}, [] { eachLevel("IPMI"); }, all},
         {"warning", {"LEVEL_WARNING", "PATH_SERIAL", "ENABLE_IPMI"}, [] { eachLevel("IPMI"); }, all.substr(13)},
         {"critical", {"LEVEL_CRITICAL", "PATH_SERIAL", "ENABLE_IPMI"}, [] { eachLevel("IPMI"); }, all.substr(43)},
         {"warning and info: info", {"LEVEL_WARNING", "LEVEL_INFO", "PATH_SERIAL", "ENABLE_IPMI"},
          [] { QuorixDebug(0, "IPMI", "sel %d cleared", 3); }, "[Info]:<T>sel 3 cleared\n"},
-        {"refused and filtered calls return 0", {"LEVEL_WARNING", "PATH_SERIAL", "ENABLE_IPMI"},
-         [] {
+        {"refused and filtered calls return 0", {"LEVEL_WARNING", "PATH_SERIAL", "ENABLE_IPMI"}, [] {
              const char *noFormat = nullptr;
              std::printf("%d%d%d%d%d%d\n", QuorixDebug(4, "IPMI", "four"), QuorixDebug(~0u, "IPMI", "minus one"),
                          QuorixDebug(1, nullptr, "no module"), QuorixDebug(1, "IPMI", noFormat, 1),
                          QuorixDebug(0, "IPMI", "below"), QuorixDebug(1, "SNMP", "not enabled"));
              QuorixDebug(1, "IPMI", "on");
-         },
-         "000000\n[Warning]:<T>on\n"},
+         }, "000000\n[Warning]:<T>on\n"},
         {"unlisted module with a switch", {"LEVEL_INFO", "PATH_SERIAL", "ENABLE_QRXDIAG"},
-         [] { QuorixDebug(1, "QRXDIAG", "core dumped"), QuorixDebug(1, "QRXMONITOR", "not enabled"); },
-         "[Warning]:<T>core dumped\n"},
-        {"first 15 characters of a module count", {"LEVEL_INFO", "PATH_SERIAL", "ENABLE_ABCDEFGHIJKLMNOPQRST"},
-         [] {
-             for (const char *m : {"ABCDEFGHIJKLMNOPQRST", "ABCDEFGHIJKLMNO", "ABCDEFGHIJKLMNOxyz", "ABCDEFGHIJKLMN",
-                                   "xBCDEFGHIJKLMNOPQRST"})
+         [] { QuorixDebug(1, "QRXDIAG", "core dumped"), QuorixDebug(1, "QRXMONITOR", "not enabled"); }, "[Warning]:<T>core dumped\n"},
+        {"first 15 characters of a module count", {"LEVEL_INFO", "PATH_SERIAL", "ENABLE_ABCDEFGHIJKLMNOPQRST"}, [] {
+             for (const char *m : {"ABCDEFGHIJKLMNOPQRST", "ABCDEFGHIJKLMNO", "ABCDEFGHIJKLMNOxyz", "ABCDEFGHIJKLMN", "xBCDEFGHIJKLMNOPQRST"})
                  QuorixDebug(0, m, "%s", m);
-         },
-         "[Info]:<T>ABCDEFGHIJKLMNOPQRST\n[Info]:<T>ABCDEFGHIJKLMNO\n[Info]:<T>ABCDEFGHIJKLMNOxyz\n"},
+         }, "[Info]:<T>ABCDEFGHIJKLMNOPQRST\n[Info]:<T>ABCDEFGHIJKLMNO\n[Info]:<T>ABCDEFGHIJKLMNOxyz\n"},
         {"message cut at 1023 characters", {"LEVEL_INFO", "PATH_SERIAL", "ENABLE_IPMI"},
          [] { QuorixDebug(0, "IPMI", "%s", std::string(1100, 'c').c_str()); }, "[Info]:<T>" + std::string(1023, 'c') + "\n"},
         {"empty module matches an unused slot; a format's own line feed stays", {"LEVEL_INFO", "PATH_SERIAL", "ENABLE_IPMI"},
          [] { QuorixDebug(0, "", "anonymous"), QuorixDebug(0, "IPMI", "done\n"); }, "[Info]:<T>anonymous\n[Info]:<T>done\n\n"},
         // Without the marker the first load stands; with it every call reads the files again.
-        {"reload marker", {"LEVEL_INFO", "PATH_SERIAL", "ENABLE_A"},
-         [] {
+        {"reload marker", {"LEVEL_INFO", "PATH_SERIAL", "ENABLE_A"}, [] {
              auto remove = [](const char *name) { std::filesystem::remove(qtest::kControlDir + name); };
              QuorixDebug(0, "A", "one");
              touchControl({"ENABLE_B", "LEVEL_CRITICAL"});
@@ -95,9 +79,9 @@ TEST_F(DebugLog, LevelPathAndModuleRulesDecideWhatReachesTheConsole) {
              QuorixDebug(3, "B", "ignored: marker gone");
              qtest::writeFile(qtest::kReloadMarker, "");
              QuorixDebug(3, "B", "five");
-         },
-         "[Info]:<T>one\n[Info]:<T>two\n[Critical]:<T>three\n[Critical]:<T>four\n[Critical]:<T>five\n"},
+         }, "[Info]:<T>one\n[Info]:<T>two\n[Critical]:<T>three\n[Critical]:<T>four\n[Critical]:<T>five\n"},
     };
+    // clang-format on
     for (const auto &c : cases) EXPECT_EQ(logged(c.files, c.calls), c.out) << c.what;
     EXPECT_TRUE(qtest::fileExists(qtest::kReloadMarker)) << "the library never removes the marker";
 }
@@ -107,16 +91,18 @@ TEST_F(DebugLog, LevelPathAndModuleRulesDecideWhatReachesTheConsole) {
 TEST_F(DebugLog, PlatformLogGetsLocal5WithTheLevelsPriorityAndTheCutMessage) {
     qtest::PlatformLog platform;
     const std::string tail = std::string(1000, 'x') + "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-    EXPECT_EQ(logged({"LEVEL_INFO", "PATH_LOG", "PATH_BOTH", "ENABLE_IPMI"}, [&] {
-                  eachLevel("IPMI");
-                  QuorixDebug(2, "IPMI", "%s", tail.c_str());
-              }),
+    EXPECT_EQ(logged({"LEVEL_INFO", "PATH_LOG", "PATH_BOTH", "ENABLE_IPMI"},
+                     [&] {
+                         eachLevel("IPMI");
+                         QuorixDebug(2, "IPMI", "%s", tail.c_str());
+                     }),
               "");
     const Files messages = platform.drain();
     ASSERT_EQ(messages.size(), 5u);
     const char *priorities[] = {"174", "172", "175", "170", "175"};
     for (int i = 0; i < 5; ++i)
-        EXPECT_TRUE(std::regex_match(messages[i], std::regex("<" + std::string(priorities[i]) + R"(>[A-Z][a-z]{2} [ \d]\d \d\d:\d\d:\d\d [^:]+: )" +
+        EXPECT_TRUE(std::regex_match(messages[i], std::regex("<" + std::string(priorities[i]) +
+                                                             R"(>[A-Z][a-z]{2} [ \d]\d \d\d:\d\d:\d\d [^:]+: )" +
                                                              (i < 4 ? "m" + std::to_string(i) : tail.substr(0, 1023)))))
             << messages[i];
 }

