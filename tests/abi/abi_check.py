@@ -1,17 +1,8 @@
 #!/usr/bin/env python3
-"""ABI guard of a built library. Each check prints one line per problem and
-a summary, and exits 1 when it finds any:
-
-  exports   --map MAP --readelf R LIB          exports are exactly the version script's global names
-  header    --header H --castxml C --cc CC --readelf R --map MAP --work DIR LIB
-                                               the header declares exactly the exports, each of its kind
-  frameless --slots DEF --objdump O --readelf R LIB
-                                               every Plain slot row compiled to table loads and a jump
-  softfloat --objdump O --readelf R LIB        32-bit ARM: no FPU attribute, no VFP/NEON instruction
-  baseline  --baseline-dir abi [--baseline F] (--abidiff A | --abidw A --update) LIB
-                                               no change to an existing export (additions pass)
-  no_cxx_runtime --readelf R LIB               no libstdc++ in NEEDED, no C++ runtime symbol imported
-"""
+"""ABI guard of a built library; each check prints its problems and a summary and exits 1 on any.
+exports: exactly the version script's names; header: it declares exactly the exports, each of its kind;
+frameless: Plain slot rows are table loads and a jump; baseline: existing exports unchanged (--update
+writes it); no_cxx_runtime: no libstdc++, no C++ runtime import."""
 
 import argparse
 import os
@@ -22,10 +13,8 @@ import xml.etree.ElementTree as ET
 
 
 def run(cmd):
-    proc = subprocess.run(cmd, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-    if proc.returncode != 0:
-        sys.exit("command failed (%d): %s\n%s" % (proc.returncode, " ".join(cmd), proc.stderr))
-    return proc.stdout
+    proc = subprocess.run(cmd, capture_output=True, text=True)
+    return proc.stdout if proc.returncode == 0 else sys.exit("command failed: %s\n%s" % (" ".join(cmd), proc.stderr))
 
 
 def without_comments(path):
@@ -38,9 +27,7 @@ def slot_rows(path):
     text = without_comments(path)
     rows = [(m.group(1), int(m.group(2)), m.group(3))
             for m in re.finditer(r"\bQRX_SLOT\s*\(\s*(\w+)\s*,\s*(\d+)\s*,[^,]+,\s*(\w+)\s*,", text)]
-    if len(rows) != len(re.findall(r"\bQRX_SLOT\s*\(", text)):
-        sys.exit("%s: a QRX_SLOT row is malformed" % path)
-    return rows
+    return rows if len(rows) == len(re.findall(r"\bQRX_SLOT\s*\(", text)) else sys.exit("%s: malformed row" % path)
 
 
 def version_script(path):
@@ -61,12 +48,9 @@ def version_script(path):
 
 def dynamic_symbols(readelf, library):
     """Defined dynamic symbols: name -> (address, size, type, section index)."""
-    symbols = {}
-    for parts in (line.split() for line in run([readelf, "--dyn-syms", "-W", library]).splitlines()):
-        if len(parts) < 8 or not parts[0][:-1].isdigit() or parts[6] == "UND" or parts[4] not in ("GLOBAL", "WEAK"):
-            continue
-        symbols[parts[7].split("@")[0]] = (int(parts[1], 16), int(parts[2], 0), parts[3], parts[6])
-    return symbols
+    rows = (line.split() for line in run([readelf, "--dyn-syms", "-W", library]).splitlines())
+    return {p[7].split("@")[0]: (int(p[1], 16), int(p[2], 0), p[3], p[6]) for p in rows
+            if len(p) >= 8 and p[0][:-1].isdigit() and p[6] != "UND" and p[4] in ("GLOBAL", "WEAK")}
 
 
 def exports(args, nodes):
@@ -76,17 +60,12 @@ def exports(args, nodes):
 
 
 def elf_machine(library):
-    with open(library, "rb") as f:
-        head = f.read(20)
-    if head[:4] != b"\x7fELF":
-        sys.exit("%s is not an ELF file" % library)
+    head = open(library, "rb").read(20)
     return {(62, 2): "x86_64", (40, 1): "armel", (183, 2): "aarch64"}.get((int.from_bytes(head[18:20], "little"), head[4]))
 
 
 def report(problems, summary):
-    for p in problems:
-        print(p)
-    print(summary)
+    print("\n".join(problems + [summary]))
     return 1 if problems else 0
 
 
@@ -177,45 +156,18 @@ def frameless_arm(code, slot):
 
 
 def check_frameless(args):
-    check = {"x86_64": frameless_x86, "armel": frameless_arm}.get(elf_machine(args.library))
-    if check is None:
-        sys.exit("no frameless rule for %s" % args.library)
-    plain = [(name, slot) for kind, slot, name in slot_rows(args.slots) if kind == "Plain"]
-    if not plain:
-        sys.exit("%s has no Plain rows" % args.slots)
+    check = {"x86_64": frameless_x86, "armel": frameless_arm}.get(elf_machine(args.library)) or sys.exit("no frameless rule")
+    plain = [(name, slot) for kind, slot, name in slot_rows(args.slots) if kind == "Plain"] or sys.exit("no Plain rows")
     symbols = dynamic_symbols(args.readelf, args.library)
-    insns = {}
-    for line in run([args.objdump, "-d", "-w", "--no-show-raw-insn", "-j", ".text", args.library]).splitlines():
-        m = re.match(r"^\s*([0-9a-f]+):\s+(.*)$", line)
-        if m:
-            insns[int(m.group(1), 16)] = re.sub(r"\s+", " ", re.split(r"\s[@#;]\s|\s<", m.group(2), maxsplit=1)[0].strip())
+    lines = run([args.objdump, "-d", "-w", "--no-show-raw-insn", "-j", ".text", args.library]).splitlines()
+    insns = {int(m.group(1), 16): re.sub(r"\s+", " ", re.split(r"\s[@#;]\s|\s<", m.group(2), maxsplit=1)[0].strip())
+             for m in (re.match(r"^\s*([0-9a-f]+):\s+(.*)$", line) for line in lines) if m}
     problems = []
     for name, slot in plain:
-        if name not in symbols:
-            problems.append("%s: not exported" % name)
-            continue
-        start, size = symbols[name][0] & ~1, symbols[name][1]
-        problem = check([insns[a] for a in sorted(insns) if start <= a < start + size], slot)
-        if problem:
-            problems.append("%s (slot %d): %s" % (name, slot, problem))
+        start, size = (symbols[name][0] & ~1, symbols[name][1]) if name in symbols else (0, 0)
+        problem = check([insns[a] for a in sorted(insns) if start <= a < start + size], slot) if name in symbols else "not exported"
+        problems += ["%s (slot %d): %s" % (name, slot, problem)] if problem else []
     return report(problems, "%d of %d plain forwarders are frameless tail calls" % (len(plain) - len(problems), len(plain)))
-
-
-FP_ATTRIBUTES = ("Tag_FP_arch", "Tag_ABI_VFP_args", "Tag_Advanced_SIMD_arch", "Tag_ABI_HardFP_use")
-# In unified syntax every VFP/NEON mnemonic starts with "v"; no core ARM one does.
-FP_INSN = re.compile(r"^\s*([0-9a-f]+):\s+(v[a-z0-9]+(?:\.[a-z0-9.]+)?)\s")
-
-
-def check_softfloat(args):
-    problems = ["floating-point attribute %s" % line.strip() for line in run([args.readelf, "-A", args.library]).splitlines()
-                if line.strip().split(":")[0] in FP_ATTRIBUTES]
-    code = run([args.objdump, "-d", "-w", "--no-show-raw-insn", args.library]).splitlines()
-    insns = [m for m in map(FP_INSN.match, code) if m]
-    problems += ["floating-point instruction at %s: %s" % m.groups() for m in insns[:10]]
-    if len(insns) > 10:
-        problems.append("... %d floating-point instructions in all" % len(insns))
-    name = os.path.basename(args.library)
-    return report(problems, "%s: %s" % (name, "uses the FPU" if problems else "soft-float only"))
 
 
 CXX_RUNTIME_LIBRARY = re.compile(r"^libstdc\+\+\.so")
@@ -271,7 +223,7 @@ def check_baseline(args):
 
 def main(argv):
     ap = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    ap.add_argument("check", choices=("exports", "header", "frameless", "softfloat", "baseline", "no_cxx_runtime"))
+    ap.add_argument("check", choices=("exports", "header", "frameless", "baseline", "no_cxx_runtime"))
     for opt in ("map", "readelf", "objdump", "header", "castxml", "cc", "work", "slots", "baseline-dir", "baseline"):
         ap.add_argument("--" + opt)
     ap.add_argument("--abidiff", default="abidiff")

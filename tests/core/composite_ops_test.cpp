@@ -1,282 +1,119 @@
-// Operations composed of several slot calls, and the power-button lock.
-#include <pthread.h>
-#include <unistd.h>
-
-#include <cstdint>
-#include <cstdio>
+// Operations composed of slot calls, and the trace forwarders: every slot a row
+// touches records "slot(args)" (a pointer as "*byte", the byte it points to).
 #include <functional>
-#include <cstdlib>
-#include <string>
-#include <vector>
+#include <map>
 
-#include "core/slot_table.h"
 #include "quorix_test.h"
 
 namespace {
 
-// What the probes saw, in call order: "slot(arg,arg)".
-std::vector<std::string> g_calls;
-int g_result161 = 0;
-int g_result6Until = 0;  // slot 6 returns 0 from this call on (1-based), never when 0
-int g_selector = 0;
+using Calls = std::vector<std::string>;
+Calls g_calls;
+std::map<int, std::vector<long>> g_results;  // per slot, in call order; the last one repeats
 
-template <typename... A>
-void record(int slot, A... args) {
-    std::string text = std::to_string(slot) + "(";
-    std::string sep;
-    ((text += sep + std::to_string(static_cast<long>(args)), sep = ","), ...);
-    g_calls.push_back(text + ")");
+template <typename T>
+std::string word(T v) {
+    if constexpr (std::is_pointer_v<T>)
+        return v ? "*" + std::to_string(*reinterpret_cast<const unsigned char *>(v)) : "null";
+    else
+        return std::to_string(static_cast<long>(v));
 }
 
-int dialSwitch(int port, int mode) { record(161, port, mode); return g_result161; }
-int shareLinkDisable() { record(163); return 0x163; }
-int platformInit() { record(0); return 7; }
-int gpuBoxDevInfo(int index) { record(191, index); return 0x55; }
-int fanPresent(int fan, unsigned char *) {
-    record(6, fan);
-    return g_result6Until != 0 && static_cast<int>(g_calls.size()) >= g_result6Until ? 0 : -3;
-}
-int diagInterrupt(int code, int action) { record(39, code, action); return g_result161; }
-int getBootSelector(int which) { record(172, which); return g_selector; }
-int setBootSelector(int selector, int which) { record(173, selector, which); return 0x173; }
-int fpgaVersion(int type, int reserved, unsigned char *) { record(170, type, reserved); return 0x170; }
-int rtcLock(int locked) { record(235, locked); return 0; }
-int rtcControl(int command, void *) { record(215, command); return 0x215; }
-int fanInfo(unsigned char *, int index) { record(1, index); return 0x11; }
-int buttonInfo() { record(153); return 0x5A; }
-int powerOn(int action) {
-    // The lock must be held while slot 78 runs.
-    record(78, action, pthread_mutex_trylock(&PwrBtnmutex) == 0 ? 0 : 1);
-    return 0;
-}
-
-class ComposedOps : public qtest::BoundTest {
-protected:
-    void SetUp() override {
-        BoundTest::SetUp();
-        g_calls.clear();
-        g_result161 = 0;
-        g_result6Until = 0;
-        g_selector = 0;
+template <int Slot, typename Fn>
+struct Recorder;
+template <int Slot, typename R, typename... A>
+struct Recorder<Slot, R (*)(A...)> {
+    static R call(A... args) {
+        std::string text = std::to_string(Slot) + "(", sep;
+        ((text += sep + word(args), sep = ","), ...);
+        g_calls.push_back(text + ")");
+        std::vector<long> &r = g_results[Slot];
+        long result = r.empty() ? 0 : r.front();
+        if (r.size() > 1) r.erase(r.begin());
+        return static_cast<R>(result);
     }
-    using Calls = std::vector<std::string>;
+};
+template <int... S>
+void installRecorders() {
+    (qtest::replaceSlot(S, &Recorder<S, typename qrx::SlotSig<S>::type>::call), ...);
+}
+
+class ComposedOps : public qtest::BoundTest {};
+
+struct Row {
+    const char *what;
+    std::map<int, std::vector<long>> results;
+    std::function<long()> call;
+    long result;
+    Calls calls;
+    std::string out = "";
 };
 
-TEST_F(ComposedOps, ShareLinkIsDisabledOnlyWhenTheDialSwitchAllowsIt) {
-    qtest::replaceSlot(qrx::Slot::BmcCheckDialSwitchStatus, dialSwitch);
-    qtest::replaceSlot(qrx::Slot::BmcShareLinkDisable, shareLinkDisable);
-    g_result161 = 4;
-    EXPECT_EQ(BmcUpdateShareLink(2, 3), 4);
-    EXPECT_EQ(g_calls, (Calls{"161(2,3)"}));
+unsigned char g_byte = 42, g_zero = 0;
 
-    g_calls.clear();
-    g_result161 = 0;
-    EXPECT_EQ(BmcUpdateShareLink(2, 3), 0x163);
-    EXPECT_EQ(g_calls, (Calls{"161(2,3)", "163()"}));
+// The BIOS item request: its result and the one response byte (0xEE: untouched) as result * 0x1000 + byte.
+long biosItem(std::vector<unsigned char> request, bool response = true) {
+    unsigned char code[2] = {0xEE, 0xEE};
+    const int result = QuorixSetBIOSBMCInterface(request.empty() ? nullptr : request.data(), int(request.size()),
+                                                 response ? code : nullptr);
+    EXPECT_EQ(code[1], 0xEE) << "one response byte";
+    return result * 0x1000 + code[0];
 }
 
-TEST_F(ComposedOps, PlatformInitialisationRunsOnceAndSetsTheSharedFlag) {
-    qtest::replaceSlot(qrx::Slot::PlatformInit, platformInit);
-    EXPECT_EQ(qtest::blockBytes(22, 1)[0], 0);
-    EXPECT_EQ(quorixPlatInit(), 7);
-    EXPECT_EQ(qtest::blockBytes(22, 1)[0], 1);
-    EXPECT_EQ(quorixPlatInit(), 0);
-    EXPECT_EQ(g_calls, (Calls{"0()"}));
-}
-
-// Two separate processes, each loading and binding the library on its own.
-TEST_F(ComposedOps, PlatformInitialisationFromTwoProcessesCallsSlotZeroOnce) {
-    // The real path: under qemu /proc/<pid>/exe is the emulator's own binary.
-    char path[4096];
-    ssize_t len = readlink("/proc/self/exe", path, sizeof path - 1);
-    ASSERT_GT(len, 0);
-    std::string self = qtest::programCommand(std::string(path, static_cast<std::size_t>(len)));
-    std::vector<std::string> outputs;
-    for (int i = 0; i < 2; ++i) {
-        qtest::CommandRun run = qtest::runCommand("QUORIX_TEST_ROLE=plat-init " + self + " --gtest_filter=ChildRole.PlatInit");
-        EXPECT_EQ(run.status, 0) << run.out;
-        outputs.push_back(run.out);
-    }
-    EXPECT_NE(outputs[0].find("quorixPlatInit=0"), std::string::npos) << outputs[0];
-    EXPECT_NE(outputs[1].find("quorixPlatInit=0"), std::string::npos) << outputs[1];
-    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::PlatformInit)), 1u);
-    EXPECT_EQ(qtest::blockBytes(22, 1)[0], 1);
-}
-
-TEST(ChildRole, PlatInit) {
-    const char *role = std::getenv("QUORIX_TEST_ROLE");
-    if (role == nullptr || std::string(role) != "plat-init") GTEST_SKIP() << "runs only as a child process";
-    ASSERT_EQ(quorix_interface_init(), 0);
-    std::printf("quorixPlatInit=%d\n", quorixPlatInit());
-}
-
-TEST_F(ComposedOps, GpuBoxQueryPassesAPerProcessCounter) {
-    qtest::replaceSlot(qrx::Slot::GetGpuBoxDevInfo, gpuBoxDevInfo);
-    qtest::ChildResult child = qtest::runInChild([] {
-        for (int i = 0; i < 3; ++i)
-            if (QuorixGetGPUBoxDevInfo() != 0) std::exit(1);
-        for (const std::string &c : g_calls) std::printf("%s ", c.c_str());
-    });
-    EXPECT_EQ(child.out, "191(0) 191(1) 191(2) ");
-}
-
-TEST_F(ComposedOps, FanPresenceIsRetriedTenTimesAtMost) {
-    qtest::replaceSlot(qrx::Slot::quorixGetFanPresent, fanPresent);
-    unsigned char present = 0;
-    EXPECT_EQ(QuorixRetryGetFanPresent(5, &present), -3);
-    EXPECT_EQ(g_calls.size(), 10u);
-
-    g_calls.clear();
-    g_result6Until = 3;
-    EXPECT_EQ(QuorixRetryGetFanPresent(5, &present), 0);
-    EXPECT_EQ(g_calls, (Calls{"6(5)", "6(5)", "6(5)"}));
-}
-
-TEST_F(ComposedOps, ChassisDiagnosticInterruptMapsTheResult) {
-    qtest::replaceSlot(qrx::Slot::SetBiosBmcItem, diagInterrupt);
-    EXPECT_EQ(QuorixDiagInterruptChassis(), 0);
-    g_result161 = 9;
-    EXPECT_EQ(QuorixDiagInterruptChassis(), -1);
-    EXPECT_EQ(g_calls, (Calls{"39(18,1)", "39(18,1)"}));
-}
-
-TEST_F(ComposedOps, SetBiosBmcItem_PassesTheTwoRequestBytesAndReportsACompletionCode) {
-    qtest::replaceSlot(qrx::Slot::SetBiosBmcItem, diagInterrupt);
-    const struct {
-        std::vector<unsigned char> request;
-        int slotResult;
-        unsigned char code;
-        Calls calls;
-    } cases[] = {
-        {{0x12, 0x34}, 0, 0x00, {"39(18,52)"}},
-        {{0xFE, 0x01}, -1, 0xFF, {"39(254,1)"}},
-        {{0x12}, 0, 0xC7, {}},
-        {{0x12, 0x34, 0x56}, 0, 0xC7, {}},
-    };
-    for (const auto &c : cases) {
-        g_calls.clear();
-        g_result161 = c.slotResult;
-        unsigned char response[2] = {0xEE, 0xEE};
-        EXPECT_EQ(QuorixSetBIOSBMCInterface(c.request.data(), static_cast<int>(c.request.size()), response), 1);
-        EXPECT_EQ(response[0], c.code);
-        EXPECT_EQ(response[1], 0xEE) << "one response byte";
-        EXPECT_EQ(g_calls, c.calls);
-    }
-    unsigned char request[2] = {1, 2}, response[1] = {0xEE};
-    EXPECT_EQ(QuorixSetBIOSBMCInterface(nullptr, 2, response), -1);
-    EXPECT_EQ(QuorixSetBIOSBMCInterface(request, 2, nullptr), -1);
-    EXPECT_EQ(response[0], 0xEE);
-}
-
-TEST_F(ComposedOps, SwitchNodeSelectsTheOtherFlash) {
-    qtest::replaceSlot(qrx::Slot::QuorixGetBIOSBootSelector, getBootSelector);
-    qtest::replaceSlot(qrx::Slot::QuorixSetBIOSBootSelector, setBootSelector);
-    g_selector = 0x10;  // bit 0 clear: select 1
-    EXPECT_EQ(QuorixBiosSwitchNode(), 0x173);
-    g_selector = 0x11;  // bit 0 set: select 0
-    EXPECT_EQ(QuorixScpSwitchNode(), 0x173);
-    EXPECT_EQ(g_calls, (Calls{"172(0)", "173(1,0)", "172(1)", "173(0,1)"}));
-}
-
-TEST_F(ComposedOps, FpgaVersionKnowsOnlyTypeZero) {
-    qtest::replaceSlot(qrx::Slot::UpdateFpgaVersion, fpgaVersion);
-    std::string out = qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateFpgaVersion(1, 0, nullptr), -1); });
-    EXPECT_EQ(out, "\r\n====Error fpga type:1   =====\r\n");
-    EXPECT_TRUE(g_calls.empty());
-    EXPECT_EQ(QuorixUpdateFpgaVersion(0, 6, nullptr), 0x170);
-    EXPECT_EQ(g_calls, (Calls{"170(0,0)"})) << "the second argument is replaced by the kind";
-}
-
-TEST_F(ComposedOps, RtcCommandRunsUnderTheRtcLock) {
-    qtest::replaceSlot(qrx::Slot::QuorixSetRtcLockStatus, rtcLock);
-    qtest::replaceSlot(qrx::Slot::RtcDeviceControl, rtcControl);
-    EXPECT_EQ(RTC_DeviceControl(4, nullptr), 0x215);
-    EXPECT_EQ(g_calls, (Calls{"235(1)", "215(4)", "235(0)"}));
-}
-
-TEST_F(ComposedOps, FanInfoIndexIsBoundedByTheFanCountInTheBlock) {
-    qtest::replaceSlot(qrx::Slot::GetFanInfo, fanInfo);
-    static_cast<unsigned char *>(intf_quorix_mem)[0x200000] = 4;  // four fans
-    unsigned char info[64];
-    EXPECT_EQ(get_hw_fan_info(nullptr, 0), -1);
-    EXPECT_EQ(get_hw_fan_info(info, 5), -1);
-    EXPECT_EQ(get_hw_fan_info(info, 4), 0x11);  // the index may equal the count
-    EXPECT_EQ(g_calls, (Calls{"1(4)"}));
-}
-
-TEST_F(ComposedOps, PowerButtonStateIsPassedOnUnderTheLock) {
-    qtest::replaceSlot(qrx::Slot::QuorixGetMBCPLDButtonInfo, buttonInfo);
-    qtest::replaceSlot(qrx::Slot::QuorixBMCControlPWRON, powerOn);
-    EXPECT_EQ(QuorixBMCControlPwrBtnmutexInit(), 0);
-    EXPECT_EQ(QuorixBMCControlPwrBtnmutexInit(), 0);
-    EXPECT_EQ(QuorixBMCControlPwrBtnGetSet(), 0);
-    EXPECT_EQ(g_calls, (Calls{"153()", "78(90,1)"}));
-    EXPECT_EQ(pthread_mutex_trylock(&PwrBtnmutex), 0) << "the lock is released afterwards";
-    pthread_mutex_unlock(&PwrBtnmutex);
-}
-
-}  // namespace
-
-namespace {
-
-int g_traceSlot = -1;
-int traceUartSet(int) { g_traceSlot = 75; return 0x75; }
-int traceUartGet(unsigned char *status) { g_traceSlot = 76; *status = 9; return 0x76; }
-int traceCpuMismatch(unsigned char *) { g_traceSlot = 77; return 0x77; }
-int traceBlackBox(int, unsigned char *, int) { g_traceSlot = 29; return 0x29; }
-int traceHddSet(int, int, int, int action) { g_traceSlot = 43; return action; }
-int traceHddGet(int, int, int, unsigned char *action) { g_traceSlot = 44; *action = 1; return 0x44; }
-int traceVmd(int, int) { g_traceSlot = 45; return 0x45; }
-int traceOverCurrent() { g_traceSlot = 80; return 0x80; }
-
-struct TraceCase {
-    int slot;
-    std::function<int()> call;
-    int expectedResult;
-    std::string expectedLine;
-};
-
-class TraceForwarders : public qtest::BoundTest {};
-
-TEST_F(TraceForwarders, PrintTheirLineThenForward) {
-    qtest::replaceSlot(qrx::Slot::SetUartSwitchStatus, traceUartSet);
-    qtest::replaceSlot(qrx::Slot::GetUartSwitchStatus, traceUartGet);
-    qtest::replaceSlot(qrx::Slot::GetCpuTypeMismatch, traceCpuMismatch);
-    qtest::replaceSlot(qrx::Slot::GetPsuBlackBoxInfo, traceBlackBox);
-    qtest::replaceSlot(qrx::Slot::SetHddLedPwrStatus, traceHddSet);
-    qtest::replaceSlot(qrx::Slot::GetHddLedPwrStatus, traceHddGet);
-    qtest::replaceSlot(qrx::Slot::SetVmdStatus, traceVmd);
-    qtest::replaceSlot(qrx::Slot::OverCurrentProtectShutdown, traceOverCurrent);
-    static unsigned char uart = 0x2A;
-    static unsigned char hddAction = 0;
-    const std::string mismatchAddress = std::to_string(static_cast<int>(reinterpret_cast<std::uintptr_t>(&uart)));
-    const std::vector<TraceCase> cases = {
-        {75, [] { return QuorixSetUARTSwitchStatusInterface(3); }, 0x75,
+TEST_F(ComposedOps, CallTheirSlotsInOrderAndMapTheResult) {
+    installRecorders<0, 1, 6, 29, 39, 43, 44, 45, 75, 76, 77, 78, 80, 153, 161, 163, 170, 172, 173, 215, 235>();
+    qtest::block().setU8(0x200000, 4);  // four fans
+    const std::string address = std::to_string(static_cast<int>(reinterpret_cast<std::uintptr_t>(&g_byte)));
+    // clang-format off
+    const Row rows[] = {
+        {"dial switch refuses", {{161, {4}}}, [] { return BmcUpdateShareLink(2, 3); }, 4, {"161(2,3)"}},
+        {"share link disabled", {{163, {0x163}}}, [] { return BmcUpdateShareLink(2, 3); }, 0x163, {"161(2,3)", "163()"}},
+        {"fan presence tried ten times", {{6, {-3}}}, [] { return QuorixRetryGetFanPresent(5, &g_zero); }, -3, Calls(10, "6(5,*0)")},
+        {"fan presence until it answers", {{6, {-3, -3, 0}}}, [] { return QuorixRetryGetFanPresent(5, &g_zero); }, 0, Calls(3, "6(5,*0)")},
+        {"chassis interrupt", {}, QuorixDiagInterruptChassis, 0, {"39(18,1)"}},
+        {"chassis interrupt fails", {{39, {9}}}, QuorixDiagInterruptChassis, -1, {"39(18,1)"}},
+        {"BIOS flash 0 -> 1", {{172, {0x10}}, {173, {0x173}}}, QuorixBiosSwitchNode, 0x173, {"172(0)", "173(1,0)"}},
+        {"SCP flash 1 -> 0", {{172, {0x11}}, {173, {0x173}}}, QuorixScpSwitchNode, 0x173, {"172(1)", "173(0,1)"}},
+        {"FPGA type 1", {}, [] { return QuorixUpdateFpgaVersion(1, 0, nullptr); }, -1, {}, "\r\n====Error fpga type:1   =====\r\n"},
+        {"FPGA type 0, kind replaces the index", {{170, {0x170}}}, [] { return QuorixUpdateFpgaVersion(0, 6, nullptr); }, 0x170, {"170(0,0,null)"}},
+        {"RTC under its lock", {{215, {0x215}}}, [] { return RTC_DeviceControl(4, nullptr); }, 0x215, {"235(1)", "215(4,null)", "235(0)"}},
+        {"fan info without buffer", {}, [] { return get_hw_fan_info(nullptr, 0); }, -1, {}},
+        {"fan index above the count", {}, [] { return get_hw_fan_info(&g_zero, 5); }, -1, {}},
+        {"fan index equal to the count", {{1, {0x11}}}, [] { return get_hw_fan_info(&g_zero, 4); }, 0x11, {"1(*0,4)"}},
+        {"BIOS item", {}, [] { return biosItem({0x12, 0x34}); }, 0x1000, {"39(18,52)"}},
+        {"BIOS item fails", {{39, {-1}}}, [] { return biosItem({0xFE, 0x01}); }, 0x10FF, {"39(254,1)"}},
+        {"BIOS item short", {}, [] { return biosItem({0x12}); }, 0x10C7, {}},
+        {"BIOS item long", {}, [] { return biosItem({0x12, 0x34, 0x56}); }, 0x10C7, {}},
+        {"BIOS item without request", {}, [] { return biosItem({}); }, -0x1000 + 0xEE, {}},
+        {"BIOS item without response", {}, [] { return biosItem({1, 2}, false); }, -0x1000 + 0xEE, {}},
+        // Runs once (slot 0's result, then 0) and sets the shared flag at block offset 22.
+        {"platform init", {{0, {7}}}, [] { return quorixPlatInit() * 0x100 + quorixPlatInit() * 0x10 + qtest::blockBytes(22, 1)[0]; }, 0x701, {"0()"}},
+        {"power button state passed on", {{153, {0x5A}}}, [] { return QuorixBMCControlPwrBtnmutexInit() + QuorixBMCControlPwrBtnGetSet(); }, 0, {"153()", "78(90)"}},
+        {"trace UART set", {{75, {0x75}}}, [] { return QuorixSetUARTSwitchStatusInterface(3); }, 0x75, {"75(3)"},
          "run QuorixSetUARTSwitchStatusInterface:UARTSwitchStatus:3\n"},
-        {76, [] { return QuorixGetUARTSwitchStatusInterface(&uart); }, 0x76,
+        {"trace UART get", {{76, {0x76}}}, [] { return QuorixGetUARTSwitchStatusInterface(&g_byte); }, 0x76, {"76(*42)"},
          "run QuorixGetUARTSwitchStatusInterface:UARTSwitchStatus:42;\n"},
-        {77, [] { return QuorixGetCPUTypeMisMatchInterface(&uart); }, 0x77,
-         "run QuorixGetCPUTypeMisMatchInterface:QUORIX_CPU_TYPE_MISMATCH:" + mismatchAddress + ";\n"},
-        {29, [] { return QuorixGetPSUBlackBoxInfoInterface(1, nullptr, 0); }, 0x29,
+        {"trace CPU mismatch", {{77, {0x77}}}, [] { return QuorixGetCPUTypeMisMatchInterface(&g_byte); }, 0x77, {"77(*42)"},
+         "run QuorixGetCPUTypeMisMatchInterface:QUORIX_CPU_TYPE_MISMATCH:" + address + ";\n"},
+        {"trace black box", {{29, {0x29}}}, [] { return QuorixGetPSUBlackBoxInfoInterface(1, nullptr, 0); }, 0x29, {"29(1,null,0)"},
          "run QuorixGetPSUBlackBoxInfoInterface:QUORIX_PSU_BLACK_BOX_INFO_GET\n"},
-        {43, [] { return QuorixSetHDDLedPwrStatusInterface(1, 12, 2, 0x1234); }, 0x1234,
+        {"trace HDD set", {{43, {0x1234}}}, [] { return QuorixSetHDDLedPwrStatusInterface(1, 12, 2, 0x1234); }, 0x1234, {"43(1,12,2,4660)"},
          "run QuorixSetHDDLedPwrStatusInterface:BackPlaneType:1,SlotNumber:12,ActionType:2,Action:4660\n"},
-        {44, [] { return QuorixGetHDDLedPwrStatusInterface(2, 7, 1, &hddAction); }, 0x44,
+        {"trace HDD get", {{44, {0x44}}}, [] { return QuorixGetHDDLedPwrStatusInterface(2, 7, 1, &g_zero); }, 0x44, {"44(2,7,1,*0)"},
          "run QuorixGetHDDLedPwrStatusInterface:BackPlaneType:2,SlotNumber:7,ActionType:1;\n"},
-        {45, [] { return QuorixSetVMDStatusInterface(0, 1); }, 0x45, "run QuorixSetVMDStatusInterface;\n"},
-        {80, [] { return QuorixSystemOverCurrentProtectDetectShutdown(); }, 0x80,
+        {"trace VMD", {{45, {0x45}}}, [] { return QuorixSetVMDStatusInterface(0, 1); }, 0x45, {"45(0,1)"}, "run QuorixSetVMDStatusInterface;\n"},
+        {"trace over-current", {{80, {0x80}}}, QuorixSystemOverCurrentProtectDetectShutdown, 0x80, {"80()"},
          "Run QuorixSystemOverCurrentProtectDetectShutdown......\n"},
     };
-    for (const TraceCase &c : cases) {
-        g_traceSlot = -1;
-        int result = 0;
-        std::string out = qtest::captureStdout([&] { result = c.call(); });
-        EXPECT_EQ(out, c.expectedLine);
-        EXPECT_EQ(result, c.expectedResult);
-        EXPECT_EQ(g_traceSlot, c.slot);
+    // clang-format on
+    for (const Row &r : rows) {
+        g_calls.clear();
+        g_results = r.results;
+        long result = 0;
+        EXPECT_EQ(qtest::captureStdout([&] { result = r.call(); }), r.out) << r.what;
+        EXPECT_EQ(result, r.result) << r.what;
+        EXPECT_EQ(g_calls, r.calls) << r.what;
     }
-    EXPECT_EQ(uart, 9) << "the slot fills the byte after the trace printed the old value";
-    EXPECT_EQ(hddAction, 1);
 }
 
 }  // namespace

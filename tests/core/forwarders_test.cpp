@@ -1,13 +1,8 @@
-// Every generated forwarder against a probe put into its slot: the arguments
-// arrive unchanged at the right slot, and each variant treats the result,
-// empty slots and NULL arguments as its kind says.
-#include <cstdint>
+// Every generated forwarder against a probe in its slot: the arguments arrive unchanged at the
+// right slot, and the result, an empty slot and NULL arguments are treated as its kind says.
 #include <functional>
-#include <string>
-#include <utility>
-#include <vector>
+#include <map>
 
-#include "core/slot_table.h"
 #include "quorix_test.h"
 
 namespace {
@@ -15,82 +10,75 @@ namespace {
 struct Call {
     int slot = -1;
     std::vector<std::uintptr_t> args;
-};
-Call g_call;
+} g_call;
 long g_probeResult = 0;
-
-template <typename T>
-T argValue(std::size_t index, std::size_t nullIndex) {
-    if constexpr (std::is_pointer_v<T>) {
-        if (index == nullIndex) return nullptr;
-        return reinterpret_cast<T>(static_cast<std::uintptr_t>(0x1000 + 0x10 * index));
-    } else if constexpr (std::is_floating_point_v<T>) {
-        return static_cast<T>(1.5 + static_cast<double>(index));
-    } else {
-        return static_cast<T>(0x21 + index);  // distinct per position, fits every integer type
-    }
-}
-
-template <typename T>
-std::uintptr_t asWord(T value) {
-    if constexpr (std::is_pointer_v<T>) return reinterpret_cast<std::uintptr_t>(value);
-    else if constexpr (std::is_floating_point_v<T>) return static_cast<std::uintptr_t>(value * 100);
-    else return static_cast<std::uintptr_t>(value);
-}
-
 constexpr std::size_t kNoNull = ~std::size_t{0};
 
-struct Case {
-    std::string kind;
-    std::string name;
-    int slot;
-    void *probe;
-    std::size_t arity;
-    std::vector<std::uintptr_t> expectedArgs;
-    // Calls the forwarder, with argument nullIndex NULL (kNoNull: none).
-    std::function<long(std::size_t nullIndex)> call;
-    // The probe's result as the forwarder's result type sees it.
-    std::function<long(long)> asResult;
-};
+// Argument i: a distinct value of its type (pointers NULL at nullIndex), and the word a probe records.
+template <typename T>
+T argValue(std::size_t i, std::size_t nullIndex) {
+    if constexpr (std::is_pointer_v<T>)
+        return i == nullIndex ? nullptr : reinterpret_cast<T>(0x1000 + 0x10 * i);
+    else if constexpr (std::is_floating_point_v<T>)
+        return static_cast<T>(1.5 + static_cast<double>(i));
+    else
+        return static_cast<T>(0x21 + i);
+}
+template <typename T>
+std::uintptr_t asWord(T value) {
+    if constexpr (std::is_pointer_v<T>)
+        return reinterpret_cast<std::uintptr_t>(value);
+    else if constexpr (std::is_floating_point_v<T>)
+        return static_cast<std::uintptr_t>(value * 100);
+    else
+        return static_cast<std::uintptr_t>(value);
+}
 
 template <int Slot, typename Fn>
 struct Probe;
-
 template <int Slot, typename R, typename... A>
 struct Probe<Slot, R (*)(A...)> {
     static R call(A... args) {
-        g_call.slot = Slot;
-        g_call.args = {asWord(args)...};
-        if constexpr (!std::is_void_v<R>) return static_cast<R>(g_probeResult);
+        g_call = {Slot, {asWord(args)...}};
+        return static_cast<R>(g_probeResult);
     }
 };
 
-template <typename R, typename... A, std::size_t... I>
-long invoke(R (*fn)(A...), std::size_t nullIndex, std::index_sequence<I...>) {
-    if constexpr (std::is_void_v<R>) {
-        fn(argValue<A>(I, nullIndex)...);
-        return 0;
-    } else {
-        return static_cast<long>(fn(argValue<A>(I, nullIndex)...));
-    }
+struct Case {
+    std::string kind, name;
+    int slot;
+    void *probe;
+    std::vector<std::uintptr_t> expectedArgs;
+    std::function<long(std::size_t nullIndex)> call;  // the forwarder, argument nullIndex NULL
+    std::function<long(long)> asResult;               // a probe result as the forwarder's type sees it
+};
+
+template <int Slot, typename R, typename... A, std::size_t... I>
+Case makeCaseOf(const char *kind, const char *name, R (*fn)(A...), std::index_sequence<I...>) {
+    auto call = [fn](std::size_t nullIndex) -> long {
+        if constexpr (std::is_void_v<R>)
+            return fn(argValue<A>(I, nullIndex)...), 0;
+        else
+            return static_cast<long>(fn(argValue<A>(I, nullIndex)...));
+    };
+    auto asResult = [](long v) -> long {
+        if constexpr (std::is_void_v<R>)
+            return 0;
+        else
+            return static_cast<long>(static_cast<R>(v));
+    };
+    return {kind,
+            name,
+            Slot,
+            reinterpret_cast<void *>(&Probe<Slot, typename qrx::SlotSig<Slot>::type>::call),
+            {asWord(argValue<A>(I, kNoNull))...},
+            call,
+            asResult};
 }
 
 template <int Slot, typename R, typename... A>
 Case makeCase(const char *kind, const char *name, R (*fn)(A...)) {
-    Case c;
-    c.kind = kind;
-    c.name = name;
-    c.slot = Slot;
-    c.probe = reinterpret_cast<void *>(&Probe<Slot, typename qrx::SlotSig<Slot>::type>::call);
-    c.arity = sizeof...(A);
-    std::size_t i = 0;
-    c.expectedArgs = {asWord(argValue<A>(i++, kNoNull))...};
-    c.call = [fn](std::size_t nullIndex) { return invoke(fn, nullIndex, std::index_sequence_for<A...>{}); };
-    c.asResult = [](long v) -> long {
-        if constexpr (std::is_void_v<R>) return 0;
-        else return static_cast<long>(static_cast<R>(v));
-    };
-    return c;
+    return makeCaseOf<Slot>(kind, name, fn, std::index_sequence_for<A...>{});
 }
 
 std::vector<Case> allForwarders() {
@@ -116,9 +104,28 @@ std::vector<Case> allForwarders() {
     return cases;
 }
 
+// What each kind does: with the result, with an empty slot, with NULL arguments.
+enum class Result { Passed, Zero, Status, LowByte };
+constexpr long kUnchecked = 0x7777, kNoop = 0x6666;
+struct KindRule {
+    Result result;
+    long emptySlot;  // the result without a call, kUnchecked: the slot is not looked at
+    std::vector<std::size_t> guarded;
+};
+// clang-format off
+const std::map<std::string, KindRule> kRules = {
+    {"Plain", {Result::Passed, kUnchecked, {}}},         {"Ignored", {Result::Zero, kUnchecked, {}}},
+    {"Status", {Result::Status, kUnchecked, {}}},        {"LowByte", {Result::LowByte, kUnchecked, {}}},
+    {"EmptyNeg", {Result::Passed, -1, {}}},              {"EmptyCallZero", {Result::Zero, -1, {}}},
+    {"EmptyIgnored", {Result::Zero, 0, {}}},             {"EmptyNoop", {Result::Passed, kNoop, {}}},
+    {"NullFirst", {Result::Passed, kUnchecked, {0}}},    {"NullSecond", {Result::Passed, kUnchecked, {1}}},
+    {"NullFirstThree", {Result::Passed, kUnchecked, {0, 1, 2}}},
+    {"NullFirstEmptyZero", {Result::Passed, 0, {0}}},   {"FullyGuarded", {Result::Passed, 0, {0}}},
+};
+// clang-format on
+
 class Forwarder : public qtest::BoundTest, public ::testing::WithParamInterface<Case> {
 protected:
-    // Calls with the probe in the slot; returns the forwarder's result.
     long callThroughProbe(long probeResult, std::size_t nullIndex = kNoNull) {
         const Case &c = GetParam();
         qtest::replaceSlot(c.slot, reinterpret_cast<void (*)()>(c.probe));
@@ -126,67 +133,44 @@ protected:
         g_probeResult = probeResult;
         return c.call(nullIndex);
     }
-    long callWithEmptySlot(std::size_t nullIndex = kNoNull) {
-        const Case &c = GetParam();
-        intf_handle[c.slot] = nullptr;
-        g_call = Call{};
-        return c.call(nullIndex);
-    }
-    void expectForwarded() {
-        const Case &c = GetParam();
-        EXPECT_EQ(g_call.slot, c.slot);
-        EXPECT_EQ(g_call.args, c.expectedArgs);
-    }
-    void expectNotCalled() { EXPECT_EQ(g_call.slot, -1); }
 };
 
-constexpr long kDistinctResult = 0x1234;
-
-TEST_P(Forwarder, ReachesItsSlotAndTreatsTheResultAsItsKindSays) {
+TEST_P(Forwarder, ForwardsToItsSlotAndTreatsResultEmptySlotAndNullAsItsKindSays) {
     const Case &c = GetParam();
-    long result = callThroughProbe(kDistinctResult);
-    expectForwarded();
-    const long passedOn = c.asResult(kDistinctResult);
-    if (c.kind == "Ignored" || c.kind == "EmptyCallZero" || c.kind == "EmptyIgnored") {
-        EXPECT_EQ(result, 0);
-    } else if (c.kind == "Status") {
-        EXPECT_EQ(result, -1);
-        EXPECT_EQ(callThroughProbe(0), 0);
-    } else if (c.kind == "LowByte") {
-        EXPECT_EQ(result, 0x34);
-    } else {
-        EXPECT_EQ(result, passedOn);
+    const KindRule &rule = kRules.at(c.kind);
+    const long result = callThroughProbe(0x1234);
+    EXPECT_EQ(g_call.slot, c.slot);
+    EXPECT_EQ(g_call.args, c.expectedArgs);
+    switch (rule.result) {
+        case Result::Passed:
+            EXPECT_EQ(result, c.asResult(0x1234));
+            break;
+        case Result::Zero:
+            EXPECT_EQ(result, 0);
+            break;
+        case Result::LowByte:
+            EXPECT_EQ(result, 0x34);
+            break;
+        case Result::Status:
+            EXPECT_EQ(result, -1);
+            EXPECT_EQ(callThroughProbe(0), 0);
+            break;
     }
+    for (std::size_t index : rule.guarded) {
+        EXPECT_EQ(callThroughProbe(0x1234, index), -1) << "NULL argument " << index;
+        EXPECT_EQ(g_call.slot, -1);
+    }
+    if (rule.emptySlot == kUnchecked) return;
+    intf_handle[c.slot] = nullptr;
+    g_call = Call{};
+    const long empty = c.call(kNoNull);
+    EXPECT_EQ(rule.emptySlot == kNoop ? kNoop : empty, rule.emptySlot);
+    EXPECT_EQ(g_call.slot, -1);
 }
 
-TEST_P(Forwarder, EmptySlotGivesTheKindsResultWithoutACall) {
-    const Case &c = GetParam();
-    if (c.kind == "EmptyNeg" || c.kind == "EmptyCallZero") {
-        EXPECT_EQ(callWithEmptySlot(), -1);
-    } else if (c.kind == "EmptyIgnored" || c.kind == "NullFirstEmptyZero" || c.kind == "FullyGuarded") {
-        EXPECT_EQ(callWithEmptySlot(), 0);
-    } else if (c.kind == "EmptyNoop") {
-        callWithEmptySlot();  // must simply return
-    } else {
-        GTEST_SKIP() << c.kind << " forwarders do not look at the slot";
-    }
-    expectNotCalled();
+std::string caseName(const ::testing::TestParamInfo<Case> &info) {
+    return info.param.name;
 }
-
-TEST_P(Forwarder, NullArgumentsAreRefusedWhereTheKindGuardsThem) {
-    const Case &c = GetParam();
-    std::vector<std::size_t> guarded;
-    if (c.kind == "NullFirst" || c.kind == "NullFirstEmptyZero" || c.kind == "FullyGuarded") guarded = {0};
-    if (c.kind == "NullSecond") guarded = {1};
-    if (c.kind == "NullFirstThree") guarded = {0, 1, 2};
-    if (guarded.empty()) GTEST_SKIP() << c.kind << " forwarders pass NULL on";
-    for (std::size_t index : guarded) {
-        EXPECT_EQ(callThroughProbe(kDistinctResult, index), -1) << "argument " << index;
-        expectNotCalled();
-    }
-}
-
-std::string caseName(const ::testing::TestParamInfo<Case> &info) { return info.param.name; }
 
 INSTANTIATE_TEST_SUITE_P(AllSlots, Forwarder, ::testing::ValuesIn(allForwarders()), caseName);
 

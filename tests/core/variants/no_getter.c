@@ -1,2 +1,0 @@
-/* A feature library without the block getter. */
-void *quorix_handle[237];
