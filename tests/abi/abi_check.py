@@ -2,7 +2,8 @@
 """ABI guard of a built library; each check prints its problems and a summary and exits 1 on any.
 exports: exactly the version script's names; header: it declares exactly the exports, each of its kind;
 frameless: Plain slot rows are table loads and a jump; baseline: existing exports unchanged (--update
-writes it); no_cxx_runtime: no libstdc++, no C++ runtime import."""
+writes it); no_cxx_runtime: no libstdc++, no C++ runtime import; softfloat (32-bit ARM): no FPU attribute,
+no VFP/NEON instruction."""
 
 import argparse
 import os
@@ -170,6 +171,19 @@ def check_frameless(args):
     return report(problems, "%d of %d plain forwarders are frameless tail calls" % (len(plain) - len(problems), len(plain)))
 
 
+FP_ATTRIBUTES = ("Tag_FP_arch", "Tag_ABI_VFP_args", "Tag_Advanced_SIMD_arch", "Tag_ABI_HardFP_use")
+# In unified syntax every VFP/NEON mnemonic starts with "v"; no core ARM one does.
+FP_INSN = re.compile(r"^\s*([0-9a-f]+):\s+(v[a-z0-9]+(?:\.[a-z0-9.]+)?)\s")
+
+
+def check_softfloat(args):
+    problems = ["floating-point attribute %s" % line.strip() for line in run([args.readelf, "-A", args.library]).splitlines()
+                if line.strip().split(":")[0] in FP_ATTRIBUTES]
+    insns = [m for m in map(FP_INSN.match, run([args.objdump, "-d", "-w", "--no-show-raw-insn", args.library]).splitlines()) if m]
+    problems += ["floating-point instruction at %s: %s" % m.groups() for m in insns[:10]]
+    return report(problems, "%s: %s" % (os.path.basename(args.library), "uses the FPU" if problems else "soft-float only"))
+
+
 CXX_RUNTIME_LIBRARY = re.compile(r"^libstdc\+\+\.so")
 CXX_RUNTIME_SYMBOL = re.compile(r"^(_Z|__cxa_|__gxx_personality_)")
 # The C library's own: every shared object GCC links may import them.
@@ -223,7 +237,7 @@ def check_baseline(args):
 
 def main(argv):
     ap = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    ap.add_argument("check", choices=("exports", "header", "frameless", "baseline", "no_cxx_runtime"))
+    ap.add_argument("check", choices=("exports", "header", "frameless", "softfloat", "baseline", "no_cxx_runtime"))
     for opt in ("map", "readelf", "objdump", "header", "castxml", "cc", "work", "slots", "baseline-dir", "baseline"):
         ap.add_argument("--" + opt)
     ap.add_argument("--abidiff", default="abidiff")

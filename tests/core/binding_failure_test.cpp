@@ -28,3 +28,31 @@ TEST(MissingLibrary, GuardedHealthCheckRefusesWhilePlainForwarderFaults) {
     EXPECT_TRUE((!child.exited && child.status == SIGSEGV) ||
                 (child.exited && child.status != 0));  // or a sanitizer's exit
 }
+
+// Broken feature libraries: each bind attempt prints why and leaves the
+// pointers it could not get null; a block that appears later binds both.
+struct Binding {
+    int result;
+    std::string out;
+    bool mem, table;
+};
+Binding bind() {
+    int result = 0;
+    const std::string out = qtest::captureStdout([&] { result = quorix_interface_init(); });
+    return {result, out, quorix_get_intf_mem() != nullptr, quorix_get_intf_handle() != nullptr};
+}
+bool operator==(const Binding &a, const Binding &b) {
+    return a.result == b.result && a.out == b.out && a.mem == b.mem && a.table == b.table;
+}
+void PrintTo(const Binding &b, std::ostream *os) { *os << b.result << " '" << b.out << "' " << b.mem << b.table; }
+
+TEST(nogetter, ReportsMissingBlockGetter) {
+    EXPECT_EQ(bind(), (Binding{-1, "get quorix mem fail\n", false, false}));
+}
+TEST(nullthenblock, NullBlockFailsAndALaterCallBindsBoth) {
+    EXPECT_EQ(bind(), (Binding{-1, "g_quorix_handle is NULL\n", false, false}));
+    EXPECT_EQ(bind(), (Binding{0, "", true, true}));
+}
+TEST(notable, KeepsTheBlockAndLeavesTheTableNull) {
+    EXPECT_EQ(bind(), (Binding{-1, "quorix_handle is NULL\n", true, false}));
+}

@@ -1,0 +1,2 @@
+/* A feature library without the block getter. */
+void *quorix_handle[237];
