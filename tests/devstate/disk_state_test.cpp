@@ -1,7 +1,7 @@
-// Disk tables, backplane counts, serial numbers, NVMe readers and the count
-// of supported disks.
+// Disk tables, backplane counts, serial numbers, NVMe readers, the count of
+// supported disks and the rack report's slot tables.
 #include <climits>
-#include <regex>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -10,105 +10,67 @@
 namespace {
 
 using qtest::block;
-
-constexpr std::size_t kFront = 49;
-constexpr std::size_t kRear = 39217;
-constexpr std::size_t kDisk = 136;
-constexpr std::size_t kFrontSize = 39168;
-constexpr std::size_t kRearSize = 24480;
-constexpr std::size_t kBp = 119099;
-constexpr std::size_t kBpSize = 1470;
-
+using qtest::Bytes;
+constexpr std::size_t kFront = 49, kRear = 39217, kDisk = 136, kFrontSize = 39168, kRearSize = 24480;
 std::size_t front(int i, std::size_t field) { return kFront + kDisk * i + field; }
 std::size_t rear(int i, std::size_t field) { return kRear + kDisk * i + field; }
-std::size_t bp(int k, std::size_t field) { return kBp + kBpSize * k + field; }
+void putBackplane(int k, unsigned char inUse, unsigned char slots) {
+    block().setU8(119099 + 1470 * k, inUse);
+    block().setU8(119099 + 1470 * k + 558, slots);
+}
 
 class DiskState : public qtest::BoundTest {};
 
-std::vector<unsigned char> pattern(std::size_t size, unsigned seed) {
-    std::vector<unsigned char> v(size);
-    for (std::size_t i = 0; i < size; ++i) v[i] = static_cast<unsigned char>((i * 7 + seed) ^ (i >> 8));
-    return v;
-}
-
-TEST_F(DiskState, TableCopies_MoveWholeTablesByType) {
-    auto frontImage = pattern(kFrontSize, 3);
-    auto rearImage = pattern(kRearSize, 11);
-    EXPECT_EQ(WriteHwHDDInfo(frontImage.data(), 1), 0);
-    EXPECT_EQ(qtest::blockBytes(kFront, kFrontSize), frontImage);
-    EXPECT_EQ(qtest::blockBytes(kRear, kRearSize), std::vector<unsigned char>(kRearSize, 0));
-    EXPECT_EQ(WriteHwHDDInfo(rearImage.data(), 2), 0);
-    EXPECT_EQ(qtest::blockBytes(kRear, kRearSize), rearImage);
-    EXPECT_EQ(qtest::blockBytes(kFront, kFrontSize), frontImage);
-    EXPECT_EQ(qtest::blockBytes(kRear + kRearSize, 16), std::vector<unsigned char>(16, 0));
-
-    std::vector<unsigned char> out(kFrontSize, 0);
-    EXPECT_EQ(QuorixGetHDDInfoFromShareMem(out.data(), 1), 0);
-    EXPECT_EQ(out, frontImage);
-    std::vector<unsigned char> outRear(kRearSize + 4, 0xEE);
-    EXPECT_EQ(QuorixGetHDDInfoFromShareMem(outRear.data(), 2), 0);
-    EXPECT_EQ(std::vector<unsigned char>(outRear.begin(), outRear.begin() + kRearSize), rearImage);
-    EXPECT_EQ(outRear[kRearSize], 0xEE);
-}
-
-TEST_F(DiskState, TableCopies_RefuseNullAndOtherTypes) {
-    auto image = pattern(kFrontSize, 5);
+TEST_F(DiskState, TableCopies_MoveWholeTablesByTypeAndRefuseOthers) {
+    Bytes frontImage = qtest::pattern(kFrontSize, 3), rearImage = qtest::pattern(kRearSize, 11);
     for (int type : {0, 3, -1}) {
-        std::string out = qtest::captureStdout([&] { EXPECT_EQ(WriteHwHDDInfo(image.data(), type), -1); });
+        std::string out = qtest::captureStdout([&] { EXPECT_EQ(WriteHwHDDInfo(frontImage.data(), type), -1); });
         EXPECT_EQ(out, "WriteHwHDDInfo,error CpldType:" + std::to_string(type) + "!!\n");
-        EXPECT_EQ(QuorixGetHDDInfoFromShareMem(image.data(), type), -1);
+        EXPECT_EQ(QuorixGetHDDInfoFromShareMem(Bytes(kFrontSize).data(), type), -1);
     }
     EXPECT_EQ(WriteHwHDDInfo(nullptr, 1), -1);
     EXPECT_EQ(QuorixGetHDDInfoFromShareMem(nullptr, 2), -1);
-    EXPECT_EQ(qtest::blockBytes(kFront, kFrontSize), std::vector<unsigned char>(kFrontSize, 0));
+    EXPECT_EQ(qtest::blockBytes(kFront, kFrontSize + kRearSize + 16), Bytes(kFrontSize + kRearSize + 16, 0));
+    EXPECT_EQ(WriteHwHDDInfo(frontImage.data(), 1), 0);
+    EXPECT_EQ(WriteHwHDDInfo(rearImage.data(), 2), 0);
+    Bytes whole = frontImage;
+    whole.insert(whole.end(), rearImage.begin(), rearImage.end());
+    whole.resize(whole.size() + 16, 0);
+    EXPECT_TRUE(qtest::blockBytes(kFront, whole.size()) == whole);
+    for (auto [type, image] : {std::pair<int, const Bytes *>{1, &frontImage}, {2, &rearImage}}) {
+        Bytes out(image->size() + 4, 0xEE);
+        EXPECT_EQ(QuorixGetHDDInfoFromShareMem(out.data(), type), 0);
+        Bytes want = *image;
+        want.resize(out.size(), 0xEE);
+        EXPECT_TRUE(out == want) << type;
+    }
 }
 
 TEST_F(DiskState, BackplaneCounts_LogAndClampWhenTooLarge) {
     qtest::logToConsole({"QRXMONITOR"});
-    struct Case {
-        std::size_t offset;
-        int (*read)();
-        int raw, expected;
-        const char *log;
-    } cases[] = {
-        {119097, QuorixReadFrontHDDBlackPlaneNum, 8, 8, nullptr},
-        {119097, QuorixReadFrontHDDBlackPlaneNum, 9, 8, "QuorixReadFrontHDDBlackPlaneNum:backplane num(9) > max num(8)"},
-        {119098, QuorixReadRearHDDBlackPlaneNum, 5, 5, nullptr},
-        {119098, QuorixReadRearHDDBlackPlaneNum, 255, 5, "QuorixReadRearHDDBlackPlaneNum:backplane num(255) > max num(5)"},
-    };
-    for (const Case &c : cases) {
+    const struct { std::size_t offset; int (*read)(); const char *name; int raw, expected; } cases[] = {
+        {119097, QuorixReadFrontHDDBlackPlaneNum, "QuorixReadFrontHDDBlackPlaneNum", 8, 8},
+        {119097, QuorixReadFrontHDDBlackPlaneNum, "QuorixReadFrontHDDBlackPlaneNum", 9, 8},
+        {119098, QuorixReadRearHDDBlackPlaneNum, "QuorixReadRearHDDBlackPlaneNum", 5, 5},
+        {119098, QuorixReadRearHDDBlackPlaneNum, "QuorixReadRearHDDBlackPlaneNum", 255, 5}};
+    for (const auto &c : cases) {
         block().setU8(c.offset, static_cast<unsigned char>(c.raw));
         int result = -1;
-        std::string out = qtest::captureStdout([&] { result = c.read(); });
+        const std::string out = qtest::captureStdout([&] { result = c.read(); });
         EXPECT_EQ(result, c.expected);
-        if (c.log == nullptr) {
-            EXPECT_EQ(out, "");
-        } else {
-            EXPECT_TRUE(std::regex_match(out, std::regex("\\[Critical\\]:<[-0-9T:]+>" +
-                                                         std::regex_replace(std::string(c.log), std::regex("[()]"), "\\$&") +
-                                                         "\n")))
-                << out;
-        }
+        const std::string log = std::string("[Critical]:") + c.name + ":backplane num(" + std::to_string(c.raw) +
+                                ") > max num(" + std::to_string(c.expected) + ")";
+        EXPECT_EQ(qtest::logLines(out), c.raw == c.expected ? std::vector<std::string>{} : std::vector<std::string>{log});
     }
 }
 
 TEST_F(DiskState, NvmeReaders_VisitFirstToLastInclusive) {
-    const struct {
-        int disk;
-        unsigned char present, temperature;
-    } disks[] = {{0, 1, 40}, {1, 1, 55}, {2, 0, 90}, {3, 1, 47}, {287, 1, 61}, {288, 1, 99}};
-    for (const auto &d : disks) {
-        block().setU8(front(d.disk, 1), d.present);
-        block().setU8(front(d.disk, 15), d.temperature);
-    }
-    struct Case {
-        int first;
-        unsigned last;
-        int temperature, present;
-    } cases[] = {
-        {1, 1, 55, 1}, {2, 2, 0, 0},   {0, 3, 55, 3},     {3, 3, 47, 1},          {4, 2, 0, 0},
-        {0, 287, 61, 4}, {287, 288, 99, 2}, {-5, 0, 40, 1}, {0, 0xFFFFFFFFu, 0, 0}, {-3, 0x7FFFFFFFu, 99, 5},
-    };
+    const struct { int disk; unsigned char present, temperature; } disks[] = {
+        {0, 1, 40}, {1, 1, 55}, {2, 0, 90}, {3, 1, 47}, {287, 1, 61}, {288, 1, 99}};
+    for (const auto &d : disks) block().setU8(front(d.disk, 1), d.present), block().setU8(front(d.disk, 15), d.temperature);
+    const struct { int first; unsigned last; int temperature, present; } cases[] = {
+        {1, 1, 55, 1}, {2, 2, 0, 0}, {0, 3, 55, 3}, {3, 3, 47, 1}, {4, 2, 0, 0}, {0, 287, 61, 4},
+        {287, 288, 99, 2}, {-5, 0, 40, 1}, {0, 0xFFFFFFFFu, 0, 0}, {-3, 0x7FFFFFFFu, 99, 5}};
     for (const auto &c : cases) {
         EXPECT_EQ(GetMaxFrontHDDNVMETemp(c.first, c.last), c.temperature) << c.first << ".." << c.last;
         EXPECT_EQ(GetMaxFrontHDDNVMEPresentNum(c.first, c.last), c.present) << c.first << ".." << c.last;
@@ -117,25 +79,16 @@ TEST_F(DiskState, NvmeReaders_VisitFirstToLastInclusive) {
 
 TEST_F(DiskState, SerialNumber_AddressesFrontThenRearRecords) {
     auto serial = [](const std::string &tag) { return tag + std::string(24 - tag.size(), 'Z'); };
-    struct Disk {
-        std::size_t at;
-        std::string tag;
-    } disks[] = {{front(0, 0), "F0"}, {front(77, 0), "F77"}, {rear(0, 0), "R0"}, {rear(8, 0), "R8"}, {front(78, 0), "F78"},
-                 {rear(9, 0), "R9"}};
-    for (const Disk &d : disks) {
-        block().setU8(d.at + 1, 1);
-        qtest::putText(d.at + 18, serial(d.tag));
-    }
-    block().setU8(front(5, 1), 2);
-    qtest::putText(front(5, 18), serial("F5"));
-    struct Case {
-        int disk;
-        std::string expected;
-    } cases[] = {{0, serial("F0")}, {77, serial("F77")}, {78, serial("R0")}, {86, serial("R8")},
-                 {87, std::string("NULL\0", 5)}, {5, std::string("NULL\0", 5)}, {-1, std::string("NULL\0", 5)},
-                 {INT_MAX, std::string("NULL\0", 5)}};
-    for (const Case &c : cases) {
-        std::vector<unsigned char> out(26, 0xEE);
+    const struct { std::size_t at; const char *tag; unsigned char presence; } disks[] = {
+        {front(0, 0), "F0", 1}, {front(77, 0), "F77", 1}, {rear(0, 0), "R0", 1}, {rear(8, 0), "R8", 1},
+        {front(78, 0), "F78", 1}, {rear(9, 0), "R9", 1}, {front(5, 0), "F5", 2}};
+    for (const auto &d : disks) block().setU8(d.at + 1, d.presence), qtest::putText(d.at + 18, serial(d.tag));
+    const std::string none("NULL\0", 5);
+    const struct { int disk; std::string expected; } cases[] = {
+        {0, serial("F0")}, {77, serial("F77")}, {78, serial("R0")}, {86, serial("R8")},
+        {87, none}, {5, none}, {-1, none}, {INT_MAX, none}};
+    for (const auto &c : cases) {
+        Bytes out(26, 0xEE);
         EXPECT_EQ(QuorixGetHDDSN(c.disk, out.data()), 0);
         EXPECT_EQ(std::string(out.begin(), out.begin() + c.expected.size()), c.expected) << c.disk;
         EXPECT_EQ(out[c.expected.size()], 0xEE) << c.disk;
@@ -143,34 +96,17 @@ TEST_F(DiskState, SerialNumber_AddressesFrontThenRearRecords) {
     EXPECT_EQ(QuorixGetHDDSN(0, nullptr), -1);
 }
 
-void putBackplane(int k, unsigned char inUse, unsigned char slots) {
-    block().setU8(bp(k, 0), inUse);
-    block().setU8(bp(k, 558), slots);
-}
-
 TEST_F(DiskState, NumSupport_AddsTheSlotsOfBackplanesInUse) {
-    putBackplane(0, 1, 12);
-    putBackplane(1, 1, 255);  // unknown counts as 0
-    putBackplane(2, 0, 24);   // not in use
-    putBackplane(3, 1, 8);
-    putBackplane(8, 1, 4);    // rear 0
-    putBackplane(9, 1, 2);
-    struct Case {
-        unsigned char frontCount, rearCount;
-        int type, expected;
-    } cases[] = {
-        {0, 0, 1, 0}, {1, 0, 1, 12}, {4, 0, 1, 20}, {9, 0, 1, 24},  // a count of 9 runs into rear record 0
-        {0, 2, 2, 6}, {0, 1, 2, 4},  {0, 0, 2, 0},  {13, 0, 1, 26}, {255, 255, 1, 26}, {255, 255, 2, 6},
-    };
-    for (const Case &c : cases) {
-        block().setU8(119097, c.frontCount);
-        block().setU8(119098, c.rearCount);
-        EXPECT_EQ(QuorixGetHDDNumSupport(c.type), c.expected)
-            << "front " << int(c.frontCount) << " rear " << int(c.rearCount) << " type " << c.type;
+    const struct { int k; unsigned char inUse, slots; } backplanes[] = {
+        {0, 1, 12}, {1, 1, 255}, {2, 0, 24}, {3, 1, 8}, {8, 1, 4}, {9, 1, 2}};  // 255: unknown, counts 0; 8: rear 0
+    for (const auto &b : backplanes) putBackplane(b.k, b.inUse, b.slots);
+    const struct { unsigned char frontCount, rearCount; int type, expected; } cases[] = {
+        {0, 0, 1, 0}, {1, 0, 1, 12}, {4, 0, 1, 20}, {9, 0, 1, 24}, {0, 2, 2, 6},  // 9 runs into rear record 0
+        {0, 1, 2, 4}, {0, 0, 2, 0}, {13, 0, 1, 26}, {255, 255, 1, 26}, {255, 255, 2, 6}};
+    for (const auto &c : cases) {
+        block().setU8(119097, c.frontCount), block().setU8(119098, c.rearCount);
+        EXPECT_EQ(QuorixGetHDDNumSupport(c.type), c.expected) << int(c.frontCount) << "/" << int(c.rearCount) << " type " << c.type;
     }
-}
-
-TEST_F(DiskState, NumSupport_RefusesOtherTypesWithTheWritersLine) {
     int result = 0;
     EXPECT_EQ(qtest::captureStdout([&] { result = QuorixGetHDDNumSupport(3); }), "WriteHwHDDInfo,error CpldType:3!!\n");
     EXPECT_EQ(result, -1);
@@ -184,6 +120,51 @@ TEST_F(DiskState, BackplanePortAndMonitorState_ReadTheBlock) {
     EXPECT_EQ(RackHarlo_Get_BackPlanePort(), 1);
     block().setU8(138209, 0x5C);
     EXPECT_EQ(QuorixGetHDDSensorMonitorState(), 0x5C);
+}
+
+TEST_F(DiskState, RackSlot_MatchesWholeNamesInOrder) {
+    unsigned char table[4 * 9] = {};
+    const struct { const char *name; unsigned char slot; } rows[] = {{"SATA1", 3}, {"SATA10", 7}, {"SATA1", 9}, {"ABCDEFGH", 12}};
+    for (int i = 0; i < 4; ++i) std::memcpy(table + 9 * i, rows[i].name, std::strlen(rows[i].name)), table[9 * i + 8] = rows[i].slot;
+    const struct { const char *name; int count, slot; } cases[] = {
+        {"SATA1", 4, 3}, {"SATA10", 4, 7}, {"SATA", 4, 255}, {"ABCDEFGH", 4, 12}, {"ABCDEFGHI", 4, 255},
+        {"SATA10", 1, 255}, {"SATA1", 0, 255}, {"SATA1", -3, 255}};
+    for (const auto &c : cases) EXPECT_EQ(RackHarlo_Get_Slot(c.name, table, c.count), c.slot) << c.name << " " << c.count;
+    EXPECT_EQ(RackHarlo_Get_Slot(nullptr, table, 4), 255);
+    EXPECT_EQ(RackHarlo_Get_Slot("SATA1", nullptr, 4), 255);
+}
+
+// The 18 report records by the source record each came from (-1: "N/A"),
+// for the three slot tables; later source records win a shared slot.
+TEST_F(DiskState, RackFormat_OrdersSourceRecordsBySlotTable) {
+    constexpr std::size_t kRec = 114, kName = 76;
+    const struct { bool nvmeBackplane; std::vector<std::pair<int, const char *>> sources; std::vector<int> from; } cases[] = {
+        {true, {{0, "sSATA2"}, {3, "SATA7"}, {9, "NVME1"}, {10, "NVME8"}, {11, "SATA0"}, {20, "BOGUS"}},
+         {-1, -1, 0, -1, -1, -1, -1, -1, -1, -1, 11, -1, -1, -1, -1, -1, -1, 9}},
+        {false, {{9, "SATA3"}, {4, "SATA5"}, {30, "NVME1"}, {5, "NVME2"}, {6, "sSATA0"}},
+         {6, -1, -1, -1, -1, -1, -1, -1, -1, 9, 5, 30, -1, -1, -1, -1, -1, -1}},
+        {false, {{9, "NVME1"}, {1, "SATA3"}, {2, "SATA4"}, {3, "SATA5"}},
+         {-1, -1, -1, -1, -1, -1, -1, -1, -1, 9, 2, 3, -1, -1, -1, -1, -1, -1}},
+        {false, {}, std::vector<int>(18, -1)}};  // every name unterminated
+    for (const auto &c : cases) {
+        block().setU8(119099 + 1470 * 2 + 558, c.nvmeBackplane ? 6 : 0);
+        Bytes src(kRec * 32), dst(kRec * 18, 0);
+        for (int j = 0; j < 32; ++j) {
+            for (std::size_t k = 0; k < kRec; ++k) src[kRec * j + k] = static_cast<unsigned char>(0x80 + j + k);
+            std::memset(&src[kRec * j + kName], c.sources.empty() ? 'S' : 0, kRec - kName);
+        }
+        for (auto [j, name] : c.sources) std::strcpy(reinterpret_cast<char *>(&src[kRec * j + kName]), name);
+        EXPECT_EQ(RackHarlo_Formate_DiskInfo(src.data(), dst.data()), 0);
+        for (int s = 0; s < 18; ++s) {
+            const unsigned char *d = &dst[kRec * s];
+            EXPECT_EQ(d[0], s);
+            if (c.from[s] < 0) EXPECT_STREQ(reinterpret_cast<const char *>(d + kName), "N/A") << s;
+            else EXPECT_EQ(Bytes(d + 1, d + kRec), Bytes(&src[kRec * c.from[s] + 1], &src[kRec * (c.from[s] + 1)])) << s;
+        }
+    }
+    Bytes buf(kRec * 32);
+    EXPECT_EQ(RackHarlo_Formate_DiskInfo(nullptr, buf.data()), -1);
+    EXPECT_EQ(RackHarlo_Formate_DiskInfo(buf.data(), nullptr), -1);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Fan information records and their console report.
+// Fan information records, their console report and the speed setting.
 #include <string>
 #include <vector>
 
@@ -7,104 +7,69 @@
 namespace {
 
 using qtest::block;
+using qtest::Bytes;
+constexpr std::size_t kFanCount = 0x200000, kFanRecords = 0x200001;
 
-constexpr std::size_t kFanCount = 0x200000;
-constexpr std::size_t kFanRecords = 0x200001;
-
-std::vector<unsigned char> fanRecord(unsigned char present, unsigned char health, unsigned front, unsigned rear,
-                                     unsigned char duty, unsigned char model, unsigned max, const std::string &name) {
-    std::vector<unsigned char> r(32, 0);
-    r[0] = present;
-    r[1] = health;
-    r[2] = static_cast<unsigned char>(front);
-    r[3] = static_cast<unsigned char>(front >> 8);
-    r[4] = static_cast<unsigned char>(rear);
-    r[5] = static_cast<unsigned char>(rear >> 8);
-    r[6] = duty;
-    r[7] = model;
-    r[8] = static_cast<unsigned char>(max);
-    r[9] = static_cast<unsigned char>(max >> 8);
-    std::copy(name.begin(), name.end(), r.begin() + 10);
+Bytes fanRecord(unsigned char health, unsigned front, unsigned rear, unsigned char duty, const std::string &name) {
+    Bytes r(32, 0);
+    qrx::ByteView v(r.data());
+    v.setU8(0, 1), v.setU8(1, health), v.setU16(2, front), v.setU16(4, rear), v.setU8(6, duty), v.setU8(7, 1);
+    v.setU16(8, 12000), v.copyIn(10, name.data(), name.size());
     return r;
 }
 
 class FanInfo : public qtest::BoundTest {};
 
-TEST_F(FanInfo, WriteAndRead_KeepTheRecordAndRaiseTheCount) {
-    auto fan2 = fanRecord(1, 0, 0x1234, 0x2345, 55, 3, 0x4567, "FAN2");
+TEST_F(FanInfo, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
+    int (*health)() = [] { return 2; };
+    qtest::replaceSlot(qrx::Slot::QuorixGetFanSummaryHealth, health);
+    Bytes fan0 = fanRecord(0, 8200, 7900, 45, "FAN0"), fan2 = fanRecord(2, 0, 0, 100, "FAN2\x01");
     EXPECT_EQ(write_quorix_fan_info(2, fan2.data()), 0);
-    EXPECT_EQ(block().u8(kFanCount), 3);
+    EXPECT_EQ(write_quorix_fan_info(0, fan0.data()), 0);  // a lower index keeps the count
+    EXPECT_EQ(std::vector<int>({block().u8(kFanCount), QuorixGetFanNumber()}), std::vector<int>({3, 3}));
     EXPECT_EQ(qtest::blockBytes(kFanRecords + 64, 32), fan2);
-    EXPECT_EQ(QuorixGetFanNumber(), 3);
-    std::vector<unsigned char> out(33, 0xEE);
+    Bytes out(33, 0xEE);
     EXPECT_EQ(read_quorix_fan_info(2, out.data()), 0);
-    EXPECT_EQ(std::vector<unsigned char>(out.begin(), out.begin() + 32), fan2);
-    EXPECT_EQ(out[32], 0xEE);
-    // A lower index keeps the count.
-    EXPECT_EQ(write_quorix_fan_info(0, fan2.data()), 0);
-    EXPECT_EQ(block().u8(kFanCount), 3);
+    fan2.push_back(0xEE);
+    EXPECT_EQ(out, fan2);
+    int result = 0;
+    EXPECT_GOLDEN("fan_info.txt", qtest::captureStdout([&] { result = show_fan_info(); }));
+    EXPECT_EQ(result, 2);
 }
 
 TEST_F(FanInfo, Bounds_AreCheckedAgainstTheCountAndTheRegion) {
-    std::vector<unsigned char> buf(32, 0x11);
-    block().setU8(kFanCount, 2);
-    EXPECT_EQ(read_quorix_fan_info(1, buf.data()), 0);
-    EXPECT_EQ(read_quorix_fan_info(2, buf.data()), -1);
-    EXPECT_EQ(read_quorix_fan_info(-1, buf.data()), -1);
-    EXPECT_EQ(read_quorix_fan_info(0, nullptr), -1);
-    EXPECT_EQ(write_quorix_fan_info(16, buf.data()), -1);
-    EXPECT_EQ(write_quorix_fan_info(-1, buf.data()), -1);
-    EXPECT_EQ(write_quorix_fan_info(0, nullptr), -1);
-    EXPECT_EQ(qtest::blockBytes(kFanRecords + 32 * 16, 32), std::vector<unsigned char>(32, 0));
-    block().setU8(kFanCount, 40);
+    Bytes buf(32, 0x11);
+    const struct { int count, index, read, write; } cases[] = {
+        {2, 1, 0, 0}, {2, 2, -1, 0}, {2, -1, -1, -1}, {40, 15, 0, 0}, {40, 16, -1, -1}};
+    for (const auto &c : cases) {
+        block().setU8(kFanCount, static_cast<unsigned char>(c.count));
+        EXPECT_EQ(read_quorix_fan_info(c.index, buf.data()), c.read) << c.count << " " << c.index;
+        EXPECT_EQ(write_quorix_fan_info(c.index, buf.data()), c.write) << c.count << " " << c.index;
+    }
     EXPECT_EQ(QuorixGetFanNumber(), 16);
-    EXPECT_EQ(read_quorix_fan_info(15, buf.data()), 0);
-    EXPECT_EQ(read_quorix_fan_info(16, buf.data()), -1);
-}
-
-int fanHealth() { return 2; }
-
-TEST_F(FanInfo, Show_PrintsEveryFanAndTheSummaryHealth) {
-    qtest::replaceSlot(qrx::Slot::QuorixGetFanSummaryHealth, fanHealth);
-    auto fan0 = fanRecord(1, 0, 8200, 7900, 45, 1, 12000, "FAN0");
-    auto fan2 = fanRecord(1, 2, 0, 0, 100, 1, 12000, "FAN2\x01");
-    write_quorix_fan_info(0, fan0.data());
-    write_quorix_fan_info(2, fan2.data());
-    int result = 0;
-    std::string out = qtest::captureStdout([&] { result = show_fan_info(); });
-    EXPECT_GOLDEN("fan_info.txt", out);
-    EXPECT_EQ(result, 2);
+    EXPECT_EQ(read_quorix_fan_info(0, nullptr) + write_quorix_fan_info(0, nullptr), -2);
+    EXPECT_EQ(qtest::blockBytes(kFanRecords + 32 * 16, 32), Bytes(32, 0));
 }
 
 std::vector<int> g_speedCalls;
 int g_speedResult = 0;
-int setFanSpeed(int fan, int duty) {
-    g_speedCalls.insert(g_speedCalls.end(), {fan, duty});
-    return g_speedResult;
-}
+int setFanSpeed(int fan, int duty) { return g_speedCalls.insert(g_speedCalls.end(), {fan, duty}), g_speedResult; }
 
 TEST_F(FanInfo, SetSpeed_RecordsTheDutyOnlyWhenTheControllerTookIt) {
     qtest::replaceSlot(qrx::Slot::SetFanSpeed, setFanSpeed);
-    g_speedCalls.clear();
     block().setU8(kFanCount, 3);
-    const struct {
-        int fan, duty, slotResult, result, storedDuty;
-    } cases[] = {
-        {2, 100, 0, 0, 100}, {0, 0, 0, 0, 0}, {1, 37, -5, -5, 0},  // a refused speed leaves the record
-        {3, 50, 0, -1, 0},   {-1, 50, 0, -1, 0},                    // outside the fan count: no call
-        {1, 101, 0, -1, 0},  {1, -1, 0, -1, 0},                     // duty outside 0..100: no call
-    };
-    std::vector<int> expectedCalls;
+    const struct { int fan, duty, slotResult, result; std::vector<int> calls; int stored; } cases[] = {
+        {2, 100, 0, 0, {2, 100}, 100}, {0, 0, 0, 0, {0, 0}, 0}, {1, 37, -5, -5, {1, 37}, 0},  // refused: record kept
+        {3, 50, 0, -1, {}, 0}, {-1, 50, 0, -1, {}, 0}, {1, 101, 0, -1, {}, 0}, {1, -1, 0, -1, {}, 0}};
     for (const auto &c : cases) {
+        g_speedCalls.clear();
         g_speedResult = c.slotResult;
-        block().setU8(kFanRecords + 32 * 1 + 6, 0);
+        block().fill(kFanRecords + 6, 0x77, 1), block().fill(kFanRecords + 32 + 6, 0x77, 1), block().fill(kFanRecords + 64 + 6, 0x77, 1);
         EXPECT_EQ(quorixSetFanSpeedInterface(c.fan, c.duty), c.result) << c.fan << " " << c.duty;
-        if (c.result != -1 || c.slotResult != 0) expectedCalls.insert(expectedCalls.end(), {c.fan, c.duty});
-        if (c.fan >= 0 && c.fan < 3) {
-            EXPECT_EQ(block().u8(kFanRecords + 32 * c.fan + 6), c.storedDuty) << c.fan;
-        }
+        EXPECT_EQ(g_speedCalls, c.calls);
+        for (int f = 0; f < 3; ++f)
+            EXPECT_EQ(block().u8(kFanRecords + 32 * f + 6), f == c.fan && c.result == 0 ? c.stored : 0x77) << c.fan;
     }
-    EXPECT_EQ(g_speedCalls, expectedCalls);
 }
 
 }  // namespace
