@@ -1,8 +1,6 @@
 // Board counters, CPU presence, the ME version text, the PCIe and OCP pushes
 // and polls, and the CPLD report.
 #include <climits>
-#include <string>
-#include <vector>
 
 #include "quorix_test.h"
 
@@ -77,8 +75,7 @@ TEST_F(BoardState, ConfiguredBitmap_StoresThePresentCpus) {
 
 TEST_F(BoardState, MeRevision_BuildsTheVersionTextAndRefusesSmallBuffers) {
     const struct { unsigned char major, minor; unsigned build; int size; const char *text; } cases[] = {
-        {4, 0x15, (1u << 12) | (2u << 8) | (3u << 20), 20, "4.1.5.123"},
-        {4, 0x15, 3u << 20, 15, "4.1.5.3"},
+        {4, 0x15, (1u << 12) | (2u << 8) | (3u << 20), 20, "4.1.5.123"}, {4, 0x15, 3u << 20, 15, "4.1.5.3"},
         {4, 0x15, (2u << 8) | (3u << 20), 20, "4.1.5.23"},
         {0x84, 0x15, 0, 20, "4.1.5.0"},                         // bit 7 of the major byte is not part of it
         {127, 0xAB, (0xCu << 12) | 0xFF0F00u, 20, "127.:.;.<?\?"},  // nibbles above 9 stay '0' + nibble

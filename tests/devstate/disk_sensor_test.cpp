@@ -8,8 +8,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <string>
-#include <vector>
 
 #include "quorix_test.h"
 

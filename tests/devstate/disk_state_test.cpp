@@ -2,8 +2,7 @@
 // supported disks and the rack report's slot tables.
 #include <climits>
 #include <cstring>
-#include <string>
-#include <vector>
+#include <tuple>
 
 #include "quorix_test.h"
 
@@ -22,28 +21,21 @@ void putBackplane(int k, unsigned char inUse, unsigned char slots) {
 class DiskState : public qtest::BoundTest {};
 
 TEST_F(DiskState, TableCopies_MoveWholeTablesByTypeAndRefuseOthers) {
-    Bytes frontImage = qtest::pattern(kFrontSize, 3), rearImage = qtest::pattern(kRearSize, 11);
+    Bytes image = qtest::pattern(kFrontSize + kRearSize, 3), out(kFrontSize + 4, 0xEE);
     for (int type : {0, 3, -1}) {
-        std::string out = qtest::captureStdout([&] { EXPECT_EQ(WriteHwHDDInfo(frontImage.data(), type), -1); });
-        EXPECT_EQ(out, "WriteHwHDDInfo,error CpldType:" + std::to_string(type) + "!!\n");
-        EXPECT_EQ(QuorixGetHDDInfoFromShareMem(Bytes(kFrontSize).data(), type), -1);
+        EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(WriteHwHDDInfo(image.data(), type), -1); }),
+                  "WriteHwHDDInfo,error CpldType:" + std::to_string(type) + "!!\n");
+        EXPECT_EQ(QuorixGetHDDInfoFromShareMem(out.data(), type), -1);
     }
-    EXPECT_EQ(WriteHwHDDInfo(nullptr, 1), -1);
-    EXPECT_EQ(QuorixGetHDDInfoFromShareMem(nullptr, 2), -1);
-    EXPECT_EQ(qtest::blockBytes(kFront, kFrontSize + kRearSize + 16), Bytes(kFrontSize + kRearSize + 16, 0));
-    EXPECT_EQ(WriteHwHDDInfo(frontImage.data(), 1), 0);
-    EXPECT_EQ(WriteHwHDDInfo(rearImage.data(), 2), 0);
-    Bytes whole = frontImage;
-    whole.insert(whole.end(), rearImage.begin(), rearImage.end());
-    whole.resize(whole.size() + 16, 0);
-    EXPECT_TRUE(qtest::blockBytes(kFront, whole.size()) == whole);
-    for (auto [type, image] : {std::pair<int, const Bytes *>{1, &frontImage}, {2, &rearImage}}) {
-        Bytes out(image->size() + 4, 0xEE);
+    EXPECT_EQ(WriteHwHDDInfo(nullptr, 1) + QuorixGetHDDInfoFromShareMem(nullptr, 2), -2);
+    EXPECT_EQ(WriteHwHDDInfo(image.data() + kFrontSize, 2) + WriteHwHDDInfo(image.data(), 1), 0);
+    image.resize(image.size() + 16, 0);  // nothing past the rear table
+    EXPECT_TRUE(qtest::blockBytes(kFront, image.size()) == image);
+    for (auto [type, from, size] : {std::tuple<int, std::size_t, std::size_t>{1, 0, kFrontSize}, {2, kFrontSize, kRearSize}}) {
         EXPECT_EQ(QuorixGetHDDInfoFromShareMem(out.data(), type), 0);
-        Bytes want = *image;
-        want.resize(out.size(), 0xEE);
-        EXPECT_TRUE(out == want) << type;
+        EXPECT_TRUE(Bytes(out.begin(), out.begin() + size) == Bytes(&image[from], &image[from + size])) << type;
     }
+    EXPECT_EQ(out[kFrontSize], 0xEE);
 }
 
 TEST_F(DiskState, BackplaneCounts_LogAndClampWhenTooLarge) {

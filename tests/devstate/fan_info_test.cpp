@@ -1,7 +1,4 @@
 // Fan information records, their console report and the speed setting.
-#include <string>
-#include <vector>
-
 #include "quorix_test.h"
 
 namespace {

@@ -1,8 +1,6 @@
 // FRU access rules, the asset write side effect, scan enables, ME access, the
 // backplane and fan-plane presence checks and the EEPROM erase.
 #include <algorithm>
-#include <string>
-#include <vector>
 
 #include "quorix_test.h"
 

@@ -2,10 +2,8 @@
 // and the reading calls through their slots.
 #include <climits>
 #include <cmath>
-#include <cstdint>
 #include <cstring>
 #include <limits>
-#include <vector>
 
 #include "quorix_test.h"
 
