@@ -1,5 +1,4 @@
-// Board counters, CPU presence, the ME version text, the PCIe and OCP pushes
-// and polls, and the CPLD report.
+// Board counters, CPU presence and the ME version text.
 #include <climits>
 
 #include "quorix_test.h"
@@ -96,70 +95,5 @@ TEST_F(BoardState, MeRevision_BuildsTheVersionTextAndRefusesSmallBuffers) {
               "Get Fw Version get input error fwIndex:1, inputSize:64!!");
 }
 
-int g_power = 0;
-std::vector<unsigned> g_pushed;
-int systemPower(int, int, int) { return g_power; }
-int slotPresence(unsigned *presence) { return *presence = 0x12345678u, 0; }
-int pushPresence(unsigned *presence) { return g_pushed.push_back(*presence), 0; }
-
-// The last power state is per process, so its whole life is one test.
-TEST_F(BoardState, PcieSlotPresence_IsPushedWhenPowerTurnsOn) {
-    qtest::replaceSlot(qrx::Slot::checkSystemPowerOk, systemPower);
-    qtest::replaceSlot(qrx::Slot::QuorixGetPCIESlotPresentInfo, slotPresence);
-    qtest::replaceSlot(qrx::Slot::SetPcieSlotPresentToCpld, pushPresence);
-    const struct { int power; std::size_t pushes; } steps[] = {{0, 0}, {1, 1}, {1, 1}, {0x101, 1}, {0, 1}, {1, 2}, {2, 2}, {1, 3}};
-    for (const auto &s : steps) {
-        g_power = s.power;
-        EXPECT_EQ(QuorixSetPCIESlotPresentToCPLD(), 0);
-        EXPECT_EQ(g_pushed.size(), s.pushes) << "power " << s.power;
-    }
-    EXPECT_EQ(g_pushed, std::vector<unsigned>(3, 0x12345678u));
-}
-
-TEST_F(BoardState, CpldReport_ShowsTheCpldFieldsOfTheBlock) {
-    const std::pair<std::size_t, unsigned char> bytes[] = {
-        {0x149B9, 0x2A}, {0x1CC32, 0x13}, {0x1D071, 0x05}, {0x1D0EA, 0x21}, {119097, 1}, {119098, 6},
-        {119099, 1}, {119100, 254}, {119099 + 302, 0x34}, {119099 + 558, 12}, {0x101AD, 1}, {0x101FD, 0x07}};
-    for (auto [at, value] : bytes) block().setU8(at, value);
-    qtest::putText(119099 + 4, "BP12HDD-Q01\x01");
-    qtest::putText(119099 + 1470 * 8 + 4, "BPREAR2");
-    qtest::putText(0x101B2, "FANPLANE-A");
-    EXPECT_GOLDEN("cpld_report.txt", qtest::captureStdout([] { ShowAllCPLDInfo(); }));
-}
-
-int g_ocpResults[2] = {0, 0};
-int ocpPresent(int slot) { return g_ocpResults[slot]; }
-
-TEST_F(BoardState, SyncOcp_StoresEachSlotAndTheCount_KeepingASlotThatFailedToRead) {
-    qtest::replaceSlot(qrx::Slot::QuorixGetOcpPresent, ocpPresent);
-    const struct { int slot0, slot1, result; unsigned char present0, present1; } cases[] = {
-        {1, 0, 1, 1, 0}, {0, 3, 1, 0, 1}, {2, 1, 2, 1, 1}, {-1, 0, -1, 1, 0}, {0, 0, 0, 0, 0}, {0, -4, -1, 0, 0}};
-    for (const auto &c : cases) {
-        g_ocpResults[0] = c.slot0, g_ocpResults[1] = c.slot1;
-        EXPECT_EQ(QuorixSyncOCPDeviceInfo(), c.result) << c.slot0 << "," << c.slot1;
-        EXPECT_EQ(qtest::blockBytes(0x200440, 2), (std::vector<unsigned char>{c.present0, c.present1}));
-        EXPECT_EQ(QuorixGetOcpCardNum(), c.present0 + c.present1);
-    }
-}
-
-std::vector<int> g_polled;
-int pollDevice(int index) { return g_polled.push_back(index), -1; }
-
-// Only a device that is present and whose link is up costs a platform call.
-TEST_F(BoardState, PciePolls_QueryEveryDeviceWithBothReadinessFlags) {
-    const struct { int (*poll)(); qrx::Slot slot; std::size_t flags; } passes[] = {
-        {QuorixGetPcieGPUThread, qrx::Slot::QuorixGetPcieGPUInfo, 0x200400},
-        {QuorixGetPcieAcceleratorsThread, qrx::Slot::QuorixGetPcieAcceleratorsInfo, 0x200420}};
-    const std::vector<unsigned char> flags = {1, 1, 1, 0, 0, 1, 1, 1, 2, 1, 1, 2};
-    for (const auto &pass : passes) {
-        qtest::replaceSlot(pass.slot, pollDevice);
-        block().copyIn(pass.flags, flags.data(), flags.size());
-        block().setU16(pass.flags + 2 * 15, 0x0101);
-        block().setU16(pass.flags + 2 * 16, 0x0101);  // past the 16 devices
-        g_polled.clear();
-        EXPECT_EQ(pass.poll(), 0);
-        EXPECT_EQ(g_polled, (std::vector<int>{0, 3, 15})) << qrx::slotIndex(pass.slot);
-    }
-}
 
 }  // namespace

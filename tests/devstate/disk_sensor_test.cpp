@@ -101,15 +101,4 @@ TEST_F(DiskSensor, EventsFollowTheSixScanRule) {
     for (const auto &c : cases) EXPECT_EQ(run(c.type, c.front, c.rear, c.slots, c.steps), c.expected) << c.name;
 }
 
-TEST_F(DiskSensor, StatusPost_SendsTheDiskRecordToTheLogService) {
-    qtest::removeQueue(12345);
-    const int queue = msgget(12345, IPC_CREAT | 0666);
-    EXPECT_EQ(QuorixHddStatusPostIdl(1, 1, 12, 151), 0);
-    EXPECT_EQ(QuorixHddStatusPostIdl(1, 0, 100, 150), 0);
-    Transcript got;
-    unsigned char payload[300];
-    for (int k = 0; k < 2; ++k) got.push_back(QuorixReadMsgQueue(queue, payload, sizeof payload) == 0 ? idl(payload) : "none");
-    EXPECT_EQ(got, (Transcript{"151 d12", "150 -d100"}));
-}
-
 }  // namespace

@@ -1,5 +1,5 @@
-// Disk tables, backplane counts, serial numbers, NVMe readers, the count of
-// supported disks and the rack report's slot tables.
+// Disk tables, serial numbers, NVMe readers, the count of supported disks and
+// the rack report's slot tables.
 #include <climits>
 #include <cstring>
 #include <tuple>
@@ -36,24 +36,6 @@ TEST_F(DiskState, TableCopies_MoveWholeTablesByTypeAndRefuseOthers) {
         EXPECT_TRUE(Bytes(out.begin(), out.begin() + size) == Bytes(&image[from], &image[from + size])) << type;
     }
     EXPECT_EQ(out[kFrontSize], 0xEE);
-}
-
-TEST_F(DiskState, BackplaneCounts_LogAndClampWhenTooLarge) {
-    qtest::logToConsole({"QRXMONITOR"});
-    const struct { std::size_t offset; int (*read)(); const char *name; int raw, expected; } cases[] = {
-        {119097, QuorixReadFrontHDDBlackPlaneNum, "QuorixReadFrontHDDBlackPlaneNum", 8, 8},
-        {119097, QuorixReadFrontHDDBlackPlaneNum, "QuorixReadFrontHDDBlackPlaneNum", 9, 8},
-        {119098, QuorixReadRearHDDBlackPlaneNum, "QuorixReadRearHDDBlackPlaneNum", 5, 5},
-        {119098, QuorixReadRearHDDBlackPlaneNum, "QuorixReadRearHDDBlackPlaneNum", 255, 5}};
-    for (const auto &c : cases) {
-        block().setU8(c.offset, static_cast<unsigned char>(c.raw));
-        int result = -1;
-        const std::string out = qtest::captureStdout([&] { result = c.read(); });
-        EXPECT_EQ(result, c.expected);
-        const std::string log = std::string("[Critical]:") + c.name + ":backplane num(" + std::to_string(c.raw) +
-                                ") > max num(" + std::to_string(c.expected) + ")";
-        EXPECT_EQ(qtest::logLines(out), c.raw == c.expected ? std::vector<std::string>{} : std::vector<std::string>{log});
-    }
 }
 
 TEST_F(DiskState, NvmeReaders_VisitFirstToLastInclusive) {
@@ -102,28 +84,6 @@ TEST_F(DiskState, NumSupport_AddsTheSlotsOfBackplanesInUse) {
     int result = 0;
     EXPECT_EQ(qtest::captureStdout([&] { result = QuorixGetHDDNumSupport(3); }), "WriteHwHDDInfo,error CpldType:3!!\n");
     EXPECT_EQ(result, -1);
-}
-
-TEST_F(DiskState, BackplanePortAndMonitorState_ReadTheBlock) {
-    EXPECT_EQ(RackHarlo_Get_BackPlanePort(), 0);
-    putBackplane(8, 1, 6);  // a rear backplane does not count
-    EXPECT_EQ(RackHarlo_Get_BackPlanePort(), 0);
-    putBackplane(7, 0, 6);
-    EXPECT_EQ(RackHarlo_Get_BackPlanePort(), 1);
-    block().setU8(138209, 0x5C);
-    EXPECT_EQ(QuorixGetHDDSensorMonitorState(), 0x5C);
-}
-
-TEST_F(DiskState, RackSlot_MatchesWholeNamesInOrder) {
-    unsigned char table[4 * 9] = {};
-    const struct { const char *name; unsigned char slot; } rows[] = {{"SATA1", 3}, {"SATA10", 7}, {"SATA1", 9}, {"ABCDEFGH", 12}};
-    for (int i = 0; i < 4; ++i) std::memcpy(table + 9 * i, rows[i].name, std::strlen(rows[i].name)), table[9 * i + 8] = rows[i].slot;
-    const struct { const char *name; int count, slot; } cases[] = {
-        {"SATA1", 4, 3}, {"SATA10", 4, 7}, {"SATA", 4, 255}, {"ABCDEFGH", 4, 12}, {"ABCDEFGHI", 4, 255},
-        {"SATA10", 1, 255}, {"SATA1", 0, 255}, {"SATA1", -3, 255}};
-    for (const auto &c : cases) EXPECT_EQ(RackHarlo_Get_Slot(c.name, table, c.count), c.slot) << c.name << " " << c.count;
-    EXPECT_EQ(RackHarlo_Get_Slot(nullptr, table, 4), 255);
-    EXPECT_EQ(RackHarlo_Get_Slot("SATA1", nullptr, 4), 255);
 }
 
 // The 18 report records by the source record each came from (-1: "N/A"),

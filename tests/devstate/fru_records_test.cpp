@@ -1,5 +1,4 @@
-// FRU access rules, the asset write side effect, scan enables, ME access, the
-// backplane and fan-plane presence checks and the EEPROM erase.
+// FRU access rules, the asset write side effect and the EEPROM erase.
 #include <algorithm>
 
 #include "quorix_test.h"
@@ -66,48 +65,6 @@ TEST_F(FruRecords, AssetWrite_AtTheAssetOffsetForcesBiosInfoToCpld) {
     }
     EXPECT_EQ(g_eepromWrites, (std::vector<std::string>{"29121+2!", "29120+2!", "29120+2!", "29120+2!"}));
     g_eepromResult = 0;
-}
-
-TEST_F(FruRecords, MeAccessAndScanEnables_CheckTheirValuesUnsigned) {
-    EXPECT_EQ(write_me_access_status(1), 0);
-    for (unsigned value : {2u, 255u, 0xFFFFFFFFu}) EXPECT_EQ(write_me_access_status(value), -1) << value;
-    EXPECT_EQ(std::vector<int>({block().u8(23), read_me_access_status(), write_me_access_status(0), read_me_access_status()}),
-              std::vector<int>({1, 1, 0, 0}));
-    const struct { unsigned index, value; int result; } cases[] = {{0, 1, 0}, {24, 2, 0}, {12, 0, 0}, {25, 1, -1}, {3, 3, -1}, {0xFFFFFFFFu, 1, -1}};
-    for (const auto &c : cases) {
-        Bytes want = qtest::blockBytes(23, 28);
-        EXPECT_EQ(write_device_scan_enable(c.index, c.value), c.result) << c.index << "," << c.value;
-        if (c.result == 0) want[1 + c.index] = static_cast<unsigned char>(c.value);
-        EXPECT_EQ(qtest::blockBytes(23, 28), want);
-        EXPECT_EQ(read_device_scan_enable(c.index), c.index < 25 ? want[1 + c.index] : -1);
-    }
-    block().setU8(23, 0x77), block().setU8(49, 0x77);
-    const Bytes fence = {0x77};
-    for (auto [start, value] : {std::pair<int (*)(), unsigned char>{StartQuorixMonitorScan, 1}, {StopQuorixMonitorScan, 0}}) {
-        EXPECT_EQ(start(), 0);
-        Bytes want = fence;
-        want.resize(26, value), want.push_back(0x77);
-        EXPECT_EQ(qtest::blockBytes(23, 27), want);
-    }
-}
-
-TEST_F(FruRecords, PlanePresence_NeedsPresenceAndTheValidMarker) {
-    auto backplane = [](int k, unsigned char presence, unsigned char marker) {
-        block().setU8(119103 + 1470 * k, presence), block().setU8(119100 + 1470 * k, marker);
-    };
-    const struct { int k; unsigned char presence, marker; int result; } steps[] = {
-        {-1, 0, 0, -1}, {3, 1, 253, -1}, {5, 0, 254, -1}, {12, 0x80, 254, 0}, {12, 0, 0, -1}, {0, 2, 254, 0}, {0, 0, 0, -1}, {13, 1, 254, -1}};
-    for (const auto &s : steps) {
-        if (s.k >= 0) backplane(s.k, s.presence, s.marker);
-        EXPECT_EQ(checkBackPlanePresent(), s.result) << s.k;
-    }
-    const struct { unsigned char presence0, marker0, presence1, marker1; int result; } fans[] = {
-        {0, 0, 0, 0, -1}, {1, 254, 0, 0, 0}, {1, 253, 0, 254, -1}, {0, 254, 3, 254, 0}, {1, 0, 1, 253, -1}, {0, 0, 1, 254, 0}};
-    for (const auto &c : fans) {
-        block().setU8(65970, c.presence0), block().setU8(65967, c.marker0);
-        block().setU8(65970 + 819, c.presence1), block().setU8(65967 + 819, c.marker1);
-        EXPECT_EQ(checkFanPlanePresent(), c.result) << int(c.presence0) << "," << int(c.marker0) << "," << int(c.presence1);
-    }
 }
 
 TEST_F(FruRecords, ClearEeprom_ErasesPageByPageAndFlagsClearedAssetData) {

@@ -154,23 +154,4 @@ TEST_F(PsuState, ShowAll_DumpsPresentSuppliesInDetailAndAbsentOnesBriefly) {
     EXPECT_EQ(qtest::captureStdout([] { ShowAllPSUInfo(); }), out.substr(0, out.find('\n') + 1));
 }
 
-int g_typeTwoCalls = 0;
-int readPsuInfo(int index, unsigned char *, int length) { return index * 0x100 + length; }
-int handleTypeTwo() { return ++g_typeTwoCalls, 0; }
-
-TEST_F(PsuState, HwInfo_CallsTypeTwoHandlingOnceForAPresentTypeTwoSupply) {
-    qtest::replaceSlot(qrx::Slot::ReadPsuInfo, readPsuInfo);
-    qtest::replaceSlot(qrx::Slot::HandlePsuTypeTwo, handleTypeTwo);
-    const struct { int count; unsigned char present1, type1, present2, type2; int calls; } cases[] = {
-        {3, 1, 2, 1, 2, 1}, {3, 0, 2, 5, 2, 1}, {3, 1, 1, 0, 2, 0}, {2, 0, 0, 1, 2, 0}, {12, 0, 0, 0, 0, 0}};
-    for (const auto &c : cases) {
-        g_typeTwoCalls = 0;
-        block().setU8(kCount, static_cast<unsigned char>(c.count));
-        block().setU8(rec(1, 1), c.present1), block().setU8(rec(1, 158), c.type1), block().setU8(rec(2, 1), c.present2);
-        block().setU8(rec(2, 158), c.type2);
-        EXPECT_EQ(GetHwPSUInfo(2, nullptr, 0x34), 0x234);
-        EXPECT_EQ(g_typeTwoCalls, c.calls) << "count " << c.count;
-    }
-}
-
 }  // namespace

@@ -1,5 +1,5 @@
-// Press marker, the power-state poll with its AC-failure rule, the EEPROM
-// power state, the COM/SOL configuration bytes and the power button lock.
+// Press marker, the power-state poll with its AC-failure rule, the COM/SOL
+// configuration bytes and the power button lock.
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -48,24 +48,6 @@ TEST_F(PowerPolicy, Marker_DecidesWhetherPolicyRunsAndItsClearingIsLogged) {
     std::copy(record.begin() + 1, record.begin() + 4, want.begin() + 1);
     std::copy(record.begin() + 5, record.begin() + 12, want.begin() + 5);
     EXPECT_EQ(qtest::hex(record.data(), 296), qtest::hex(want.data(), 296));
-}
-
-TEST_F(PowerPolicy, EepromPowerStatus_ReadWriteAndFailures) {
-    unsigned char state = 0x5A, back = 0;
-    EXPECT_EQ(QuorixEEPROMWritePowerStatus(&state), 0);
-    EXPECT_EQ(QuorixEEPROMReadPowerStatus(&back), 0);
-    EXPECT_EQ(std::vector<int>({qtest::eeprom(kPowerStatusOffset, 1)[0], back}), std::vector<int>({0x5A, 0x5A}));
-    std::string out = qtest::captureStdout([&] {
-        EXPECT_EQ(QuorixEEPROMWritePowerStatus(nullptr), -3);
-        EXPECT_EQ(QuorixEEPROMReadPowerStatus(nullptr), -3);
-        sim().setFault(kRead, 1), sim().setFault(kWrite, 1);
-        EXPECT_EQ(QuorixEEPROMWritePowerStatus(&state), -2);
-        EXPECT_EQ(QuorixEEPROMReadPowerStatus(&back), -2);
-    });
-    EXPECT_EQ(qtest::logLines(out), (std::vector<std::string>{"[Error]:NULL buffer pointer passed into read policy!",
-                                                               "[Error]:NULL buffer pointer passed into read power  status!",
-                                                               "[Error]:Write power status from EEPROM failed! retval=-1",
-                                                               "[Error]:Read power last status from EEPROM failed! retval=-1"}));
 }
 
 // The last power state is per process: each sequence runs in a child.
