@@ -51,21 +51,19 @@ TEST_F(DiskState, NvmeReaders_VisitFirstToLastInclusive) {
     }
 }
 
+// Disk numbers 0..77 are front records, 78..86 rear ones; an absent disk
+// (presence other than 1) or one beyond gives "NULL".
 TEST_F(DiskState, SerialNumber_AddressesFrontThenRearRecords) {
-    auto serial = [](const std::string &tag) { return tag + std::string(24 - tag.size(), 'Z'); };
-    const struct { std::size_t at; const char *tag; unsigned char presence; } disks[] = {
-        {front(0, 0), "F0", 1}, {front(77, 0), "F77", 1}, {rear(0, 0), "R0", 1}, {rear(8, 0), "R8", 1},
-        {front(78, 0), "F78", 1}, {rear(9, 0), "R9", 1}, {front(5, 0), "F5", 2}};
-    for (const auto &d : disks) block().setU8(d.at + 1, d.presence), qtest::putText(d.at + 18, serial(d.tag));
-    const std::string none("NULL\0", 5);
-    const struct { int disk; std::string expected; } cases[] = {
-        {0, serial("F0")}, {77, serial("F77")}, {78, serial("R0")}, {86, serial("R8")},
-        {87, none}, {5, none}, {-1, none}, {INT_MAX, none}};
+    const struct { int disk; std::size_t at; unsigned char presence; bool read; } cases[] = {
+        {0, front(0, 0), 1, true}, {77, front(77, 0), 1, true}, {78, rear(0, 0), 1, true}, {86, rear(8, 0), 1, true},
+        {87, rear(9, 0), 1, false}, {5, front(5, 0), 2, false}, {-1, front(100, 0), 1, false}, {INT_MAX, front(78, 0), 1, false}};
     for (const auto &c : cases) {
+        const std::string serial = "SN" + std::to_string(c.disk) + std::string(22 - std::to_string(c.disk).size(), 'Z');
+        block().setU8(c.at + 1, c.presence), qtest::putText(c.at + 18, serial);
         Bytes out(26, 0xEE);
         EXPECT_EQ(QuorixGetHDDSN(c.disk, out.data()), 0);
-        EXPECT_EQ(std::string(out.begin(), out.begin() + c.expected.size()), c.expected) << c.disk;
-        EXPECT_EQ(out[c.expected.size()], 0xEE) << c.disk;
+        const std::string want = c.read ? serial : std::string("NULL\0", 5);
+        EXPECT_EQ(std::string(out.begin(), out.begin() + want.size() + 1), want + "\xEE") << c.disk;
     }
     EXPECT_EQ(QuorixGetHDDSN(0, nullptr), -1);
 }

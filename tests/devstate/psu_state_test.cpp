@@ -1,5 +1,6 @@
 // Power-supply readers: each reader's own index bound, the summary record
 // byte for byte and the console dump.
+#include <algorithm>
 #include <climits>
 
 #include "quorix_test.h"
@@ -28,8 +29,7 @@ void putPsu(int i, unsigned char present = 1, float inputPower = 99.5f) {
     for (int k = 0; k < 11; ++k) block().setF32(rec(i, 14 + 4 * k), k == 3 ? inputPower : kReadings[k]);
     for (int k = 0; k < 5; ++k) qtest::putText(rec(i, kTextAt[k]), k == 2 ? serial(i) : kTexts[k]);
     block().copyIn(rec(i, 146), kDate.data(), kDate.size());
-    block().setU8(rec(i, 153), 0x02);
-    block().setU8(rec(i, 158), 0x01);
+    block().setU8(rec(i, 153), 0x02), block().setU8(rec(i, 158), 0x01);
 }
 
 Bytes summary(int index) {
@@ -57,25 +57,18 @@ Bytes info(int index, int expectedResult = 0) {
 
 class PsuState : public qtest::BoundTest {};
 
-TEST_F(PsuState, Counts_AreClampedToEightAndCountersReadAsStored) {
-    block().copyIn(68877, Bytes{0x12, 0x34, 0x56}.data(), 3);
-    for (auto [raw, expected] : std::vector<std::pair<int, int>>{{0, 0}, {2, 2}, {8, 8}, {12, 8}, {255, 8}}) {
-        block().setU8(kCount, static_cast<unsigned char>(raw));
-        EXPECT_EQ(std::make_pair(ReadQuorixPSUNum(), QuorixGetPsuNum()), std::make_pair(expected, expected)) << raw;
-    }
-    EXPECT_EQ(std::vector<int>({ReadQuorixPSUConfigNum(), ReadQuorixPSUNormalNum(), GetQuorixPSURedundantNum()}),
-              std::vector<int>({0x12, 0x34, 0x56}));
-}
-
-TEST_F(PsuState, Present_AcceptsIndexEqualToCountAndRefusesAbove) {
+TEST_F(PsuState, CountAndPresent_ClampTheCountToEightAndAcceptAnIndexEqualToIt) {
     for (int i = -1; i < 8; ++i) block().setU8(rec(i, 1), static_cast<unsigned char>(0x40 + i));
-    block().setU8(kNormalNum, 0x5A);  // "record 8"'s present byte
+    block().copyIn(kNormalNum - 1, Bytes{0x12, 0x5A, 0x56}.data(), 3);  // the normal number is "record 8"'s present byte
+    EXPECT_EQ(std::vector<int>({ReadQuorixPSUConfigNum(), ReadQuorixPSUNormalNum(), GetQuorixPSURedundantNum()}),
+              std::vector<int>({0x12, 0x5A, 0x56}));
     const struct { int count, index, expected; } cases[] = {
         {0, 0, 0x40}, {0, 1, -1}, {2, 0, 0x40}, {2, 2, 0x42}, {2, 3, -1}, {12, 8, 0x5A},
         {12, 9, -1}, {2, -1, 0x3F}, {8, 8, 0x5A}, {2, INT_MAX, -1}, {2, INT_MIN, -1}};
     for (const auto &c : cases) {
         block().setU8(kCount, static_cast<unsigned char>(c.count));
         EXPECT_EQ(ReadQuorixPSUPresent(c.index), c.expected) << "count " << c.count << " index " << c.index;
+        EXPECT_EQ(std::make_pair(ReadQuorixPSUNum(), QuorixGetPsuNum()), std::make_pair(std::min(c.count, 8), std::min(c.count, 8)));
     }
 }
 
