@@ -18,24 +18,22 @@ constexpr const char *kIpmiMainPipe = "/var/quorix_ipmimain_pipe";
 
 struct Disk { bool rear; int index, presence, status; };
 struct Step { std::vector<Disk> disks; int scans; int frontBackplanes = -1; };
-// "s<scan> <sensor> +|-<offset>" for a SEL record, "i<scan> <sensor> d<disk>" for an IDL record.
+// Per scan: "s<scan> <sensor> +|-<offset>" for a drive-slot SEL record on the
+// IPMI-main pipe, "i<scan> <sensor> d<disk>" for an IDL record on queue 12345.
 using Transcript = std::vector<std::string>;
 
 std::string sel(const unsigned char *r) {
-    const unsigned char want[18] = {0, 0, 0x20, 0, 0, 0x0D, r[6], r[7], r[8], 0xFF};
-    if (std::memcmp(r, want, 18) != 0 || (r[7] & 0x7F) != 0x6F) return "bad sel " + qtest::hex(r, 18);
-    return std::to_string(r[6]) + (r[7] & 0x80 ? " -" : " +") + std::to_string(r[8]);
+    const unsigned char want[18] = {0, 0, 0x20, 0, 0, 0x0D, r[6], static_cast<unsigned char>(0x6F | (r[7] & 0x80)), r[8], 0xFF};
+    return std::memcmp(r, want, 18) ? "bad sel " + qtest::hex(r, 18)
+                                     : std::to_string(r[6]) + (r[7] & 0x80 ? " -" : " +") + std::to_string(r[8]);
 }
 
 // Request code 0, then the IDL sensor-event record of a disk.
 std::string idl(const unsigned char *p) {
-    unsigned char want[300] = {};
-    unsigned char *r = want + 4;
-    r[4] = 0x20, r[12] = 0x0D, r[14] = p[4 + 14], r[15] = p[4 + 15], r[16] = 1, r[17] = p[4 + 17], r[39] = 0x0A;
-    const std::string label = "DISK" + std::to_string(p[4 + 17]) + "_Status ";
-    std::copy(label.begin(), label.end(), r + 19);
-    if (std::memcmp(p, want, sizeof want) != 0) return "bad idl " + qtest::hex(p, 44);
-    return std::to_string(p[4 + 14]) + (p[4 + 15] == 0x6F ? " d" : " -d") + std::to_string(p[4 + 17]);
+    unsigned char want[300] = {0, 0, 0, 0, 0, 0, 0, 0, 0x20, 0, 0, 0, 0, 0, 0, 0, 0x0D, 0, p[18], 0x6F, 1, p[21]};
+    const std::string label = "DISK" + std::to_string(p[21]) + "_Status ";
+    std::copy(label.begin(), label.end(), want + 23), want[43] = 0x0A;
+    return std::memcmp(p, want, sizeof want) ? "bad idl " + qtest::hex(p, 44) : std::to_string(p[18]) + " d" + std::to_string(p[21]);
 }
 
 class DiskSensor : public qtest::BoundTest {

@@ -1,4 +1,4 @@
-// FRU access rules, the asset write side effect and the EEPROM erase.
+// FRU access rules and the EEPROM erase with its asset-data side effect.
 #include <algorithm>
 
 #include "quorix_test.h"
@@ -47,24 +47,6 @@ int write24256(int offset, unsigned char *buffer, int length) {
     const bool erased = std::all_of(buffer, buffer + length, [](unsigned char b) { return b == 0xFF; });
     g_eepromWrites.push_back(std::to_string(offset) + "+" + std::to_string(length) + (erased ? "" : "!"));
     return offset == g_eepromFailAt ? -1 : g_eepromResult;
-}
-
-TEST_F(FruRecords, AssetWrite_AtTheAssetOffsetForcesBiosInfoToCpld) {
-    qtest::replaceSlot(qrx::Slot::QuorixWrite24256EEprom, write24256);
-    g_eepromWrites.clear();
-    unsigned char data[2] = {0x12, 0x34};
-    const struct { int offset, slotResult, result; unsigned char flag; const char *out; } cases[] = {
-        {29121, 0, 0, 0, ""}, {29120, -1, -1, 0, ""}, {29120, 2, 2, 0, ""},
-        {29120, 0, 0, 1, "ForceSetBiosInfo2Cpld when write asset info,offset:0x71c0!! \n"}};
-    for (const auto &c : cases) {
-        g_eepromResult = c.slotResult;
-        int result = -9;
-        EXPECT_EQ(qtest::captureStdout([&] { result = QuorixWriteAssetInfo2EEpromInterface(c.offset, data, 2); }), c.out);
-        EXPECT_EQ(result, c.result);
-        EXPECT_EQ(block().u8(kAssetFlag), c.flag) << c.offset << " " << c.slotResult;
-    }
-    EXPECT_EQ(g_eepromWrites, (std::vector<std::string>{"29121+2!", "29120+2!", "29120+2!", "29120+2!"}));
-    g_eepromResult = 0;
 }
 
 TEST_F(FruRecords, ClearEeprom_ErasesPageByPageAndFlagsClearedAssetData) {

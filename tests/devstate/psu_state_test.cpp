@@ -13,35 +13,26 @@ constexpr std::size_t kCount = 67604, kRecords = 67605, kRecordSize = 159, kNorm
 
 std::size_t rec(long long i, std::size_t field) { return kRecords + i * static_cast<long long>(kRecordSize) + field; }
 
-// Readings of a record (offset 14 on) and their summary values (offset 10
-// on): whole units rounded, x100 truncated for output volt and currents, low
-// 16 bits of the maximum output power.
+// Record bytes 2..13, the readings from 14 on and their summary values from
+// 10 on: whole units rounded, x100 truncated for output volt and currents,
+// low 16 bits of the maximum output power. The texts and the date (58..151)
+// are copied as they are.
+const Bytes kHead = {0x21, 0x34, 0x12, 0x78, 0x56, 0x03, 0x01, 0x44, 0x0A, 0x0B, 0x0C, 0x0D};
 const float kReadings[] = {25.5f, 30.4f, 41.6f, 99.5f, 99.4f, 229.7f, 12.2f, 4.56f, 1.15f, 70000.0f, 8123.5f};
 const unsigned kSummaryReadings[] = {26, 30, 42, 100, 99, 230, 1220, 456, 115, 4464, 8124};
-const char *const kTexts[] = {"QUORIX-PWR", "QPS-1600W-A", "", "FW 1.2.3", "PN-99887766"};  // serial set per index
-const std::size_t kTextAt[] = {58, 76, 94, 112, 128};
-const Bytes kDate = {0x20, 0x24, 0x05, 0x17, 0x08, 0x30};
-std::string serial(int i) { return ("SN" + std::to_string(i) + "ABCDEFGHIJKLMNO").substr(0, 18); }
+Bytes texts(int i) { return qtest::pattern(94, static_cast<std::uint8_t>(i)); }
 
 void putPsu(int i, unsigned char present = 1, float inputPower = 99.5f) {
-    const Bytes head = {present, 0x21, 0x34, 0x12, 0x78, 0x56, 0x03, 0x01, 0x44, 0x0A, 0x0B, 0x0C, 0x0D};
-    block().copyIn(rec(i, 1), head.data(), head.size());
+    block().setU8(rec(i, 1), present), block().copyIn(rec(i, 2), kHead.data(), kHead.size());
     for (int k = 0; k < 11; ++k) block().setF32(rec(i, 14 + 4 * k), k == 3 ? inputPower : kReadings[k]);
-    for (int k = 0; k < 5; ++k) qtest::putText(rec(i, kTextAt[k]), k == 2 ? serial(i) : kTexts[k]);
-    block().copyIn(rec(i, 146), kDate.data(), kDate.size());
-    block().setU8(rec(i, 153), 0x02), block().setU8(rec(i, 158), 0x01);
+    block().copyIn(rec(i, 58), texts(i).data(), 94), block().setU8(rec(i, 153), 0x02), block().setU8(rec(i, 158), 0x01);
 }
 
 Bytes summary(int index) {
-    Bytes s = {static_cast<unsigned char>(index), 1, 0x21, 0x34, 0x12, 0x78, 0x56, 0x03, 0x01, 0x44};
+    Bytes s = {static_cast<unsigned char>(index), 1}, t = texts(index);
+    s.insert(s.end(), kHead.begin(), kHead.begin() + 8);
     for (unsigned v : kSummaryReadings) s.insert(s.end(), {static_cast<unsigned char>(v), static_cast<unsigned char>(v >> 8)});
-    for (int k = 0; k < 5; ++k) {
-        const std::string t = k == 2 ? serial(index) : kTexts[k];
-        s.insert(s.end(), t.begin(), t.end());
-        s.resize(32 + 18 * (k + 1) - (k >= 3 ? 2 : 0), 0);  // the firmware version has 16 bytes
-    }
-    s.insert(s.end(), kDate.begin(), kDate.end());
-    return s;
+    return s.insert(s.end(), t.begin(), t.end()), s;
 }
 
 Bytes invalidSummary(int index, unsigned char present) {
@@ -101,14 +92,13 @@ TEST_F(PsuState, TypeAndPower_ReadWithoutTheCountOrOverPresentSuppliesOnly) {
 }
 
 TEST_F(PsuState, SerialNumber_CopiesEighteenBytesOrNullAndNeverChecksTheCount) {
-    block().setU8(kCount, 1);
-    for (int i : {-1, 7}) putPsu(i);
+    block().setU8(kCount, 1), putPsu(-1), putPsu(7);
     for (int index : {7, -1, 8, 9, INT_MAX, INT_MIN}) {
-        Bytes out(24, 0xEE);
+        Bytes out(24, 0xEE), t = texts(index), want = {'N', 'U', 'L', 'L', 0};
+        if (index == 7 || index == -1) want.assign(t.begin() + 36, t.begin() + 54);
+        want.resize(24, 0xEE);
         EXPECT_EQ(QuorixGetPSUSN(index, out.data()), 0);
-        const std::string want = index == 7 || index == -1 ? serial(index) : std::string("NULL\0", 5);
-        EXPECT_EQ(std::string(out.begin(), out.begin() + want.size()), want) << index;
-        EXPECT_EQ(out[want.size()], 0xEE) << index;
+        EXPECT_EQ(out, want) << index;
     }
     EXPECT_EQ(QuorixGetPSUSN(0, nullptr), -1);
 }

@@ -128,10 +128,6 @@ TEST_F(FanReport, ListsOutputsAndCurvesInUse) {
     put(3, {{0, 2}});
     EXPECT_GOLDEN("fan_report.txt", report());
     EXPECT_EQ(g_reads, (std::vector<std::pair<int, int>>{{1, 8}, {1, 0x1234}}));  // one reading per reported curve
-    block().setU8(0x618FF4, 1), block().setU8(0xFF26, 0);
-    std::memset(curve(0), 0, kCurveSize);
-    put(0, {{0, 2}, {6, 1}, {116, 1}});  // linear, no points, downward
-    EXPECT_GOLDEN("fan_report_bare_line.txt", report());
 }
 
 TEST(FanTables, SensorNamesAreNumberedTerminatedAndUnique) {
