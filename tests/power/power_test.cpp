@@ -1,8 +1,7 @@
 // Press marker, the power-state poll with its AC-failure rule, the COM/SOL
-// configuration bytes, the power button lock, and the power peak handlers
-// with their EEPROM copy and per-process cache and the staggered wait.
+// configuration bytes, the power button lock and the power peak handlers with
+// their EEPROM copy and per-process cache.
 #include <sys/stat.h>
-#include <time.h>
 
 #include <cstdio>
 #include <cstring>
@@ -159,37 +158,6 @@ TEST_F(PowerPeak, Get_ReadsEepromOnceAndMapsLargeValuesToTwo) {
         std::printf("%d %02x %d\n", n, res[0], QuorixGetPowerPeakConfigInterface(nullptr, 0, nullptr));
     });
     EXPECT_EQ(out, "1 c7 0\n");
-}
-
-// The wait in a child: "rc=<result> <milliseconds waited>" and the log; a
-// bound of one second draws a delay within it and sleeps it.
-TEST_F(PowerPeak, Sleep_WaitsADelayDrawnWithinTheBound) {
-    const struct { Bytes stored; int fault; const char *rc, *log; } cases[] = {
-        {{0x00, 0x00}, 0, "rc=0", "[Critical]:Quorix power peak config, state: 0, Max delay time:0"},
-        {{0x58, 0x02}, 0, "rc=0", "[Critical]:Quorix power peak config, state: 0, Max delay time:600"},
-        {{0x01, 0x00}, 1, "rc=-1", "[Critical]:Get Quorix power peak config failed!"},
-        {{0x01, 0x00}, 0, "rc=0", "[Critical]:Chassis power on, max delay time=1s, delay time=%us,%ums"},
-        {{0x01, 0x00}, 0, "rc=0", "[Critical]:Chassis power on, max delay time=1s, delay time=%us,%ums"}};
-    for (const auto &c : cases) {
-        qtest::putEeprom(kPowerPeakOffset, c.stored);
-        qtest::Sim::get().setFault(kRead, c.fault);
-        const std::string out = qtest::inChild([] {
-            timespec a{}, b{};
-            clock_gettime(CLOCK_MONOTONIC, &a);
-            const int rc = RunPowerPeakSleep();
-            clock_gettime(CLOCK_MONOTONIC, &b);
-            std::printf("rc=%d %ld\n", rc, (b.tv_sec - a.tv_sec) * 1000 + (b.tv_nsec - a.tv_nsec) / 1000000);
-        });
-        unsigned s = 0, ms = 0;
-        const std::string log = qtest::logLines(out).back(), plain = qtest::plainOutput(out), rc = std::string(c.rc) + " ";
-        std::sscanf(log.c_str(), c.log, &s, &ms);
-        const bool drawn = std::string(c.log).find('%') != std::string::npos;
-        EXPECT_EQ(log, drawn ? "[Critical]:Chassis power on, max delay time=1s, delay time=" + std::to_string(s) + "s," +
-                                   std::to_string(ms) + "ms" : std::string(c.log));
-        ASSERT_EQ(plain.substr(plain.find("rc="), rc.size()), rc) << out;
-        const long waited = std::stol(plain.substr(plain.find("rc=") + rc.size()));
-        EXPECT_TRUE(ms < 1000 && s * 1000 + ms <= 1000 && waited >= s * 1000 + ms && waited < s * 1000 + ms + 500) << out;
-    }
 }
 
 }  // namespace
