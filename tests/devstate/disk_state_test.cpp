@@ -2,6 +2,7 @@
 // the rack report's slot tables.
 #include <climits>
 #include <cstring>
+#include <map>
 #include <tuple>
 
 #include "quorix_test.h"
@@ -84,18 +85,16 @@ TEST_F(DiskState, NumSupport_AddsTheSlotsOfBackplanesInUse) {
     EXPECT_EQ(result, -1);
 }
 
-// The 18 report records by the source record each came from (-1: "N/A"),
+// The 18 report records by the source record each came from, else "N/A",
 // for the three slot tables; later source records win a shared slot.
 TEST_F(DiskState, RackFormat_OrdersSourceRecordsBySlotTable) {
     constexpr std::size_t kRec = 114, kName = 76;
-    const struct { bool nvmeBackplane; std::vector<std::pair<int, const char *>> sources; std::vector<int> from; } cases[] = {
-        {true, {{0, "sSATA2"}, {3, "SATA7"}, {9, "NVME1"}, {10, "NVME8"}, {11, "SATA0"}, {20, "BOGUS"}},
-         {-1, -1, 0, -1, -1, -1, -1, -1, -1, -1, 11, -1, -1, -1, -1, -1, -1, 9}},
-        {false, {{9, "SATA3"}, {4, "SATA5"}, {30, "NVME1"}, {5, "NVME2"}, {6, "sSATA0"}},
-         {6, -1, -1, -1, -1, -1, -1, -1, -1, 9, 5, 30, -1, -1, -1, -1, -1, -1}},
-        {false, {{9, "NVME1"}, {1, "SATA3"}, {2, "SATA4"}, {3, "SATA5"}},
-         {-1, -1, -1, -1, -1, -1, -1, -1, -1, 9, 2, 3, -1, -1, -1, -1, -1, -1}},
-        {false, {}, std::vector<int>(18, -1)}};  // every name unterminated
+    using Sources = std::vector<std::pair<int, const char *>>;  // source record, name
+    const struct { bool nvmeBackplane; Sources sources; std::map<int, int> from; } cases[] = {  // report slot: source
+        {true, {{0, "sSATA2"}, {3, "SATA7"}, {9, "NVME1"}, {10, "NVME8"}, {11, "SATA0"}, {20, "BOGUS"}}, {{2, 0}, {10, 11}, {17, 9}}},
+        {false, {{9, "SATA3"}, {4, "SATA5"}, {30, "NVME1"}, {5, "NVME2"}, {6, "sSATA0"}}, {{0, 6}, {9, 9}, {10, 5}, {11, 30}}},
+        {false, {{9, "NVME1"}, {1, "SATA3"}, {2, "SATA4"}, {3, "SATA5"}}, {{9, 9}, {10, 2}, {11, 3}}},
+        {false, {}, {}}};  // every name unterminated
     for (const auto &c : cases) {
         block().setU8(119099 + 1470 * 2 + 558, c.nvmeBackplane ? 6 : 0);
         Bytes src(kRec * 32), dst(kRec * 18, 0);
@@ -108,8 +107,9 @@ TEST_F(DiskState, RackFormat_OrdersSourceRecordsBySlotTable) {
         for (int s = 0; s < 18; ++s) {
             const unsigned char *d = &dst[kRec * s];
             EXPECT_EQ(d[0], s);
-            if (c.from[s] < 0) EXPECT_STREQ(reinterpret_cast<const char *>(d + kName), "N/A") << s;
-            else EXPECT_EQ(Bytes(d + 1, d + kRec), Bytes(&src[kRec * c.from[s] + 1], &src[kRec * (c.from[s] + 1)])) << s;
+            const auto from = c.from.find(s);
+            if (from == c.from.end()) EXPECT_STREQ(reinterpret_cast<const char *>(d + kName), "N/A") << s;
+            else EXPECT_EQ(Bytes(d + 1, d + kRec), Bytes(&src[kRec * from->second + 1], &src[kRec * (from->second + 1)])) << s;
         }
     }
     Bytes buf(kRec * 32);

@@ -47,10 +47,9 @@ TEST(Average, DropsOneSmallestAndOneLargestAboveTwoValuesInSinglePrecision) {
         EXPECT_EQ(out, c.expected);
     }
     const float one = 1.0f;
-    float out = 0.0f;
-    EXPECT_TRUE(std::isnan(GetAveValue(&one, 0, &out)) && std::isnan(out));
-    out = 0.0f;
-    EXPECT_TRUE(std::isnan(GetAveValue(nullptr, 3, &out)) && std::isnan(out));
+    float out[2] = {};
+    EXPECT_TRUE(std::isnan(GetAveValue(&one, 0, &out[0])) && std::isnan(GetAveValue(nullptr, 3, &out[1])));
+    EXPECT_TRUE(std::isnan(out[0]) && std::isnan(out[1]));
     EXPECT_EQ(GetAveValue(&one, -2, nullptr), 0.0f);  // no values, divided by a negative count
 }
 
