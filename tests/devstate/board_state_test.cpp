@@ -1,4 +1,6 @@
-// Board counters, CPU presence and the ME version text.
+// Board counters, CPU presence and the ME version text; FRU access and the
+// EEPROM erase; the fan information records and their report.
+#include <algorithm>
 #include <climits>
 
 #include "quorix_test.h"
@@ -6,6 +8,7 @@
 namespace {
 
 using qtest::block;
+using qtest::Bytes;
 constexpr std::size_t kCpuCount = 75482, kCpuPresent = 75483, kCpuStride = 292;
 std::size_t cpu(int i) { return kCpuPresent + kCpuStride * i; }
 
@@ -23,10 +26,8 @@ TEST_F(BoardState, Counts_AreClampedSilently) {
         EXPECT_EQ(qtest::captureStdout([&] { result = c.read(); }), "") << c.offset;
         EXPECT_EQ(result, c.expected) << c.offset << " raw " << c.raw;
     }
-    for (auto [watts, expected] : std::vector<std::pair<float, int>>{{123.9f, 123}, {-7.8f, -7}}) {
-        block().setF32(79921, watts);
-        EXPECT_EQ(GetMemoryPower(), expected);
-    }
+    block().setF32(79921, -7.8f);
+    EXPECT_EQ(GetMemoryPower(), -7);  // truncated toward zero
 }
 
 TEST_F(BoardState, CpuPresent_UsesASignedBoundAgainstTheClampedCount) {
@@ -75,8 +76,7 @@ TEST_F(BoardState, ConfiguredBitmap_StoresThePresentCpus) {
 TEST_F(BoardState, MeRevision_BuildsTheVersionTextAndRefusesSmallBuffers) {
     const struct { unsigned char major, minor; unsigned build; int size; const char *text; } cases[] = {
         {4, 0x15, (1u << 12) | (2u << 8) | (3u << 20), 20, "4.1.5.123"}, {4, 0x15, 3u << 20, 15, "4.1.5.3"},
-        {4, 0x15, (2u << 8) | (3u << 20), 20, "4.1.5.23"},
-        {0x84, 0x15, 0, 20, "4.1.5.0"},                         // bit 7 of the major byte is not part of it
+        {4, 0x15, (2u << 8) | (3u << 20), 20, "4.1.5.23"}, {0x84, 0x15, 0, 20, "4.1.5.0"},  // major bit 7 is not part of it
         {127, 0xAB, (0xCu << 12) | 0xFF0F00u, 20, "127.:.;.<?\?"},  // nibbles above 9 stay '0' + nibble
         {4, 0x15, 0, 14, nullptr}, {4, 0x15, 0, -5, nullptr}};
     for (const auto &c : cases) {
@@ -95,5 +95,92 @@ TEST_F(BoardState, MeRevision_BuildsTheVersionTextAndRefusesSmallBuffers) {
               "Get Fw Version get input error fwIndex:1, inputSize:64!!");
 }
 
+int slot(qrx::Slot s) { return qrx::slotIndex(s); }
+constexpr std::size_t kAssetFlag = 138227;
+
+class FruRecords : public qtest::BoundTest {};
+
+TEST_F(FruRecords, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
+    Bytes data = {0x01, 0x00, 0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC}, back(8, 0);
+    EXPECT_EQ(quorix_write_fru(5, 0x10, 8, data.data()), 8);
+    EXPECT_EQ(quorix_read_fru(5, 0x10, 8, back.data()), 8);
+    EXPECT_EQ(back, data);
+    for (int device : {30, 31, 32, 33}) EXPECT_EQ(quorix_write_fru(device, 0, 4, data.data()), -1);  // protected devices
+    EXPECT_EQ(qtest::Sim::get().callCount(slot(qrx::Slot::WriteFru)) * 10 + qtest::Sim::get().callCount(slot(qrx::Slot::ReadFru)), 11u);
+    EXPECT_EQ(quorix_write_fru(29, 0, 4, data.data()) + quorix_write_fru(34, 0, 4, data.data()), 8);
+    const struct { qrx::Slot slot; int fault; int (*call)(int, int, int, unsigned char *); int result; const char *out; } cases[] = {
+        {qrx::Slot::ReadFru, 2, quorix_read_fru, -1, "[INFO]: Read FRU Info Failed. Length = 8\n"},  // half the length
+        {qrx::Slot::ReadFru, 1, quorix_read_fru, -1, "[INFO]: Read FRU Info Failed. Length = -1\n"},
+        {qrx::Slot::WriteFru, 1, quorix_write_fru, -1, "[INFO]: Write FRU Info Failed. Ret = -1\n"},
+        {qrx::Slot::WriteFru, 2, quorix_write_fru, 8, ""}};  // a short write is passed on as it is
+    for (const auto &c : cases) {
+        qtest::Sim::get().setFault(slot(c.slot), c.fault);
+        int result = 0;
+        EXPECT_EQ(qtest::captureStdout([&] { result = c.call(2, 0, 16, Bytes(16).data()); }), c.out);
+        EXPECT_EQ(result, c.result) << c.out;
+        qtest::Sim::get().setFault(slot(c.slot), 0);
+    }
+    intf_handle[slot(qrx::Slot::ReadFru)] = intf_handle[slot(qrx::Slot::WriteFru)] = nullptr;
+    EXPECT_EQ(quorix_read_fru(1, 0, 4, data.data()), -2);
+    EXPECT_EQ(quorix_write_fru(29, 0, 4, data.data()), -2);
+    EXPECT_EQ(quorix_write_fru(30, 0, 4, data.data()), -1);
+}
+
+std::vector<std::string> g_eepromWrites;
+int g_eepromResult = 0, g_eepromFailAt = -1;
+int write24256(int offset, unsigned char *buffer, int length) {
+    const bool erased = std::all_of(buffer, buffer + length, [](unsigned char b) { return b == 0xFF; });
+    g_eepromWrites.push_back(std::to_string(offset) + "+" + std::to_string(length) + (erased ? "" : "!"));
+    return offset == g_eepromFailAt ? -1 : g_eepromResult;
+}
+
+TEST_F(FruRecords, ClearEeprom_ErasesPageByPageAndFlagsClearedAssetData) {
+    qtest::replaceSlot(qrx::Slot::QuorixWrite24256EEprom, write24256);
+    qtest::logToConsole({"QRXMONITOR"});
+    const struct { int offset, length, failAt, result; std::vector<std::string> writes; unsigned char flag; } cases[] = {
+        {0, 64, -1, 0, {"0+64"}, 0}, {60, 70, -1, 0, {"60+4", "64+64", "128+2"}, 0}, {32760, 8, -1, 0, {"32760+8"}, 0},
+        {32760, 9, -1, -1, {}, 0}, {-1, 4, -1, -1, {}, 0}, {10, 0, -1, -1, {}, 0}, {0, 0x7FFFFFFF, -1, -1, {}, 0},
+        {0, 200, 64, -1, {"0+64", "64+64"}, 0}, {29100, 21, -1, 0, {"29100+20", "29120+1"}, 1}};
+    for (const auto &c : cases) {
+        g_eepromWrites.clear();
+        g_eepromFailAt = c.failAt;
+        const std::string out = qtest::captureStdout([&] { EXPECT_EQ(QuorixClearEEPROMInfo(c.offset, c.length), c.result); });
+        EXPECT_EQ(g_eepromWrites, c.writes) << c.offset << "+" << c.length;
+        EXPECT_EQ(block().u8(kAssetFlag), c.flag) << c.offset << "+" << c.length;
+        EXPECT_EQ(out.find("QuorixClearEEPROMInfo: write of 64 bytes at 64 failed\n") != std::string::npos, c.failAt >= 0);
+    }
+}
+
+constexpr std::size_t kFanCount = 0x200000, kFanRecords = 0x200001;
+
+Bytes fanRecord(unsigned char health, unsigned front, unsigned rear, unsigned char duty, const std::string &name) {
+    Bytes r(32, 0);
+    qrx::ByteView v(r.data());
+    v.setU8(0, 1), v.setU8(1, health), v.setU16(2, front), v.setU16(4, rear), v.setU8(6, duty), v.setU8(7, 1);
+    v.setU16(8, 12000), v.copyIn(10, name.data(), name.size());
+    return r;
+}
+
+class FanInfo : public qtest::BoundTest {};
+
+TEST_F(FanInfo, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
+    qtest::replaceSlot(qrx::Slot::QuorixGetFanSummaryHealth, +[] { return 2; });
+    Bytes fan0 = fanRecord(0, 8200, 7900, 45, "FAN0"), fan2 = fanRecord(2, 0, 0, 100, "FAN2\x01");
+    EXPECT_EQ(write_quorix_fan_info(2, fan2.data()), 0);
+    EXPECT_EQ(write_quorix_fan_info(0, fan0.data()), 0);  // a lower index keeps the count
+    EXPECT_EQ(std::vector<int>({block().u8(kFanCount), QuorixGetFanNumber()}), std::vector<int>({3, 3}));
+    EXPECT_EQ(qtest::blockBytes(kFanRecords + 64, 32), fan2);
+    Bytes out(33, 0xEE);
+    EXPECT_EQ(read_quorix_fan_info(2, out.data()), 0);
+    fan2.push_back(0xEE);
+    EXPECT_EQ(out, fan2);
+    int result = 0;
+    EXPECT_GOLDEN("fan_info.txt", qtest::captureStdout([&] { result = show_fan_info(); }));
+    EXPECT_EQ(result, 2);
+    block().setU8(kFanCount, 40);  // clamped to the 16 records of the region
+    EXPECT_EQ(std::vector<int>({QuorixGetFanNumber(), read_quorix_fan_info(15, out.data()), read_quorix_fan_info(16, out.data()),
+                                read_quorix_fan_info(-1, out.data()), write_quorix_fan_info(16, out.data()), read_quorix_fan_info(0, nullptr)}),
+              std::vector<int>({16, 0, -1, -1, -1, -1}));
+}
 
 }  // namespace

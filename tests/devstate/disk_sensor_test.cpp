@@ -1,7 +1,5 @@
 // The disk sensor over multi-scan sequences. Its state lives in the calling
-// process, so every sequence runs in a fresh child, which prints scan by scan
-// the SEL records a reader of the IPMI-main pipe receives and the IDL records
-// that reach queue 12345.
+// process, so every sequence runs in a fresh child that reports the events.
 #include <fcntl.h>
 #include <sys/msg.h>
 #include <unistd.h>
@@ -16,10 +14,10 @@ namespace {
 using qtest::block;
 constexpr const char *kIpmiMainPipe = "/var/quorix_ipmimain_pipe";
 
-struct Disk { bool rear; int index, presence, status; };
+struct Disk { bool rear; int index; unsigned char presence, status; };
+std::size_t at(const Disk &d) { return (d.rear ? 39217 : 49) + 136 * d.index; }
 struct Step { std::vector<Disk> disks; int scans; int frontBackplanes = -1; };
-// Per scan: "s<scan> <sensor> +|-<offset>" for a drive-slot SEL record on the
-// IPMI-main pipe, "i<scan> <sensor> d<disk>" for an IDL record on queue 12345.
+// Per scan: "s<scan> <sensor> +|-<offset>" for a SEL record on the IPMI-main pipe, "i<scan> <sensor> d<disk>" for IDL.
 using Transcript = std::vector<std::string>;
 
 std::string sel(const unsigned char *r) {
@@ -50,11 +48,7 @@ protected:
         const qtest::ChildResult child = qtest::runInChild([&] {
             int scan = 0;
             for (const Step &step : steps) {
-                for (const Disk &d : step.disks) {
-                    const std::size_t at = (d.rear ? 39217 : 49) + 136 * d.index;
-                    block().setU8(at, static_cast<unsigned char>(d.presence));
-                    block().setU8(at + 4, static_cast<unsigned char>(d.status));
-                }
+                for (const Disk &d : step.disks) block().setU8(at(d), d.presence), block().setU8(at(d) + 4, d.status);
                 if (step.frontBackplanes >= 0) block().setU8(119097, static_cast<unsigned char>(step.frontBackplanes));
                 for (int s = 0; s < step.scans; ++s) {
                     ++scan;

@@ -13,10 +13,8 @@ constexpr std::size_t kCount = 67604, kRecords = 67605, kRecordSize = 159, kNorm
 
 std::size_t rec(long long i, std::size_t field) { return kRecords + i * static_cast<long long>(kRecordSize) + field; }
 
-// Record bytes 2..13, the readings from 14 on and their summary values from
-// 10 on: whole units rounded, x100 truncated for output volt and currents,
-// low 16 bits of the maximum output power. The texts and the date (58..151)
-// are copied as they are.
+// Record bytes 2..13, readings from 14 and their summary values from 10: whole units rounded, x100 truncated
+// for output volt and currents, low 16 bits of the maximum output power; texts and date (58..151) copied.
 const Bytes kHead = {0x21, 0x34, 0x12, 0x78, 0x56, 0x03, 0x01, 0x44, 0x0A, 0x0B, 0x0C, 0x0D};
 const float kReadings[] = {25.5f, 30.4f, 41.6f, 99.5f, 99.4f, 229.7f, 12.2f, 4.56f, 1.15f, 70000.0f, 8123.5f};
 const unsigned kSummaryReadings[] = {26, 30, 42, 100, 99, 230, 1220, 456, 115, 4464, 8124};
@@ -64,9 +62,7 @@ TEST_F(PsuState, CountAndPresent_ClampTheCountToEightAndAcceptAnIndexEqualToIt) 
 }
 
 TEST_F(PsuState, StatusReaders_KeepTheirOwnBoundAndReadZeroForAbsentSupplies) {
-    for (int i : {-1, 0, 2, 3}) putPsu(i);
-    putPsu(1, 0);
-    putPsu(8);  // over the counters: the present byte lands on the normal PSU number
+    putPsu(-1), putPsu(0), putPsu(1, 0), putPsu(2), putPsu(3), putPsu(8);  // 8 lies over the counters
     const struct { int (*read)(int); int value; } readers[] = {
         {ReadQuorixPSUStatusWord, 0x1234}, {ReadQuorixPSUVoutStatus, 0x0A}, {ReadQuorixPSUIoutStatus, 0x0B},
         {ReadQuorixPSUInputStatus, 0x0C}, {ReadQuorixPSUTemperatureStatus, 0x0D}, {ReadQuorixPSUFanStatus, 0x44}};
@@ -75,8 +71,7 @@ TEST_F(PsuState, StatusReaders_KeepTheirOwnBoundAndReadZeroForAbsentSupplies) {
         {12, 3, true}, {12, 8, true}, {12, 9, false}, {2, INT_MIN, false}};
     for (const auto &c : cases) {
         block().setU8(kCount, static_cast<unsigned char>(c.count));
-        for (const auto &r : readers)
-            EXPECT_EQ(r.read(c.index), c.reads ? r.value : 0) << "count " << c.count << " index " << c.index;
+        for (const auto &r : readers) EXPECT_EQ(r.read(c.index), c.reads ? r.value : 0) << c.count << " " << c.index;
     }
 }
 
@@ -107,20 +102,20 @@ TEST_F(PsuState, Info_FillsTheSummaryAndKeepsItsIndexRules) {
     putPsu(1), putPsu(2), putPsu(0, 0), putPsu(3, 3);
     block().setU8(kCount, 3);
     EXPECT_EQ(qtest::hex(info(1).data(), 126), qtest::hex(summary(1).data(), 126));
-    EXPECT_EQ(info(3), invalidSummary(3, 3));
-    EXPECT_EQ(info(0), invalidSummary(0, 0));
-    EXPECT_EQ(info(4, -1), Bytes(126, 0xAA));  // above the unclamped count: untouched
     EXPECT_EQ(ReadQuorixPSUInfo(0, nullptr), -1);
-    block().setU8(kCount, 12);
-    EXPECT_EQ(info(8), invalidSummary(8, 0));  // "record 8" lies over the counters
-    EXPECT_EQ(info(9), invalidSummary(9, 255));
-    EXPECT_EQ(info(13, -1), Bytes(126, 0xAA));
-    EXPECT_EQ(info(INT_MIN), invalidSummary(0, 255));  // a record before the block
-    block().setU8(kCount, 1);
-    const struct { float value; std::size_t from, to; unsigned expected; } cases[] = {  // out of range: 0
-        {0.49f, 14, 10, 0}, {-3.0f, 14, 10, 0}, {0.07f, 42, 24, 7}, {655.36f, 38, 22, 0}, {65535.4f, 54, 30, 65535},
-        {65535.5f, 54, 30, 0}, {-1.0f, 46, 26, 0}};
+    // Above the unclamped count nothing is touched; "record 8" lies over the
+    // counters; above the clamped count or before the block: the 255 fill.
+    const struct { int count, index, result; Bytes expected; } cases[] = {{3, 3, 0, invalidSummary(3, 3)},
+        {3, 0, 0, invalidSummary(0, 0)}, {3, 4, -1, Bytes(126, 0xAA)}, {12, 8, 0, invalidSummary(8, 0)},
+        {12, 9, 0, invalidSummary(9, 255)}, {12, 13, -1, Bytes(126, 0xAA)}, {12, INT_MIN, 0, invalidSummary(0, 255)}};
     for (const auto &c : cases) {
+        block().setU8(kCount, static_cast<unsigned char>(c.count));
+        EXPECT_EQ(info(c.index, c.result), c.expected);
+    }
+    block().setU8(kCount, 1);
+    const struct { float value; std::size_t from, to; unsigned expected; } readings[] = {{0.49f, 14, 10, 0}, {-3.0f, 14, 10, 0},
+        {0.07f, 42, 24, 7}, {655.36f, 38, 22, 0}, {65535.4f, 54, 30, 65535}, {65535.5f, 54, 30, 0}, {-1.0f, 46, 26, 0}};
+    for (const auto &c : readings) {
         block().setF32(rec(1, c.from), c.value);
         const Bytes out = info(1);
         EXPECT_EQ(out[c.to] | (out[c.to + 1] << 8), static_cast<int>(c.expected)) << c.value;

@@ -20,9 +20,8 @@ std::string named(const std::string &command) { return "set_fan_param name: " + 
 
 class FanParam : public qtest::BoundTest {};
 
-// Each command runs on eight zeroed curves after an optional first command;
-// the curve named by id then holds the listed (offset, value) bytes, every
-// other byte of the eight curves is 0.
+// Each command runs on eight zeroed curves after an optional first command; the curve named by id then
+// holds the listed (offset, value) bytes, every other byte of the eight curves is 0.
 TEST_F(FanParam, Commands_WriteTheirFieldAndTheType) {
     const struct { const char *before, *command; int id; std::vector<std::pair<int, int>> bytes; const char *message; } cases[] = {
         {"", "liner2_num5", 2, {{9, 5}, {0, 2}}, ""}, {"", "liner2_temper1val45", 2, {{11, 45}, {51, 45}, {0, 2}}, ""},
@@ -69,23 +68,15 @@ TEST_F(FanParam, PwmRaise_StoresTheLowByteOfValuesUpTo255) {
 std::vector<std::pair<int, int>> g_reads;
 float temperature(int type, int index, float *) { return g_reads.emplace_back(type, index), 41.6f; }
 
-class FanReport : public qtest::BoundTest {
-protected:
-    void SetUp() override {
-        BoundTest::SetUp();
-        g_reads.clear();
-        qtest::replaceSlot(qrx::Slot::ReadTempSensor, temperature);
-    }
-    static std::string report() { return qtest::captureStdout([] { EXPECT_EQ(show_fan_param(), 0); }); }
-    static void put(long long id, std::vector<std::pair<int, int>> bytes, std::vector<std::pair<int, float>> floats = {}) {
-        for (auto [at, v] : bytes) curve(id)[at] = static_cast<unsigned char>(v);
-        for (auto [at, v] : floats) qrx::ByteView(curve(id)).setF32(at, v);
-    }
-};
+std::string report() { return qtest::captureStdout([] { EXPECT_EQ(show_fan_param(), 0); }); }
+void put(long long id, std::vector<std::pair<int, int>> bytes, std::vector<std::pair<int, float>> floats = {}) {
+    for (auto [at, v] : bytes) curve(id)[at] = static_cast<unsigned char>(v);
+    for (auto [at, v] : floats) qrx::ByteView(curve(id)).setF32(at, v);
+}
 
-TEST_F(FanReport, ListsOutputsAndCurvesInUse) {
-    EXPECT_EQ(report(), "cooling line/pid count 0, pwm num:0\n");
-    EXPECT_TRUE(g_reads.empty());
+TEST_F(FanParam, Report_ListsOutputsAndCurvesInUse) {
+    qtest::replaceSlot(qrx::Slot::ReadTempSensor, temperature);
+    EXPECT_EQ(report(), "cooling line/pid count 0, pwm num:0\n");  // and no reading
     block().setU8(0x618FF4, 3), block().setU8(0xFF26, 3);
     const unsigned char outputs[] = {0x34, 0x12, 2, 45, 8, 0, 3, 60, 1, 0, 9, 1}, finals[] = {40, 55, 2};
     block().copyIn(0x622252, outputs, sizeof outputs);
@@ -97,8 +88,7 @@ TEST_F(FanReport, ListsOutputsAndCurvesInUse) {
         {{2, 37.5f}, {122, 1.0f}, {126, 0.5f}, {122 + 44, 0.25f}, {122 + 48, 9.0f}});  // weight 12 is not reported
     put(1, {{0, 3}, {6, 75}, {29, 12}, {30, 70}, {31, 90}, {32, 4}, {116, 0x34}, {117, 0x12}},
         {{2, 60.25f}, {7, 1.5f}, {11, 0.25f}, {15, -1.0f}, {122, 2.0f}});
-    put(2, {{116, 1}});
-    put(3, {{0, 2}});
+    put(2, {{116, 1}}), put(3, {{0, 2}});
     EXPECT_GOLDEN("fan_report.txt", report());
     EXPECT_EQ(g_reads, (std::vector<std::pair<int, int>>{{1, 8}, {1, 0x1234}}));  // one reading per reported curve
 }

@@ -12,25 +12,20 @@ namespace {
 // The result exponent of each nibble, written out independently of the library's rule.
 constexpr int kResultExponent[16] = {0, 7, 6, 5, 4, 3, 2, 1, -8, -7, -6, -5, -4, -3, -2, -1};
 
-// Every exponent byte over a grid of readings, m and b, including products
-// that wrap in 32 bits: the very bits of the formula computed with pow().
+// Every exponent byte over a grid including 32-bit products that wrap: the very bits of the formula with pow().
 TEST(SdrConvert, BitIdenticalToTheFormulaForEveryExponentByte) {
     for (int n : {0, 1, 8, 15, 0x21, 0xF8, -1}) EXPECT_EQ(TO_R_EXP(n), kResultExponent[n & 0x0F]) << n;
     const int raws[] = {0, 1, -1, 0x56, -0x1234, 255, 0x10000, INT_MAX, INT_MIN};
     const int ms[] = {1, -0x12, 0x3FF, -512, 0x10000, 0x10001};
     const int bs[] = {0, 0x34, -0x1FF, 511, -1};
     int mismatches = 0;
-    for (int e = 0; e < 256; ++e)
-        for (int raw : raws)
-            for (int m : ms)
-                for (int b : bs) {
-                    const auto product = static_cast<std::int32_t>(static_cast<std::uint32_t>(raw) * static_cast<std::uint32_t>(m));
-                    const double expected = (static_cast<double>(product) + b * std::pow(10.0, e & 0x0F)) *
-                                            std::pow(10.0, kResultExponent[e >> 4]);
-                    const double got = SdrConvertSensorReading(raw, m, b, static_cast<unsigned char>(e));
-                    if (std::memcmp(&got, &expected, sizeof got) != 0 && ++mismatches <= 5)
-                        ADD_FAILURE() << "e=" << e << " raw=" << raw << " m=" << m << " b=" << b << ": " << got << " != " << expected;
-                }
+    for (int e = 0; e < 256; ++e) for (int raw : raws) for (int m : ms) for (int b : bs) {
+        const auto product = static_cast<std::int32_t>(static_cast<std::uint32_t>(raw) * static_cast<std::uint32_t>(m));
+        const double expected = (static_cast<double>(product) + b * std::pow(10.0, e & 0x0F)) * std::pow(10.0, kResultExponent[e >> 4]);
+        const double got = SdrConvertSensorReading(raw, m, b, static_cast<unsigned char>(e));
+        if (std::memcmp(&got, &expected, sizeof got) != 0 && ++mismatches <= 5)
+            ADD_FAILURE() << "e=" << e << " raw=" << raw << " m=" << m << " b=" << b << ": " << got << " != " << expected;
+    }
     EXPECT_EQ(mismatches, 0);
 }
 
@@ -73,8 +68,8 @@ TEST_F(Readings, TemperatureAndPowerAreTruncatedTowardZero) {
         EXPECT_EQ(QuorixGetPowerSensorReading(0x0B, 0x56), c.expected) << c.slot;
         EXPECT_EQ(g_scratchSeen, 0xB0056);
     }
-    int (*sensorReading)(int, float *, int) = [](int type, float *reading, int index) { return *reading = 12.5f, type * 16 + index; };
-    qtest::replaceSlot(qrx::Slot::QuorixGetSensorReading, sensorReading);
+    qtest::replaceSlot(qrx::Slot::QuorixGetSensorReading,
+                       +[](int type, float *reading, int index) { return *reading = 12.5f, type * 16 + index; });
     float reading = 0.0f;
     EXPECT_EQ(std::vector<int>({QuorixGetSensorReading(3, nullptr, 4), QuorixGetSensorReading(3, &reading, 4)}), std::vector<int>({-1, 0x34}));
     EXPECT_EQ(reading, 12.5f);
