@@ -32,30 +32,30 @@ TEST_F(DiskState, TableCopies_MoveWholeTablesByTypeAndRefuseOthers) {
     EXPECT_EQ(WriteHwHDDInfo(image.data() + kFrontSize, 2) + WriteHwHDDInfo(image.data(), 1), 0);
     image.resize(image.size() + 16, 0);  // nothing past the rear table
     EXPECT_TRUE(qtest::blockBytes(kFront, image.size()) == image);
-    EXPECT_EQ(QuorixGetHDDInfoFromShareMem(out.data() + kFrontSize, 2) + QuorixGetHDDInfoFromShareMem(out.data(), 1), 0);
+    EXPECT_EQ(QuorixGetHDDInfoFromShareMem(&out[kFrontSize], 2) + QuorixGetHDDInfoFromShareMem(&out[0], 1), 0);
     image.resize(kFrontSize + kRearSize), image.resize(out.size(), 0xEE);
     EXPECT_TRUE(out == image);
 }
 
 TEST_F(DiskState, NvmeReaders_VisitFirstToLastInclusive) {
-    const struct { int disk; unsigned char present, temperature; } disks[] = {
+    const struct { int disk; unsigned char present, celsius; } disks[] = {
         {0, 1, 40}, {1, 1, 55}, {2, 0, 90}, {3, 1, 47}, {287, 1, 61}, {288, 1, 99}};
-    for (const auto &d : disks) block().setU8(front(d.disk, 1), d.present), block().setU8(front(d.disk, 15), d.temperature);
+    for (const auto &d : disks) block().setU8(front(d.disk, 1), d.present), block().setU8(front(d.disk, 15), d.celsius);
     const struct { int first; unsigned last; int temperature, present; } cases[] = {
         {1, 1, 55, 1}, {2, 2, 0, 0}, {0, 3, 55, 3}, {3, 3, 47, 1}, {4, 2, 0, 0}, {0, 287, 61, 4},
         {287, 288, 99, 2}, {-5, 0, 40, 1}, {0, 0xFFFFFFFFu, 0, 0}, {-3, 0x7FFFFFFFu, 99, 5}};
     for (const auto &c : cases) {
-        EXPECT_EQ(std::make_pair(GetMaxFrontHDDNVMETemp(c.first, c.last), GetMaxFrontHDDNVMEPresentNum(c.first, c.last)),
-                  std::make_pair(c.temperature, c.present)) << c.first << ".." << c.last;
+        EXPECT_EQ(GetMaxFrontHDDNVMETemp(c.first, c.last), c.temperature) << c.first << ".." << c.last;
+        EXPECT_EQ(GetMaxFrontHDDNVMEPresentNum(c.first, c.last), c.present) << c.first << ".." << c.last;
     }
 }
 
 // Disk numbers 0..77 are front records, 78..86 rear ones; an absent disk
 // (presence other than 1) or one beyond gives "NULL".
 TEST_F(DiskState, SerialNumber_AddressesFrontThenRearRecords) {
-    const struct { int disk; std::size_t at; unsigned char presence; bool read; } cases[] = {
-        {0, front(0, 0), 1, true}, {77, front(77, 0), 1, true}, {78, rear(0, 0), 1, true}, {86, rear(8, 0), 1, true},
-        {87, rear(9, 0), 1, false}, {5, front(5, 0), 2, false}, {-1, front(100, 0), 1, false}, {INT_MAX, front(78, 0), 1, false}};
+    const struct { int disk; std::size_t at; unsigned char presence; int read; } cases[] = {
+        {0, front(0, 0), 1, 1}, {77, front(77, 0), 1, 1}, {78, rear(0, 0), 1, 1}, {86, rear(8, 0), 1, 1},
+        {87, rear(9, 0), 1, 0}, {5, front(5, 0), 2, 0}, {-1, front(99, 0), 1, 0}, {INT_MAX, front(78, 0), 1, 0}};
     for (const auto &c : cases) {
         const std::string serial = "SN" + std::to_string(c.disk) + std::string(22 - std::to_string(c.disk).size(), 'Z');
         block().setU8(c.at + 1, c.presence), qtest::putText(c.at + 18, serial);
@@ -76,23 +76,23 @@ TEST_F(DiskState, NumSupport_AddsTheSlotsOfBackplanesInUse) {
         {0, 1, 2, 4}, {0, 0, 2, 0}, {13, 0, 1, 26}, {255, 255, 1, 26}, {255, 255, 2, 6}};
     for (const auto &c : cases) {
         block().setU8(119097, c.frontCount), block().setU8(119098, c.rearCount);
-        EXPECT_EQ(QuorixGetHDDNumSupport(c.type), c.expected) << int(c.frontCount) << "/" << int(c.rearCount) << " type " << c.type;
+        EXPECT_EQ(QuorixGetHDDNumSupport(c.type), c.expected) << +c.frontCount << "/" << +c.rearCount << " " << c.type;
     }
     int result = 0;
     EXPECT_EQ(qtest::captureStdout([&] { result = QuorixGetHDDNumSupport(3); }), "WriteHwHDDInfo,error CpldType:3!!\n");
     EXPECT_EQ(result, -1);
 }
 
-// The 18 report records by the source record each came from, else "N/A",
-// for the three slot tables; later source records win a shared slot.
+// Report records by the source each came from, else "N/A", per slot table; a later source wins a shared slot.
 TEST_F(DiskState, RackFormat_OrdersSourceRecordsBySlotTable) {
     constexpr std::size_t kRec = 114, kName = 76;
     using Sources = std::vector<std::pair<int, const char *>>;  // source record, name
-    const struct { bool nvmeBackplane; Sources sources; std::map<int, int> from; } cases[] = {  // report slot: source
-        {true, {{0, "sSATA2"}, {3, "SATA7"}, {9, "NVME1"}, {10, "NVME8"}, {11, "SATA0"}, {20, "BOGUS"}}, {{2, 0}, {10, 11}, {17, 9}}},
-        {false, {{9, "SATA3"}, {4, "SATA5"}, {30, "NVME1"}, {5, "NVME2"}, {6, "sSATA0"}}, {{0, 6}, {9, 9}, {10, 5}, {11, 30}}},
-        {false, {{9, "NVME1"}, {1, "SATA3"}, {2, "SATA4"}, {3, "SATA5"}}, {{9, 9}, {10, 2}, {11, 3}}},
-        {false, {}, {}}};  // every name unterminated
+    const struct { int nvmeBackplane; Sources sources; std::map<int, int> from; } cases[] = {  // report slot: source
+        {1, {{0, "sSATA2"}, {3, "SATA7"}, {9, "NVME1"}, {10, "NVME8"}, {11, "SATA0"}}, {{2, 0}, {10, 11}, {17, 9}}},
+        {0, {{9, "SATA3"}, {4, "SATA5"}, {30, "NVME1"}, {5, "NVME2"}, {6, "sSATA0"}},
+         {{0, 6}, {9, 9}, {10, 5}, {11, 30}}},
+        {0, {{9, "NVME1"}, {1, "SATA3"}, {2, "SATA4"}, {3, "SATA5"}}, {{9, 9}, {10, 2}, {11, 3}}},
+        {0, {}, {}}};  // every name unterminated
     for (const auto &c : cases) {
         block().setU8(119099 + 1470 * 2 + 558, c.nvmeBackplane ? 6 : 0);
         Bytes src(kRec * 32), dst(kRec * 18, 0);
@@ -106,8 +106,9 @@ TEST_F(DiskState, RackFormat_OrdersSourceRecordsBySlotTable) {
             const unsigned char *d = &dst[kRec * s];
             EXPECT_EQ(d[0], s);
             const auto from = c.from.find(s);
-            if (from == c.from.end()) EXPECT_STREQ(reinterpret_cast<const char *>(d + kName), "N/A") << s;
-            else EXPECT_EQ(Bytes(d + 1, d + kRec), Bytes(&src[kRec * from->second + 1], &src[kRec * (from->second + 1)])) << s;
+            const unsigned char *r = from == c.from.end() ? nullptr : &src[kRec * from->second];
+            if (r == nullptr) EXPECT_STREQ(reinterpret_cast<const char *>(d + kName), "N/A") << s;
+            else EXPECT_EQ(Bytes(d + 1, d + kRec), Bytes(r + 1, r + kRec)) << s;
         }
     }
     Bytes buf(kRec * 32);

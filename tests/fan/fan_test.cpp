@@ -1,5 +1,4 @@
-// Fan control curves: set_fan_param's keywords, scan formats, bounds and
-// refusals; show_fan_param's report; the sensor name table.
+// Fan curves: set_fan_param's keywords, scan formats and refusals; show_fan_param; the sensor names.
 #include <cstring>
 #include <set>
 
@@ -17,13 +16,14 @@ std::string set(const std::string &command) {
     return qtest::captureStdout([&] { set_fan_param(text.data()); });
 }
 std::string named(const std::string &command) { return "set_fan_param name: " + command + "\n"; }
+using Pokes = std::vector<std::pair<int, int>>;  // (offset, byte)
 
 class FanParam : public qtest::BoundTest {};
 
 // Each command runs on eight zeroed curves after an optional first command; the curve named by id then
 // holds the listed (offset, value) bytes, every other byte of the eight curves is 0.
 TEST_F(FanParam, Commands_WriteTheirFieldAndTheType) {
-    const struct { const char *before, *command; int id; std::vector<std::pair<int, int>> bytes; const char *message; } cases[] = {
+    const struct { const char *before, *command; int id; Pokes bytes; const char *out; } cases[] = {
         {"", "liner2_num5", 2, {{9, 5}, {0, 2}}, ""}, {"", "liner2_temper1val45", 2, {{11, 45}, {51, 45}, {0, 2}}, ""},
         {"", "liner4_delay9", 4, {{8, 9}, {0, 2}}, ""}, {"", "liner2_temper0val45", 2, {{9, 45}, {49, 45}, {0, 2}}, ""},
         {"", "liner2_pwm0val7", 2, {{8, 7}, {48, 7}, {0, 2}}, ""},  // point 0 overwrites the delay, temper0 the count
@@ -32,21 +32,20 @@ TEST_F(FanParam, Commands_WriteTheirFieldAndTheType) {
         {"", "liner1_weight19_1.5", 1, {{200, 0xC0}, {201, 0x3F}, {0, 2}}, ""},
         {"", "liner5_weight-1_0.5", 5, {{121, 0x3F}, {0, 2}}, ""},  // below the weights
         {"", "liner0_weight20_1.0", 0, {{0, 2}}, "Invalid weight id 20\n"},
-        {"", "liner1_pwm2val3pwmraise9", 1, {{12, 3}, {52, 3}, {0, 2}}, ""},
-        {"liner3_num7", "liner3_numxyz", 3, {{0, 2}}, ""}, {"bjpid1_kp1.5", "bjpid1_kpabc", 1, {{0, 3}}, ""},  // malformed: 0
+        {"liner3_num7", "liner3_numxyz", 3, {{0, 2}}, ""}, {"bjpid1_kp1.5", "bjpid1_kpabc", 1, {{0, 3}}, ""},  // bad: 0
         {"", "liner_temper2val9", 0, {{13, 9}, {53, 9}, {0, 2}}, ""},  // no id: curve 0
-        {"", "bjpid1_kp1.5", 1, {{9, 0xC0}, {10, 0x3F}, {0, 3}}, ""}, {"", "bjpid1_sp60", 1, {{6, 60}, {0, 3}}, ""},
-        {"", "bjpid1_kd-0.25", 1, {{17, 0x80}, {18, 0xBE}, {0, 3}}, ""}, {"", "bjpid1_delay12", 1, {{29, 12}, {0, 3}}, ""},
-        {"", "bjpid1_threshold100_90", 1, {{31, 90}, {0, 3}}, ""}, {"", "bjpid2_weight0_2", 2, {{125, 0x40}, {0, 3}}, ""},
+        {"", "bjpid1_kp1.5", 1, {{9, 192}, {10, 63}, {0, 3}}, ""}, {"", "bjpid2_weight0_2", 2, {{125, 64}, {0, 3}}, ""},
+        {"", "bjpid1_kd-0.25", 1, {{17, 128}, {18, 190}, {0, 3}}, ""}, {"", "bjpid1_sp60", 1, {{6, 60}, {0, 3}}, ""},
+        {"", "bjpid1_threshold100_90", 1, {{31, 90}, {0, 3}}, ""}, {"", "bjpid1_delay12", 1, {{29, 12}, {0, 3}}, ""},
         {"", "bjpid1_weight25_1.0", 1, {{0, 3}}, "Invalid weight id 25\n"}, {"", "enable3", 3, {{1, 1}}, ""},
         {"", "mybjpid4_sp3", 0, {{6, 3}, {0, 3}}, ""},  // the id is scanned from the start: 0
         {"", "liner2_bjpid5_sp3", 2, {{0, 2}}, ""},     // "liner" comes before "bjpid"
-        {"enable3", "disable3", 3, {}, ""}, {"enable2", "disable2_enable2", 2, {}, ""},  // "disable" is looked for first
+        {"enable3", "disable3", 3, {}, ""}, {"enable2", "disable2_enable2", 2, {}, ""},  // "disable" is looked for 1st
         {"", "LINER2_num5", 0, {}, ""}, {"", "", 0, {}, ""}, {"", "enabl3", 0, {}, ""}, {"", "pwm_raise3", 0, {}, ""}};
     for (const auto &c : cases) {
         std::memset(curve(0), 0, kCurveSize * 8);
         set(c.before);
-        EXPECT_EQ(set(c.command), named(c.command) + c.message);
+        EXPECT_EQ(set(c.command), named(c.command) + c.out);
         Bytes want(kCurveSize * 8, 0);
         for (auto [at, value] : c.bytes) want[kCurveSize * c.id + at] = static_cast<unsigned char>(value);
         EXPECT_EQ(qtest::blockBytes(kCurves, kCurveSize * 8), want) << c.command;
@@ -55,12 +54,13 @@ TEST_F(FanParam, Commands_WriteTheirFieldAndTheType) {
 }
 
 TEST_F(FanParam, PwmRaise_StoresTheLowByteOfValuesUpTo255) {
-    const struct { const char *command; unsigned char stored; const char *message; } cases[] = {
-        {"pwmraise20", 20, ""}, {"pwmraise300", 20, "Invalid miss one fan raise values 300\n"}, {"pwmraise255", 255, ""},
-        {"pwmraise256", 255, "Invalid miss one fan raise values 256\n"}, {"pwmraise-1", 255, ""}, {"pwmraise-200", 56, ""},
+    const struct { const char *command; unsigned char stored; const char *refused; } cases[] = {
+        {"pwmraise20", 20, ""}, {"pwmraise300", 20, "300"}, {"pwmraise255", 255, ""}, {"pwmraise256", 255, "256"},
+        {"pwmraise-1", 255, ""}, {"pwmraise-200", 56, ""},
         {"set_pwmraise7", 7, ""}, {"pwmraise", 0, ""}, {"pwm_raise3", 0, ""}};  // found anywhere; no number: 0
     for (const auto &c : cases) {
-        EXPECT_EQ(set(c.command), named(c.command) + c.message);
+        const std::string refused = std::string("Invalid miss one fan raise values ") + c.refused + "\n";
+        EXPECT_EQ(set(c.command), named(c.command) + (*c.refused ? refused : ""));
         EXPECT_EQ(block().u8(kRaise), c.stored) << c.command;
     }
 }
@@ -69,7 +69,7 @@ std::vector<std::pair<int, int>> g_reads;
 float temperature(int type, int index, float *) { return g_reads.emplace_back(type, index), 41.6f; }
 
 std::string report() { return qtest::captureStdout([] { EXPECT_EQ(show_fan_param(), 0); }); }
-void put(long long id, std::vector<std::pair<int, int>> bytes, std::vector<std::pair<int, float>> floats = {}) {
+void put(long long id, Pokes bytes, std::vector<std::pair<int, float>> floats = {}) {
     for (auto [at, v] : bytes) curve(id)[at] = static_cast<unsigned char>(v);
     for (auto [at, v] : floats) qrx::ByteView(curve(id)).setF32(at, v);
 }
@@ -81,10 +81,9 @@ TEST_F(FanParam, Report_ListsOutputsAndCurvesInUse) {
     const unsigned char outputs[] = {0x34, 0x12, 2, 45, 8, 0, 3, 60, 1, 0, 9, 1}, finals[] = {40, 55, 2};
     block().copyIn(0x622252, outputs, sizeof outputs);
     block().copyIn(0x61C277, finals, sizeof finals);
-    // A linear curve on CPU0_TEMP with 3 up and 2 down points, a PID curve on
-    // a sensor the table does not know, a curve of type 0, one past the count.
-    put(0, {{0, 2}, {1, 1}, {7, 33}, {8, 5}, {9, 3}, {10, 30}, {11, 25}, {12, 50}, {13, 35}, {14, 80}, {15, 45}, {90, 2},
-            {50, 28}, {51, 23}, {52, 70}, {53, 43}, {109, 80}, {110, 95}, {111, 3}, {116, 8}},
+    // Linear on CPU0_TEMP, 3 up and 2 down points; PID on an unknown sensor; type 0; one past the count.
+    put(0, {{0, 2}, {1, 1}, {7, 33}, {8, 5}, {9, 3}, {10, 30}, {11, 25}, {12, 50}, {13, 35}, {14, 80}, {15, 45},
+            {90, 2}, {50, 28}, {51, 23}, {52, 70}, {53, 43}, {109, 80}, {110, 95}, {111, 3}, {116, 8}},
         {{2, 37.5f}, {122, 1.0f}, {126, 0.5f}, {122 + 44, 0.25f}, {122 + 48, 9.0f}});  // weight 12 is not reported
     put(1, {{0, 3}, {6, 75}, {29, 12}, {30, 70}, {31, 90}, {32, 4}, {116, 0x34}, {117, 0x12}},
         {{2, 60.25f}, {7, 1.5f}, {11, 0.25f}, {15, -1.0f}, {122, 2.0f}});
@@ -103,7 +102,7 @@ TEST(FanTables, SensorNamesAreNumberedTerminatedAndUnique) {
         const std::string name(d.name, sizeof d.name);
         EXPECT_EQ(d.sensor_number, i);
         const std::size_t end = name.find('\0');  // a name, then zeros to the end
-        EXPECT_TRUE(names.insert(d.name).second && end > 0 && end < name.size() && name.find_first_not_of('\0', end) == std::string::npos) << i;
+        EXPECT_TRUE(names.insert(d.name).second && end - 1 < 31 && name.find_first_not_of('\0', end) == name.npos) << i;
     }
 }
 
