@@ -1,57 +1,40 @@
-// Board counters, CPU presence, the ME version text, the PCIe presence push
-// and the CPLD report.
+// Board counters, CPU presence, ME version text; FRU access and EEPROM erase; fan records and report.
+#include <algorithm>
 #include <climits>
-#include <string>
-#include <vector>
 
 #include "quorix_test.h"
 
 namespace {
 
 using qtest::block;
-
-constexpr std::size_t kCpuCount = 75482;
-constexpr std::size_t kCpuPresent = 75483;
-constexpr std::size_t kCpuStride = 292;
+using qtest::Bytes;
+constexpr std::size_t kCpuCount = 75482, kCpuPresent = 75483, kCpuStride = 292;
+std::size_t cpu(int i) { return kCpuPresent + kCpuStride * i; }
+const char *const kMeError = "Get Fw Version get input error fwIndex:";
 
 class BoardState : public qtest::BoundTest {};
 
 TEST_F(BoardState, Counts_AreClampedSilently) {
-    struct Case {
-        std::size_t offset;
-        int (*read)();
-        int raw, expected;
-    } cases[] = {
-        {kCpuCount, QuorixGetCpuNum, 3, 3},       {kCpuCount, QuorixGetCpuNum, 6, 4},
-        {119097, QuorixGetFrontBpNum, 8, 8},      {119097, QuorixGetFrontBpNum, 9, 8},
-        {119098, QuorixGetRearBpNum, 5, 5},       {119098, QuorixGetRearBpNum, 200, 5},
-        {143132, QuorixGetOcpCardNum, 1, 1},      {143132, QuorixGetOcpCardNum, 3, 2},
-        {6419986, QuorixGetSysRstartCause, 0xA7, 0xA7},
-    };
+    const struct { std::size_t at; int (*read)(); int raw, expected; } cases[] = {
+        {kCpuCount, QuorixGetCpuNum, 3, 3}, {kCpuCount, QuorixGetCpuNum, 6, 4}, {119097, QuorixGetFrontBpNum, 8, 8},
+        {119097, QuorixGetFrontBpNum, 9, 8}, {119098, QuorixGetRearBpNum, 5, 5}, {119098, QuorixGetRearBpNum, 200, 5},
+        {143132, QuorixGetOcpCardNum, 3, 2}, {6419986, QuorixGetSysRstartCause, 7, 7}};
     qtest::logToConsole({"QRXMONITOR"});
-    for (const Case &c : cases) {
-        block().setU8(c.offset, static_cast<unsigned char>(c.raw));
+    for (const auto &c : cases) {
+        block().setU8(c.at, static_cast<unsigned char>(c.raw));
         int result = -1;
-        EXPECT_EQ(qtest::captureStdout([&] { result = c.read(); }), "") << c.offset;
-        EXPECT_EQ(result, c.expected) << c.offset << " raw " << c.raw;
+        EXPECT_EQ(qtest::captureStdout([&] { result = c.read(); }), "") << c.at;
+        EXPECT_EQ(result, c.expected) << c.at << " raw " << c.raw;
     }
-}
-
-TEST_F(BoardState, MemoryPower_IsTruncated) {
-    block().setF32(79921, 123.9f);
-    EXPECT_EQ(GetMemoryPower(), 123);
     block().setF32(79921, -7.8f);
-    EXPECT_EQ(GetMemoryPower(), -7);
+    EXPECT_EQ(GetMemoryPower(), -7);  // truncated toward zero
 }
 
 TEST_F(BoardState, CpuPresent_UsesASignedBoundAgainstTheClampedCount) {
-    for (int i = 0; i < 4; ++i) block().setU8(kCpuPresent + kCpuStride * i, static_cast<unsigned char>(0x10 + i));
-    block().setU8(kCpuPresent - kCpuStride, 0x0F);
-    struct Case {
-        int count, index, expected;
-    } cases[] = {{2, 0, 0x10}, {2, 1, 0x11}, {2, 2, 0}, {6, 3, 0x13}, {6, 4, 0}, {2, -1, 0x0F}, {0, 0, 0},
-                 {0, -1, 0x0F}, {2, INT_MIN, 0}};
-    for (const Case &c : cases) {
+    for (int i = -1; i < 4; ++i) block().setU8(cpu(i), static_cast<unsigned char>(16 + i));
+    const struct { int count, index, expected; } cases[] = {
+        {2, 0, 16}, {2, 1, 17}, {2, 2, 0}, {6, 3, 19}, {6, 4, 0}, {2, -1, 15}, {0, 0, 0}, {0, -1, 15}, {2, INT_MIN, 0}};
+    for (const auto &c : cases) {
         block().setU8(kCpuCount, static_cast<unsigned char>(c.count));
         EXPECT_EQ(QuorixGetCpuPresentStatus(c.index), c.expected) << "count " << c.count << " index " << c.index;
     }
@@ -69,186 +52,137 @@ TEST_F(BoardState, CpuStat_FillsOncePerProcessAndRetriesAfterABadCount) {
     block().setU8(kCpuCount, 6);
     EXPECT_EQ(GetCpuStat(), 0);
     EXPECT_TRUE(g_cpuQueries.empty());
-
     block().setU8(kCpuCount, 3);
-    block().setU8(kCpuPresent, 0xEE);
-    block().setU8(kCpuPresent + kCpuStride, 0xEE);
-    block().setU8(kCpuPresent + 2 * kCpuStride, 0xEE);
+    for (int i = 0; i < 3; ++i) block().setU8(cpu(i), 0xEE);
+    EXPECT_EQ(GetCpuStat(), 0);
     EXPECT_EQ(GetCpuStat(), 0);
     EXPECT_EQ(g_cpuQueries, (std::vector<int>{0, 1, 2}));
-    EXPECT_EQ(block().u8(kCpuPresent), 1);
-    EXPECT_EQ(block().u8(kCpuPresent + kCpuStride), 0);
-    EXPECT_EQ(block().u8(kCpuPresent + 2 * kCpuStride), 0xEE);  // result 7 leaves the byte
-
-    EXPECT_EQ(GetCpuStat(), 0);
-    EXPECT_EQ(g_cpuQueries.size(), 3u);
+    EXPECT_EQ(std::vector<int>({block().u8(cpu(0)), block().u8(cpu(1)), block().u8(cpu(2))}),
+              std::vector<int>({1, 0, 0xEE}));  // a result other than 0 or 1 leaves the byte
 }
 
 TEST_F(BoardState, ConfiguredBitmap_StoresThePresentCpus) {
-    block().setU8(kCpuCount, 4);
     const unsigned char present[] = {1, 0, 1, 1};
-    for (int i = 0; i < 4; ++i) block().setU8(kCpuPresent + kCpuStride * i, present[i]);
-    EXPECT_EQ(GetConfiguredCPUBitMap(), 0x0D);
-    EXPECT_EQ(block().u8(6419669), 0x0D);
-
-    block().setU8(kCpuCount, 0);
-    EXPECT_EQ(GetConfiguredCPUBitMap(), 0);
-    EXPECT_EQ(block().u8(6419669), 0);
-
-    block().setU8(kCpuCount, 9);  // clamped to 4
-    block().setU8(kCpuPresent + kCpuStride, 2);
-    EXPECT_EQ(GetConfiguredCPUBitMap(), 0x0D);
-}
-
-TEST_F(BoardState, BitCount_CountsEverySetBit) {
-    struct Case {
-        unsigned long long value;
-        int bits;
-    } cases[] = {{0, 0}, {1, 1}, {0x1234, 5}, {0x8000000000000001ull, 2}, {~0ull, 64}};
-    for (const Case &c : cases) EXPECT_EQ(GetBitCount(c.value), c.bits) << c.value;
-}
-
-void putMe(unsigned char major, unsigned char minor, unsigned build) {
-    block().setU8(79846, major);
-    block().setU8(79847, minor);
-    block().setU32(79855, build);
-}
-
-TEST_F(BoardState, MeRevision_BuildsTheVersionText) {
-    struct Case {
-        unsigned char major, minor;
-        unsigned build;
-        const char *text;
-    } cases[] = {
-        {4, 0x15, (1u << 12) | (2u << 8) | (3u << 20), "4.1.5.123"},
-        {4, 0x15, 3u << 20, "4.1.5.3"},
-        {4, 0x15, (2u << 8) | (3u << 20), "4.1.5.23"},
-        {0x84, 0x15, 0, "4.1.5.0"},             // bit 7 of the major byte is not part of it
-        {127, 0xAB, (0xCu << 12) | 0xFF0F00u, "127.:.;.<?\?"},  // nibbles above 9 stay '0' + nibble
-    };
-    for (const Case &c : cases) {
-        putMe(c.major, c.minor, c.build);
-        std::vector<char> buf(20, 'x');
-        ASSERT_EQ(QuorixGetMeRevision(0, 0, buf.data(), 20), 0);
-        EXPECT_EQ(std::string(buf.data()), c.text);
-        for (std::size_t k = std::string(c.text).size(); k < buf.size(); ++k) EXPECT_EQ(buf[k], 0) << k;
+    for (int i = 0; i < 4; ++i) block().setU8(cpu(i), present[i]);
+    for (auto [count, bitmap] : std::vector<std::pair<int, int>>{{4, 0x0D}, {0, 0}, {3, 0x05}, {9, 0x0D}}) {
+        block().setU8(kCpuCount, static_cast<unsigned char>(count));
+        EXPECT_EQ(GetConfiguredCPUBitMap(), bitmap) << count;
+        EXPECT_EQ(block().u8(6419669), bitmap);
     }
 }
 
-TEST_F(BoardState, MeRevision_RefusesSmallOrNullBuffers) {
-    putMe(4, 0x15, 3u << 20);
-    std::vector<char> buf(15, 'x');
-    int result = 0;
-    EXPECT_EQ(qtest::captureStdout([&] { result = QuorixGetMeRevision(2, 9, buf.data(), 14); }),
-              "Get Fw Version get input error fwIndex:2, inputSize:14!!");
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(buf[0], 'x');
-    EXPECT_EQ(qtest::captureStdout([&] { result = QuorixGetMeRevision(1, 0, nullptr, 64); }),
-              "Get Fw Version get input error fwIndex:1, inputSize:64!!");
-    EXPECT_EQ(result, -1);
-    EXPECT_EQ(QuorixGetMeRevision(0, 0, buf.data(), -5), -1);
-    EXPECT_EQ(QuorixGetMeRevision(0, 0, buf.data(), 15), 0);
-    EXPECT_EQ(std::string(buf.data()), "4.1.5.3");
-}
-
-int g_power = 0;
-std::vector<unsigned> g_pushed;
-int systemPower(int, int, int) { return g_power; }
-int slotPresence(unsigned *presence) {
-    *presence = 0x12345678u;
-    return 0;
-}
-int pushPresence(unsigned *presence) {
-    g_pushed.push_back(*presence);
-    return 0;
-}
-
-// The last power state is per process, so its whole life is one test.
-TEST_F(BoardState, PcieSlotPresence_IsPushedWhenPowerTurnsOn) {
-    qtest::replaceSlot(qrx::Slot::checkSystemPowerOk, systemPower);
-    qtest::replaceSlot(qrx::Slot::QuorixGetPCIESlotPresentInfo, slotPresence);
-    qtest::replaceSlot(qrx::Slot::SetPcieSlotPresentToCpld, pushPresence);
-    struct Step {
-        int power;
-        std::size_t pushes;
-    } steps[] = {{0, 0}, {1, 1}, {1, 1}, {0x101, 1}, {0, 1}, {1, 2}, {2, 2}, {1, 3}};
-    for (const Step &s : steps) {
-        g_power = s.power;
-        EXPECT_EQ(QuorixSetPCIESlotPresentToCPLD(), 0);
-        EXPECT_EQ(g_pushed.size(), s.pushes) << "power " << s.power;
-    }
-    EXPECT_EQ(g_pushed, (std::vector<unsigned>{0x12345678u, 0x12345678u, 0x12345678u}));
-}
-
-TEST_F(BoardState, CpldReport_ShowsTheCpldFieldsOfTheBlock) {
-    block().setU8(0x149B9, 0x2A);
-    block().setU8(0x1CC32, 0x13);
-    block().setU8(0x1D071, 0x05);
-    block().setU8(0x1D0EA, 0x21);
-    block().setU8(119097, 1);
-    block().setU8(119098, 6);  // clamped to 5
-    std::size_t bp0 = 119099, rear0 = 119099 + 1470 * 8;
-    block().setU8(bp0, 1);
-    block().setU8(bp0 + 1, 254);
-    qtest::putText(bp0 + 4, "BP12HDD-Q01\x01");
-    block().setU8(bp0 + 302, 0x34);
-    block().setU8(bp0 + 558, 12);
-    qtest::putText(rear0 + 4, "BPREAR2");
-    block().setU8(0x101AD, 1);
-    qtest::putText(0x101B2, "FANPLANE-A");
-    block().setU8(0x101FD, 0x07);
-    EXPECT_GOLDEN("cpld_report.txt", qtest::captureStdout([] { ShowAllCPLDInfo(); }));
-}
-
-int g_ocpResults[2] = {0, 0};
-int ocpPresent(int slot) { return g_ocpResults[slot]; }
-
-TEST_F(BoardState, SyncOcp_StoresEachSlotAndTheCount_KeepingASlotThatFailedToRead) {
-    qtest::replaceSlot(qrx::Slot::QuorixGetOcpPresent, ocpPresent);
-    const struct {
-        int slot0, slot1, result;
-        unsigned char present0, present1;
-    } cases[] = {
-        {1, 0, 1, 1, 0}, {0, 3, 1, 0, 1}, {2, 1, 2, 1, 1},
-        {-1, 0, -1, 1, 0},  // slot 0 unreadable: its card stays counted
-        {0, 0, 0, 0, 0},  {0, -4, -1, 0, 0},
-    };
+TEST_F(BoardState, MeRevision_BuildsTheVersionTextAndRefusesSmallBuffers) {
+    const struct { unsigned char major, minor; unsigned build; int size; const char *text; } cases[] = {
+        {4, 0x15, (1u << 12) | (2u << 8) | (3u << 20), 20, "4.1.5.123"}, {4, 0x15, 3u << 20, 15, "4.1.5.3"},
+        {4, 0x15, (2u << 8) | (3u << 20), 20, "4.1.5.23"}, {0x84, 0x15, 0, 20, "4.1.5.0"},  // major bit 7 is not in it
+        {127, 0xAB, (0xCu << 12) | 0xFF0F00u, 20, "127.:.;.<?\?"},  // nibbles above 9 stay '0' + nibble
+        {4, 0x15, 0, 14, nullptr}, {4, 0x15, 0, -5, nullptr}};
     for (const auto &c : cases) {
-        g_ocpResults[0] = c.slot0;
-        g_ocpResults[1] = c.slot1;
-        EXPECT_EQ(QuorixSyncOCPDeviceInfo(), c.result) << c.slot0 << "," << c.slot1;
-        EXPECT_EQ(qtest::blockBytes(0x200440, 2), (std::vector<unsigned char>{c.present0, c.present1}));
-        EXPECT_EQ(QuorixGetOcpCardNum(), c.present0 + c.present1);
+        block().setU8(79846, c.major), block().setU8(79847, c.minor), block().setU32(79855, c.build);
+        std::vector<char> buf(20, 'x');
+        int result = 0;
+        const auto out = qtest::captureStdout([&] { result = QuorixGetMeRevision(2, 9, buf.data(), c.size); });
+        EXPECT_EQ(result, c.text ? 0 : -1) << c.size;
+        std::string want = c.text ? c.text : "";
+        if (c.text) want.resize(c.size, '\0');  // the whole given size is cleared
+        want.resize(20, 'x');
+        EXPECT_EQ(std::string(buf.begin(), buf.end()), want);
+        EXPECT_EQ(out, c.text ? "" : kMeError + std::string("2, inputSize:") + std::to_string(c.size) + "!!");
+    }
+    EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixGetMeRevision(1, 0, nullptr, 64), -1); }),
+              kMeError + std::string("1, inputSize:64!!"));
+}
+
+int slot(qrx::Slot s) { return qrx::slotIndex(s); }
+unsigned calls(qrx::Slot s) { return qtest::Sim::get().callCount(slot(s)); }
+constexpr std::size_t kAssetFlag = 138227;
+
+class FruRecords : public qtest::BoundTest {};
+
+TEST_F(FruRecords, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
+    Bytes data = {0x01, 0x00, 0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC}, back(8, 0);
+    EXPECT_EQ(quorix_write_fru(5, 0x10, 8, data.data()), 8);
+    EXPECT_EQ(quorix_read_fru(5, 0x10, 8, back.data()), 8);
+    EXPECT_EQ(back, data);
+    for (int device : {30, 31, 32, 33}) EXPECT_EQ(quorix_write_fru(device, 0, 4, data.data()), -1);  // protected
+    EXPECT_EQ(calls(qrx::Slot::WriteFru) * 10 + calls(qrx::Slot::ReadFru), 11u);
+    EXPECT_EQ(quorix_write_fru(29, 0, 4, data.data()) + quorix_write_fru(34, 0, 4, data.data()), 8);
+    using Call = int (*)(int, int, int, unsigned char *);
+    const struct { qrx::Slot slot; int fault; Call call; int result; const char *out; } cases[] = {
+        {qrx::Slot::ReadFru, 2, quorix_read_fru, -1, "[INFO]: Read FRU Info Failed. Length = 8\n"},  // half the length
+        {qrx::Slot::ReadFru, 1, quorix_read_fru, -1, "[INFO]: Read FRU Info Failed. Length = -1\n"},
+        {qrx::Slot::WriteFru, 1, quorix_write_fru, -1, "[INFO]: Write FRU Info Failed. Ret = -1\n"},
+        {qrx::Slot::WriteFru, 2, quorix_write_fru, 8, ""}};  // a short write is passed on as it is
+    for (const auto &c : cases) {
+        qtest::Sim::get().setFault(slot(c.slot), c.fault);
+        int result = 0;
+        EXPECT_EQ(qtest::captureStdout([&] { result = c.call(2, 0, 16, Bytes(16).data()); }), c.out);
+        EXPECT_EQ(result, c.result) << c.out;
+        qtest::Sim::get().setFault(slot(c.slot), 0);
+    }
+    intf_handle[slot(qrx::Slot::ReadFru)] = intf_handle[slot(qrx::Slot::WriteFru)] = nullptr;
+    EXPECT_EQ(quorix_read_fru(1, 0, 4, data.data()), -2);
+    EXPECT_EQ(quorix_write_fru(29, 0, 4, data.data()), -2);
+    EXPECT_EQ(quorix_write_fru(30, 0, 4, data.data()), -1);
+}
+
+std::vector<std::string> g_eepromWrites;
+int g_eepromResult = 0, g_eepromFailAt = -1;
+int write24256(int offset, unsigned char *buffer, int length) {
+    const bool erased = std::all_of(buffer, buffer + length, [](unsigned char b) { return b == 0xFF; });
+    g_eepromWrites.push_back(std::to_string(offset) + "+" + std::to_string(length) + (erased ? "" : "!"));
+    return offset == g_eepromFailAt ? -1 : g_eepromResult;
+}
+
+TEST_F(FruRecords, ClearEeprom_ErasesPageByPageAndFlagsClearedAssetData) {
+    qtest::replaceSlot(qrx::Slot::QuorixWrite24256EEprom, write24256);
+    qtest::logToConsole({"QRXMONITOR"});
+    const struct { int offset, length, failAt, result; std::vector<std::string> writes; int flag; } cases[] = {
+        {0, 64, -1, 0, {"0+64"}, 0}, {60, 70, -1, 0, {"60+4", "64+64", "128+2"}, 0}, {32760, 8, -1, 0, {"32760+8"}, 0},
+        {32760, 9, -1, -1, {}, 0}, {-1, 4, -1, -1, {}, 0}, {10, 0, -1, -1, {}, 0}, {0, 0x7FFFFFFF, -1, -1, {}, 0},
+        {0, 200, 64, -1, {"0+64", "64+64"}, 0}, {29100, 21, -1, 0, {"29100+20", "29120+1"}, 1}};
+    for (const auto &c : cases) {
+        g_eepromWrites.clear();
+        g_eepromFailAt = c.failAt;
+        const auto out = qtest::captureStdout([&] { EXPECT_EQ(QuorixClearEEPROMInfo(c.offset, c.length), c.result); });
+        EXPECT_EQ(g_eepromWrites, c.writes) << c.offset << "+" << c.length;
+        EXPECT_EQ(block().u8(kAssetFlag), c.flag) << c.offset << "+" << c.length;
+        EXPECT_EQ(out.find("QuorixClearEEPROMInfo: write of 64 bytes at 64 failed\n") != out.npos, c.failAt >= 0);
     }
 }
 
-std::vector<int> g_polled;
-int pollDevice(int index) {
-    g_polled.push_back(index);
-    return -1;  // the pass ignores what a query returns
+constexpr std::size_t kFanCount = 0x200000, kFanRecords = 0x200001;
+
+Bytes fanRecord(unsigned char health, unsigned front, unsigned rear, unsigned char duty, const std::string &name) {
+    Bytes r(32, 0);
+    qrx::ByteView v(r.data());
+    v.setU8(0, 1), v.setU8(1, health), v.setU16(2, front), v.setU16(4, rear), v.setU8(6, duty), v.setU8(7, 1);
+    v.setU16(8, 12000), v.copyIn(10, name.data(), name.size());
+    return r;
 }
 
-// Only a device that is present and whose link is up costs a platform call.
-TEST_F(BoardState, PciePolls_QueryEveryDeviceWithBothReadinessFlags) {
-    const struct {
-        int (*poll)();
-        qrx::Slot slot;
-        std::size_t flags;
-    } passes[] = {{QuorixGetPcieGPUThread, qrx::Slot::QuorixGetPcieGPUInfo, 0x200400},
-                  {QuorixGetPcieAcceleratorsThread, qrx::Slot::QuorixGetPcieAcceleratorsInfo, 0x200420}};
-    for (const auto &pass : passes) {
-        qtest::Sim::get().reset();
-        qtest::replaceSlot(pass.slot, pollDevice);
-        const unsigned char flags[][2] = {{1, 1}, {1, 0}, {0, 1}, {1, 1}, {2, 1}, {1, 2}};
-        for (std::size_t i = 0; i < 6; ++i) qtest::block().copyIn(pass.flags + 2 * i, flags[i], 2);
-        qtest::block().setU8(pass.flags + 2 * 15, 1);
-        qtest::block().setU8(pass.flags + 2 * 15 + 1, 1);
-        qtest::block().setU8(pass.flags + 2 * 16, 1);  // past the 16 devices
-        qtest::block().setU8(pass.flags + 2 * 16 + 1, 1);
-        g_polled.clear();
-        EXPECT_EQ(pass.poll(), 0);
-        EXPECT_EQ(g_polled, (std::vector<int>{0, 3, 15})) << qrx::slotIndex(pass.slot);
-    }
+class FanInfo : public qtest::BoundTest {};
+
+TEST_F(FanInfo, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
+    qtest::replaceSlot(qrx::Slot::QuorixGetFanSummaryHealth, +[] { return 2; });
+    Bytes fan0 = fanRecord(0, 8200, 7900, 45, "FAN0"), fan2 = fanRecord(2, 0, 0, 100, "FAN2\x01");
+    EXPECT_EQ(write_quorix_fan_info(2, fan2.data()), 0);
+    EXPECT_EQ(write_quorix_fan_info(0, fan0.data()), 0);  // a lower index keeps the count
+    EXPECT_EQ(std::vector<int>({block().u8(kFanCount), QuorixGetFanNumber()}), std::vector<int>({3, 3}));
+    EXPECT_EQ(qtest::blockBytes(kFanRecords + 64, 32), fan2);
+    Bytes out(33, 0xEE);
+    EXPECT_EQ(read_quorix_fan_info(2, out.data()), 0);
+    fan2.push_back(0xEE);
+    EXPECT_EQ(out, fan2);
+    int result = 0;
+    EXPECT_GOLDEN("fan_info.txt", qtest::captureStdout([&] { result = show_fan_info(); }));
+    EXPECT_EQ(result, 2);
+    block().setU8(kFanCount, 40);  // clamped to the 16 records of the region
+    unsigned char *buf = out.data();
+    EXPECT_EQ(std::vector<int>({QuorixGetFanNumber(), read_quorix_fan_info(15, buf), read_quorix_fan_info(16, buf),
+                                read_quorix_fan_info(-1, buf), write_quorix_fan_info(16, buf),
+                                read_quorix_fan_info(0, nullptr)}),
+              std::vector<int>({16, 0, -1, -1, -1, -1}));
 }
 
 }  // namespace

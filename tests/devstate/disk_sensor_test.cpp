@@ -1,218 +1,100 @@
-// The disk sensor over multi-scan sequences. Its state lives in the calling
-// process, so every sequence runs in a fresh child; the child prints, scan
-// by scan, the SEL records a reader of the IPMI-main pipe receives and the
-// IDL records that reach queue 12345, and the test compares that transcript.
+// The disk sensor over multi-scan sequences, each in a fresh child: its state lives in the calling process.
 #include <fcntl.h>
 #include <sys/msg.h>
 #include <unistd.h>
 
 #include <cstdio>
-#include <functional>
-#include <string>
-#include <vector>
+#include <cstring>
 
 #include "quorix_test.h"
 
 namespace {
 
 using qtest::block;
-
-constexpr std::size_t kFront = 49;
-constexpr std::size_t kRear = 39217;
-constexpr std::size_t kDisk = 136;
-constexpr std::size_t kBp = 119099;
-constexpr std::size_t kBpSize = 1470;
 constexpr const char *kIpmiMainPipe = "/var/quorix_ipmimain_pipe";
 
-struct Step {
-    std::function<void()> change;  // applied before the step's scans
-    int scans;
-};
+struct Disk { bool rear; int index; unsigned char presence, status; };
+std::size_t at(const Disk &d) { return (d.rear ? 39217 : 49) + 136 * d.index; }
+struct Step { std::vector<Disk> disks; int scans; int frontBackplanes = -1; };
+// Per scan: "s<scan> <sensor> +|-<offset>" for a SEL record on the IPMI-main pipe, "i<scan> <sensor> d<disk>" for IDL.
+using Transcript = std::vector<std::string>;
 
-void setFront(int disk, int presence, int status) {
-    block().setU8(kFront + kDisk * disk, static_cast<unsigned char>(presence));
-    block().setU8(kFront + kDisk * disk + 4, static_cast<unsigned char>(status));
-}
-void setRear(int disk, int presence, int status) {
-    block().setU8(kRear + kDisk * disk, static_cast<unsigned char>(presence));
-    block().setU8(kRear + kDisk * disk + 4, static_cast<unsigned char>(status));
-}
-void useBackplanes(unsigned char frontCount, unsigned char rearCount, unsigned char slots) {
-    block().setU8(119097, frontCount);
-    block().setU8(119098, rearCount);
-    for (int k = 0; k < 13; ++k) {
-        block().setU8(kBp + kBpSize * k, 1);
-        block().setU8(kBp + kBpSize * k + 558, slots);
-    }
+std::string sel(const unsigned char *r) {
+    const auto assertion = static_cast<unsigned char>(0x6F | (r[7] & 0x80));  // 0x6F asserts, 0xEF deasserts
+    const unsigned char want[18] = {0, 0, 0x20, 0, 0, 0x0D, r[6], assertion, r[8], 0xFF};
+    return std::memcmp(r, want, 18) ? "bad sel " + qtest::hex(r, 18)
+                                     : std::to_string(r[6]) + (r[7] & 0x80 ? " -" : " +") + std::to_string(r[8]);
 }
 
-int idlQueue() { return msgget(12345, IPC_CREAT | 0666); }
-
-void drainIdlQueue() {
-    int id = idlQueue();
-    unsigned char payload[300];
-    msqid_ds ds{};
-    while (msgctl(id, IPC_STAT, &ds) == 0 && ds.msg_qnum > 0) QuorixReadMsgQueue(id, payload, sizeof payload);
+// Request code 0, then the IDL sensor-event record of a disk.
+std::string idl(const unsigned char *p) {
+    unsigned char want[300] = {0, 0, 0, 0, 0, 0, 0, 0, 0x20, 0, 0, 0, 0, 0, 0, 0, 0x0D, 0, p[18], 0x6F, 1, p[21]};
+    const std::string label = "DISK" + std::to_string(p[21]) + "_Status ";
+    std::copy(label.begin(), label.end(), want + 23), want[43] = 0x0A;
+    if (std::memcmp(p, want, 300) != 0) return "bad idl " + qtest::hex(p, 44);
+    return std::to_string(p[18]) + " d" + std::to_string(p[21]);
 }
+
+struct Sequence { const char *name; int type, front, rear, slots; std::vector<Step> steps; Transcript out; };
 
 class DiskSensor : public qtest::BoundTest {
 protected:
-    void SetUp() override {
-        BoundTest::SetUp();
-        ASSERT_EQ(QuorixCreatePipe(kIpmiMainPipe), 0);
-        pipeFd_ = open(kIpmiMainPipe, O_RDONLY | O_NONBLOCK);
-        ASSERT_GE(pipeFd_, 0);
-        drainIdlQueue();
-    }
-    void TearDown() override {
-        close(pipeFd_);
-        BoundTest::TearDown();
-    }
-
-    // Runs the steps in a child and returns its transcript.
-    std::string run(int cpldType, const std::vector<Step> &steps) {
-        int fd = pipeFd_;
-        qtest::ChildResult child = qtest::runInChild([&] {
+    Transcript run(int type, int frontCount, int rearCount, int slots, const std::vector<Step> &steps) {
+        EXPECT_EQ(QuorixCreatePipe(kIpmiMainPipe), 0);
+        const int fd = open(kIpmiMainPipe, O_RDONLY | O_NONBLOCK);
+        qtest::removeQueue(12345);
+        const int queue = msgget(12345, IPC_CREAT | 0666);
+        block().fill(49, 0, 39168 + 24480);
+        block().setU8(119097, static_cast<unsigned char>(frontCount));
+        block().setU8(119098, static_cast<unsigned char>(rearCount));
+        for (std::size_t bp = 119099; bp < 119099 + 1470 * 13; bp += 1470)
+            block().setU8(bp, 1), block().setU8(bp + 558, static_cast<unsigned char>(slots));
+        const qtest::ChildResult child = qtest::runInChild([&] {
             int scan = 0;
             for (const Step &step : steps) {
-                if (step.change) step.change();
+                for (const Disk &d : step.disks) block().setU8(at(d), d.presence), block().setU8(at(d) + 4, d.status);
+                if (step.frontBackplanes >= 0) block().setU8(119097, static_cast<unsigned char>(step.frontBackplanes));
                 for (int s = 0; s < step.scans; ++s) {
                     ++scan;
-                    int rc = QuorixSetHDDSensor(cpldType);
-                    if (rc != 0) std::printf("scan %d: result %d\n", scan, rc);
+                    if (int rc = QuorixSetHDDSensor(type); rc != 0) std::printf("r%d %d\n", scan, rc);
                     unsigned char record[18];
-                    while (read(fd, record, sizeof record) == static_cast<ssize_t>(sizeof record))
-                        std::printf("scan %d: sel %s\n", scan, qtest::hex(record, sizeof record).c_str());
-                    int id = idlQueue();
+                    while (read(fd, record, sizeof record) == 18) std::printf("s%d %s\n", scan, sel(record).c_str());
                     msqid_ds ds{};
-                    while (msgctl(id, IPC_STAT, &ds) == 0 && ds.msg_qnum > 0) {
-                        unsigned char payload[300];
-                        QuorixReadMsgQueue(id, payload, sizeof payload);
-                        bool restZero = true;
-                        for (std::size_t k = 4 + 40; k < sizeof payload; ++k) restZero = restZero && payload[k] == 0;
-                        std::printf("scan %d: idl %s%s\n", scan, qtest::hex(payload, 4 + 40).c_str(),
-                                    restZero ? "" : " +");
-                    }
+                    unsigned char payload[300];
+                    while (msgctl(queue, IPC_STAT, &ds) == 0 && ds.msg_qnum && !QuorixReadMsgQueue(queue, payload, 300))
+                        std::printf("i%d %s\n", scan, idl(payload).c_str());
                 }
             }
         });
-        EXPECT_TRUE(child.exited);
-        EXPECT_EQ(child.status, 0);
-        return child.out;
+        close(fd);
+        EXPECT_TRUE(child.exited && child.status == 0) << child.err;
+        return qtest::splitLines(child.out);
     }
-
-    int pipeFd_ = -1;
 };
 
-// The 18-byte IPMI-main record of a drive-slot SEL event.
-std::string sel(int scan, unsigned sensor, bool assert, unsigned offset) {
-    unsigned char r[18] = {0, 0, 0x20, 0, 0, 0x0D, static_cast<unsigned char>(sensor),
-                           static_cast<unsigned char>(assert ? 0x6F : 0xEF), static_cast<unsigned char>(offset), 0xFF, 0};
-    return "scan " + std::to_string(scan) + ": sel " + qtest::hex(r, sizeof r) + "\n";
-}
-
-// Request code 0, then the first 40 bytes of the IDL sensor-event record.
-std::string idl(int scan, unsigned sensor, int disk) {
-    unsigned char p[44] = {};
-    unsigned char *r = p + 4;
-    r[4] = 0x20;
-    r[12] = 0x0D;
-    r[14] = static_cast<unsigned char>(sensor);
-    r[15] = 0x6F;
-    r[16] = 1;
-    r[17] = static_cast<unsigned char>(disk);
-    std::string label = "DISK" + std::to_string(disk) + "_Status ";
-    std::copy(label.begin(), label.end(), r + 19);
-    r[39] = 0x0A;
-    return "scan " + std::to_string(scan) + ": idl " + qtest::hex(p, sizeof p) + "\n";
-}
-
-TEST_F(DiskSensor, Presence_IsTakenOnTheSixthScanAndAssertedOnce) {
-    useBackplanes(1, 0, 2);
-    std::string out = run(1, {{[] { setFront(0, 1, 0); }, 8}});
-    EXPECT_EQ(out, sel(6, 150, true, 0));
-}
-
-TEST_F(DiskSensor, Presence_FlickerShorterThanSixScansIsIgnored) {
-    useBackplanes(1, 0, 2);
-    std::string out = run(1, {{[] { setFront(1, 1, 0); }, 5}, {[] { setFront(1, 0, 0); }, 1}, {[] { setFront(1, 1, 0); }, 5},
-                              {nullptr, 1}});
-    EXPECT_EQ(out, sel(12, 150, true, 0));
-}
-
-TEST_F(DiskSensor, Fault_AssertsAndPostsOnTheSixthScanAndDeassertsWhenCleared) {
-    useBackplanes(1, 0, 4);
-    std::string out = run(1, {{[] { setFront(2, 1, 0); }, 6},
-                              {[] { setFront(2, 1, 2); }, 5},
-                              {nullptr, 2},
-                              {[] { setFront(2, 1, 0); }, 7}});
-    EXPECT_EQ(out, sel(6, 150, true, 0) + sel(12, 150, true, 1) + idl(12, 150, 2) + sel(19, 150, false, 1));
-}
-
-TEST_F(DiskSensor, Fault_CountsDisksButAssertsOnlyOnTheFirst) {
-    useBackplanes(1, 0, 4);
-    std::string out = run(1, {{[] {
-                                   setFront(0, 1, 2);
-                                   setFront(3, 1, 2);
-                               },
-                               6},
-                              {[] { setFront(0, 1, 0); }, 6},
-                              {[] { setFront(3, 1, 0); }, 6}});
-    EXPECT_EQ(out, sel(6, 150, true, 1) + sel(6, 150, true, 0) + idl(6, 150, 0) + idl(6, 150, 3) + sel(18, 150, false, 1));
-}
-
-TEST_F(DiskSensor, PredictiveFailureAndRebuild_FollowTheCountRule) {
-    useBackplanes(1, 0, 2);
-    std::string out = run(1, {{[] { setFront(1, 0, 16 | 8); }, 6}, {[] { setFront(1, 0, 8); }, 6}, {[] { setFront(1, 0, 0); }, 6}});
-    EXPECT_EQ(out, sel(6, 150, true, 2) + sel(6, 150, true, 7) + sel(12, 150, false, 2) + sel(18, 150, false, 7));
-}
-
-TEST_F(DiskSensor, Removal_DeassertsOnceAndReinsertionAssertsAgain) {
-    useBackplanes(1, 0, 2);
-    std::string out = run(1, {{[] { setFront(0, 1, 0); }, 6}, {[] { setFront(0, 0, 0); }, 8}, {[] { setFront(0, 1, 0); }, 7}});
-    EXPECT_EQ(out, sel(6, 150, true, 0) + sel(12, 150, false, 0) + sel(20, 150, true, 0));
-}
-
-TEST_F(DiskSensor, NoSupportedDisks_DeassertsWhatWasAsserted) {
-    useBackplanes(1, 0, 2);
-    std::string out = run(1, {{[] { setFront(0, 1, 2 | 16); }, 6}, {[] { block().setU8(119097, 0); }, 2}});
-    EXPECT_EQ(out, sel(6, 150, true, 1) + sel(6, 150, true, 2) + sel(6, 150, true, 0) + idl(6, 150, 0) +
-                       sel(7, 150, false, 1) + sel(7, 150, false, 2) + sel(7, 150, false, 0));
-}
-
-TEST_F(DiskSensor, RearTable_UsesSensor151AndTheRearBackplanes) {
-    useBackplanes(0, 1, 3);
-    std::string out = run(2, {{[] {
-                                   setRear(2, 1, 2);
-                                   setFront(2, 1, 2);  // the front table is not looked at
-                               },
-                               6}});
-    EXPECT_EQ(out, sel(6, 151, true, 1) + sel(6, 151, true, 0) + idl(6, 151, 2));
-}
-
-TEST_F(DiskSensor, SlotSumBeyondTheTable_StaysInsideIt) {
-    useBackplanes(13, 0, 254);  // 13 x 254 slots claimed, 288 front disks exist
-    std::string out = run(1, {{[] { setFront(287, 1, 0); }, 6}});
-    EXPECT_EQ(out, sel(6, 150, true, 0));
-}
-
-TEST_F(DiskSensor, OtherTypes_AreRefusedWithTheWritersLine) {
-    int result = 0;
-    EXPECT_EQ(qtest::captureStdout([&] { result = QuorixSetHDDSensor(0); }), "WriteHwHDDInfo,error CpldType:0!!\n");
-    EXPECT_EQ(result, -1);
-}
-
-TEST_F(DiskSensor, StatusPost_SendsTheDiskRecordToTheLogService) {
-    EXPECT_EQ(QuorixHddStatusPostIdl(1, 1, 12, 151), 0);
-    EXPECT_EQ(QuorixHddStatusPostIdl(1, 0, 100, 150), 0);
-    int id = idlQueue();
-    unsigned char payload[300];
-    ASSERT_EQ(QuorixReadMsgQueue(id, payload, sizeof payload), 0);
-    EXPECT_EQ("scan 0: idl " + qtest::hex(payload, 44) + "\n", idl(0, 151, 12));
-    ASSERT_EQ(QuorixReadMsgQueue(id, payload, sizeof payload), 0);
-    EXPECT_EQ(payload[4 + 15], 0xEF);
-    EXPECT_EQ(payload[4 + 17], 100);
-    EXPECT_EQ(std::string(reinterpret_cast<char *>(payload + 4 + 19), 16), std::string("DISK100_Status \0", 16));
+TEST_F(DiskSensor, EventsFollowTheSixScanRule) {
+    const Sequence cases[] = {
+        {"presence taken on the sixth scan, asserted once", 1, 1, 0, 2, {{{{false, 0, 1, 0}}, 8}}, {"s6 150 +0"}},
+        {"flicker shorter than six scans is ignored", 1, 1, 0, 2,
+         {{{{false, 1, 1, 0}}, 5}, {{{false, 1, 0, 0}}, 1}, {{{false, 1, 1, 0}}, 5}, {{}, 1}}, {"s12 150 +0"}},
+        {"fault asserted and posted, deasserted when cleared", 1, 1, 0, 4,
+         {{{{false, 2, 1, 0}}, 6}, {{{false, 2, 1, 2}}, 5}, {{}, 2}, {{{false, 2, 1, 0}}, 7}},
+         {"s6 150 +0", "s12 150 +1", "i12 150 d2", "s19 150 -1"}},
+        {"faults counted per disk, asserted on the first", 1, 1, 0, 4,
+         {{{{false, 0, 1, 2}, {false, 3, 1, 2}}, 6}, {{{false, 0, 1, 0}}, 6}, {{{false, 3, 1, 0}}, 6}},
+         {"s6 150 +1", "s6 150 +0", "i6 150 d0", "i6 150 d3", "s18 150 -1"}},
+        {"predictive failure and rebuild", 1, 1, 0, 2,
+         {{{{false, 1, 0, 16 | 8}}, 6}, {{{false, 1, 0, 8}}, 6}, {{{false, 1, 0, 0}}, 6}},
+         {"s6 150 +2", "s6 150 +7", "s12 150 -2", "s18 150 -7"}},
+        {"removal deasserts once, reinsertion asserts again", 1, 1, 0, 2,
+         {{{{false, 0, 1, 0}}, 6}, {{{false, 0, 0, 0}}, 8}, {{{false, 0, 1, 0}}, 7}},
+         {"s6 150 +0", "s12 150 -0", "s20 150 +0"}},
+        {"no supported disks deasserts what was asserted", 1, 1, 0, 2, {{{{false, 0, 1, 2 | 16}}, 6}, {{}, 2, 0}},
+         {"s6 150 +1", "s6 150 +2", "s6 150 +0", "i6 150 d0", "s7 150 -1", "s7 150 -2", "s7 150 -0"}},
+        {"rear table: sensor 151, the front table unread", 2, 0, 1, 3, {{{{true, 2, 1, 2}, {false, 2, 1, 2}}, 6}},
+         {"s6 151 +1", "s6 151 +0", "i6 151 d2"}},
+        {"other types refused", 0, 1, 0, 2, {{{{false, 0, 1, 0}}, 1}}, {"WriteHwHDDInfo,error CpldType:0!!", "r1 -1"}}};
+    for (const auto &c : cases) EXPECT_EQ(run(c.type, c.front, c.rear, c.slots, c.steps), c.out) << c.name;
 }
 
 }  // namespace
