@@ -185,4 +185,55 @@ TEST_F(FanInfo, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
               std::vector<int>({16, 0, -1, -1, -1, -1}));
 }
 
+// OCP presence per slot and the count; a slot that failed to read keeps its last state.
+TEST_F(BoardState, SyncOcp_StoresEachSlotAndTheCount) {
+    static int results[2];
+    qtest::replaceSlot(qrx::Slot::QuorixGetOcpPresent, +[](int slot) { return results[slot]; });
+    const struct { int slot0, slot1, result; Bytes present; } cases[] = {
+        {1, 0, 1, {1, 0}}, {0, 3, 1, {0, 1}}, {2, 1, 2, {1, 1}}, {-1, 0, -1, {1, 0}}, {0, 0, 0, {0, 0}}, {0, -4, -1, {0, 0}}};
+    for (const auto &c : cases) {
+        results[0] = c.slot0, results[1] = c.slot1;
+        EXPECT_EQ(QuorixSyncOCPDeviceInfo(), c.result) << c.slot0 << "," << c.slot1;
+        EXPECT_EQ(qtest::blockBytes(0x200440, 2), c.present);
+        EXPECT_EQ(QuorixGetOcpCardNum(), c.present[0] + c.present[1]);
+    }
+}
+
+// Only a device present with its link up (both flags 1) costs a platform query.
+TEST_F(BoardState, PciePolls_QueryEveryDeviceWithBothReadinessFlags) {
+    static std::vector<int> polled;
+    const struct { int (*poll)(); qrx::Slot slot; std::size_t flags; } passes[] = {
+        {QuorixGetPcieGPUThread, qrx::Slot::QuorixGetPcieGPUInfo, 0x200400},
+        {QuorixGetPcieAcceleratorsThread, qrx::Slot::QuorixGetPcieAcceleratorsInfo, 0x200420}};
+    for (const auto &pass : passes) {
+        qtest::replaceSlot(pass.slot, +[](int index) { return polled.push_back(index), -1; });
+        const Bytes flags = {1, 1, 1, 0, 0, 1, 1, 1, 2, 1, 1, 2};  // devices 0..5; 15 and the 17th (past the table) ready
+        block().copyIn(pass.flags, flags.data(), flags.size());
+        block().setU16(pass.flags + 30, 0x0101), block().setU16(pass.flags + 32, 0x0101);
+        polled.clear();
+        EXPECT_EQ(pass.poll(), 0);
+        EXPECT_EQ(polled, (std::vector<int>{0, 3, 15})) << qrx::slotIndex(pass.slot);
+    }
+}
+
+// A duty is recorded only when the fan controller took it; out-of-range fans and duties make no call.
+TEST_F(BoardState, FanSpeed_RecordsTheDutyOnlyWhenTheControllerTookIt) {
+    static int slotResult;
+    static std::vector<int> calls;
+    qtest::replaceSlot(qrx::Slot::SetFanSpeed, +[](int fan, int duty) { return calls.insert(calls.end(), {fan, duty}), slotResult; });
+    block().setU8(0x200000, 3);
+    const struct { int fan, duty, slot, result, stored; bool called; } cases[] = {
+        {2, 100, 0, 0, 100, true}, {0, 0, 0, 0, 0, true}, {1, 37, -5, -5, 0, true}, {3, 50, 0, -1, 0, false},
+        {-1, 50, 0, -1, 0, false}, {1, 101, 0, -1, 0, false}, {1, -1, 0, -1, 0, false}};
+    for (const auto &c : cases) {
+        slotResult = c.slot, calls.clear();
+        block().setU8(0x200001 + 32 + 6, 0);
+        EXPECT_EQ(quorixSetFanSpeedInterface(c.fan, c.duty), c.result) << c.fan << " " << c.duty;
+        EXPECT_EQ(calls, (c.called ? std::vector<int>{c.fan, c.duty} : std::vector<int>{})) << c.fan << " " << c.duty;
+        if (c.fan >= 0 && c.fan < 3) {
+            EXPECT_EQ(block().u8(0x200001 + 32 * c.fan + 6), c.stored) << c.fan;
+        }
+    }
+}
+
 }  // namespace

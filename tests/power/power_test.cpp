@@ -140,4 +140,34 @@ TEST_F(PowerPolicy, PeakGet_ReadsEepromOnceAndMapsLargeValuesToTwo) {
     }
 }
 
+// The power state's EEPROM byte both ways, then the two refusals of each.
+TEST_F(PowerPolicy, EepromPowerStatus_ReadWriteAndFailures) {
+    unsigned char state = 0x5A, back = 0;
+    const std::string out = qtest::captureStdout([&] {
+        for (unsigned char *buffer : {&state, static_cast<unsigned char *>(nullptr), &state}) {
+            if (buffer != nullptr && back != 0) sim().setFault(kRead, 1), sim().setFault(kWrite, 1);
+            const int written = QuorixEEPROMWritePowerStatus(buffer);
+            std::printf("%d %d\n", written, QuorixEEPROMReadPowerStatus(buffer == nullptr ? nullptr : &back));
+        }
+        std::printf("%d\n", back);
+        sim().setFault(kRead, 0), sim().setFault(kWrite, 0);
+    });
+    EXPECT_EQ(qtest::eeprom(kPowerStatusOffset, 1), Bytes{0x5A});
+    EXPECT_EQ(qtest::plainOutput(out), "0 0\n-3 -3\n-2 -2\n90\n");
+    EXPECT_EQ(qtest::logLines(out), (std::vector<std::string>{"[Error]:NULL buffer pointer passed into read policy!",
+                                                              "[Error]:NULL buffer pointer passed into read power  status!",
+                                                              "[Error]:Write power status from EEPROM failed! retval=-1",
+                                                              "[Error]:Read power last status from EEPROM failed! retval=-1"}));
+}
+
+// The staggered power-on waits only for a configured delay it could read.
+TEST_F(PowerPolicy, PeakSleep_NoDelayReturnsAtOnceAndAnUnreadableDelayFails) {
+    qtest::putEeprom(kPowerPeakOffset, {0, 0});
+    EXPECT_EQ(qtest::inChild([] { std::printf("%d", RunPowerPeakSleep()); }).back(), '0');
+    sim().setFault(kRead, 1);
+    const std::string out = qtest::inChild([] { std::printf("rc=%d\n", RunPowerPeakSleep()); });
+    EXPECT_NE(out.find("Get Quorix power peak config failed!"), std::string::npos) << out;
+    EXPECT_NE(out.find("rc=-1"), std::string::npos) << out;
+}
+
 }  // namespace
