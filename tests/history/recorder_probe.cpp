@@ -1,15 +1,12 @@
-// Drives the recorder in a process of its own, under libfaketime. One command
-// per line on standard input; prints what the test compares:
-//   at YYYY-MM-DD HH:MM:SS | u8|u16|f32 HEXOFFSET VALUE | scan INDEX VALUE | flag VALUE
-//   record      -> "rc N"
-//   dump NAME   -> the two newest records of day|month|year: "NAME h d m y refreshed closed c=avg/max..."
-//   work NAME   -> "work NAME c=count/sum/max..." for the channels in use
+// Runs the recorder under libfaketime, one command per line on standard input:
+//   at DATE TIME | u8|u16|f32 HEXOFFSET VALUE | scan INDEX VALUE | flag VALUE | record -> "rc N"
+//   dump day|month|year -> its two newest records "NAME h d m y refreshed closed channel=avg/max..."
+//   work day|month|year -> "work NAME channel=count/sum/max..."
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <iostream>
 #include <sstream>
-#include <string>
 
 #include "core/byte_access.h"
 #include "quorix_common_interface.h"
@@ -23,10 +20,10 @@ std::string utc(std::uint32_t t) {
     return text;
 }
 
-void printRecord(const std::string &name, const unsigned char *record) {
-    const qrx::ByteView v(const_cast<unsigned char *>(record));
-    std::printf("%s %u %u %u %u %s %s", name.c_str(), v.u16(200), v.u16(202), v.u16(204), v.u16(206),
-                utc(v.u32(208)).c_str(), utc(v.u32(212)).c_str());
+void printRecord(const char *name, unsigned char *record) {
+    const qrx::ByteView v(record);
+    std::printf("%s %u %u %u %u %s %s", name, v.u16(200), v.u16(202), v.u16(204), v.u16(206), utc(v.u32(208)).c_str(),
+                utc(v.u32(212)).c_str());
     for (int c = 0; c < 50; ++c)
         if (v.u16(4 * c) != 0 || v.u16(4 * c + 2) != 0) std::printf(" %d=%u/%u", c, v.u16(4 * c), v.u16(4 * c + 2));
     std::printf("\n");
@@ -37,14 +34,14 @@ void printRecord(const std::string &name, const unsigned char *record) {
 int main() {
     if (quorix_interface_init() != 0 || historyDataInit() != 0) return 1;
     const qrx::ByteView block(intf_quorix_mem);
-    const struct { const char *name; QuorixHistoryBlock *&history; } histories[] = {
+    const struct { const char *name; QuorixHistoryBlock *&h; } histories[] = {
         {"day", dayHistoryLinkHead}, {"month", monthHistoryLinkHead}, {"year", yearHistoryLinkHead}};
-    std::string line, word, name;
-    while (std::getline(std::cin, line)) {
+    for (std::string line, word, name; std::getline(std::cin, line); std::fflush(stdout)) {
         std::istringstream in(line);
-        in >> word;
         std::size_t offset = 0;
         double value = 0;
+        word = name = "";
+        in >> word;
         if (word == "at") {
             std::FILE *f = std::fopen(std::getenv("FAKETIME_TIMESTAMP_FILE"), "w");
             std::fprintf(f, "%s\n", line.substr(3).c_str());
@@ -54,30 +51,24 @@ int main() {
             if (word == "u8") block.setU8(offset, static_cast<std::uint8_t>(value));
             if (word == "u16") block.setU16(offset, static_cast<std::uint16_t>(value));
             if (word == "f32") block.setF32(offset, static_cast<float>(value));
-        } else if (word == "scan") {
-            in >> offset >> value;
+        } else if (word == "scan" && in >> offset >> value) {
             write_device_scan_enable(static_cast<unsigned>(offset), static_cast<unsigned>(value));
-        } else if (word == "flag") {
-            in >> value;
+        } else if (word == "flag" && in >> value) {
             getHistoryDataFlag = static_cast<unsigned char>(value);
         } else if (word == "record") {
             std::printf("rc %d\n", historyDataRecord());
         }
         in >> name;
-        for (const auto &h : histories) {
-            if (name != h.name || (word != "dump" && word != "work")) continue;
-            if (word == "dump") {
-                printRecord(name, h.history->tail->prev->record);
-                printRecord(name, h.history->tail->record);
-                continue;
-            }
-            std::printf("work %s", h.name);
+        for (const auto &[historyName, h] : histories) {
+            if (name != historyName) continue;
+            if (word == "dump") printRecord(historyName, h->tail->prev->record), printRecord(historyName, h->tail->record);
+            if (word != "work") continue;
+            std::printf("work %s", historyName);
             for (int c = 0; c < 50; ++c)
-                if (h.history->work[3 * c] + h.history->work[3 * c + 1] + h.history->work[3 * c + 2] != 0)
-                    std::printf(" %d=%u/%u/%u", c, h.history->work[3 * c], h.history->work[3 * c + 1], h.history->work[3 * c + 2]);
+                if (h->work[3 * c] + h->work[3 * c + 1] + h->work[3 * c + 2] != 0)
+                    std::printf(" %d=%u/%u/%u", c, h->work[3 * c], h->work[3 * c + 1], h->work[3 * c + 2]);
             std::printf("\n");
         }
-        std::fflush(stdout);
     }
     return 0;
 }
