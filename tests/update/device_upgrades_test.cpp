@@ -20,22 +20,21 @@ TEST_F(DeviceUpgrades, Runs_MoveTheirTaskAndPostOneLine) {
         writeFile(f, "image");
     writeFile("/usr/local/lmedia/hgx.bin.version", "0.9\n");
     const struct { std::function<int()> run; Slot device; int fault, rc, task; std::string line; } cases[] = {
-        {[] { return QuorixUpdatePSU("/var/psuimage", 1); }, Slot::ProgramPsu, 0, 0, 5, "3/PSU1 upgrade with image /var/psuimage successed"},
-        {[] { return QuorixUpdatePSU("/var/psuimage", 0); }, Slot::ProgramPsu, 1, -1, 5, "3/PSU0 upgrade with image /var/psuimage failed"},
-        {[] { return QuorixUpdateSCP("/usr/local/lmedia/bios.bin", 1); }, Slot::ProgramScp, 0, 0, 11, "6/SCP flash upgrade with image /usr/local/lmedia/bios.bin successed"},
-        {[] { return QuorixUpdateSCP("/usr/local/lmedia/bios.bin", 0); }, Slot::ProgramScp, 1, -1, 1, "6/BIOS flash upgrade with image /usr/local/lmedia/bios.bin failed"},
-        {[] { return QuorixUpdateHgx2Fpga("/usr/local/lmedia/hgx.bin"); }, Slot::ProgramGpuFpga, 0, 0, 8, "5/GPU FPGA upgrade to version 0.9 successed"},
-        {[] { return QuorixUpdateGPUCECFpga("/usr/local/lmedia/hgx.bin"); }, Slot::ProgramGpuFpga, 1, -1, 9, "5/GPU CEC upgrade to version 0.9 failed"},
-        {[] { return QuorixInVRMPSUpgrade(3, "/usr/local/lmedia/mps.bin"); }, Slot::UpgradeVrMps, 0, 0, 6, "4/VR3 (MPS) upgrade with image /usr/local/lmedia/mps.bin successed"},
-        {[] { return QuorixInVRXDPUpgrade(1, "/usr/local/lmedia/mps.bin"); }, Slot::UpgradeVrXdp, 1, -1, 6, "4/VR1 (XDP) upgrade with image /usr/local/lmedia/mps.bin failed"},
+        {[] { return QuorixUpdatePSU("/var/psuimage", 1); }, Slot::ProgramPsu, 0, 0, 5, "3/1 PSU1 upgrade with image /var/psuimage successed"},
+        {[] { return QuorixUpdatePSU("/var/psuimage", 0); }, Slot::ProgramPsu, 1, -1, 5, "3/1 PSU0 upgrade with image /var/psuimage failed"},
+        {[] { return QuorixUpdateSCP("/usr/local/lmedia/bios.bin", 1); }, Slot::ProgramScp, 0, 0, 11, "6/1 SCP flash upgrade with image /usr/local/lmedia/bios.bin successed"},
+        {[] { return QuorixUpdateSCP("/usr/local/lmedia/bios.bin", 0); }, Slot::ProgramScp, 1, -1, 1, "6/1 BIOS flash upgrade with image /usr/local/lmedia/bios.bin failed"},
+        {[] { return QuorixUpdateHgx2Fpga("/usr/local/lmedia/hgx.bin"); }, Slot::ProgramGpuFpga, 0, 0, 8, "5/1 GPU FPGA upgrade to version 0.9 successed"},
+        {[] { return QuorixUpdateGPUCECFpga("/usr/local/lmedia/hgx.bin"); }, Slot::ProgramGpuFpga, 1, -1, 9, "5/1 GPU CEC upgrade to version 0.9 failed"},
+        {[] { return QuorixInVRMPSUpgrade(3, "/usr/local/lmedia/mps.bin"); }, Slot::UpgradeVrMps, 0, 0, 6, "4/1 VR3 (MPS) upgrade with image /usr/local/lmedia/mps.bin successed"},
+        {[] { return QuorixInVRXDPUpgrade(1, "/usr/local/lmedia/mps.bin"); }, Slot::UpgradeVrXdp, 1, -1, 6, "4/1 VR1 (XDP) upgrade with image /usr/local/lmedia/mps.bin failed"},
     };
     Events expectEvents;
     for (const auto &c : cases) {
         Sim::get().setFault(qrx::slotIndex(c.device), c.fault);
         const std::uint32_t before = static_cast<std::uint32_t>(std::time(nullptr));
         EXPECT_EQ(printed(c.run).rc, c.rc) << c.line;
-        const IdlLine line = takeIdlLines().at(0);
-        EXPECT_EQ(std::to_string(line.kind) + "/" + line.text, c.line);
+        EXPECT_EQ(idlTexts(), Texts{c.line});
         EXPECT_EQ(blockBytes(taskField(c.task, kStatus), 1), Bytes{std::uint8_t(c.rc == 0 ? 3 : 4)});
         EXPECT_GE(block().u32(taskField(c.task, kStart)), before);
         if (c.rc != 0) expectEvents.push_back({0x07, c.task, 4});
@@ -94,11 +93,11 @@ TEST_F(DeviceUpgrades, Vr_StagedRequestIsFoundAndRunOnce) {
     EXPECT_EQ(blockBytes(taskField(6, kStatus), 2), (Bytes{1, 4}));
     EXPECT_EQ(printed(QuorixInVRAutoUpgrade).rc, 0);
     EXPECT_EQ(block().u8(taskField(6, kStatus)), 3);
-    EXPECT_EQ(takeIdlLines().at(0).text, "VR1 upgrade with image /usr/local/lmedia/vr1.bin successed");
+    EXPECT_EQ(idlTexts(), Texts{"4/1 VR1 upgrade with image /usr/local/lmedia/vr1.bin successed"});
     EXPECT_EQ(QuorixInVRCheckUpgrade(), -1) << "used up";
     EXPECT_EQ(Sim::get().callCount(qrx::slotIndex(Slot::UpgradeVr)), 2u);
     ASSERT_EQ(QuorixWriteMainBoardEEprom(3840, record, 48), 48);
-    Sim::get().setResult(qrx::slotIndex(Slot::UpgradeVr), 1);
+    simResults({{Slot::UpgradeVr, 1}});
     EXPECT_EQ(QuorixInVRCheckUpgrade(), 1) << "the platform says nothing is due";
     EXPECT_EQ(Quorix_HasUpdateFile(6), 0);
 }
@@ -111,8 +110,7 @@ int setSelector(int selector, int flash) {
 
 TEST_F(DeviceUpgrades, BiosBootMonitor_ThirdFailedBootSwitchesImageABootedOneFinishes) {
     replaceSlot(Slot::QuorixSetBIOSBootSelector, &setSelector);
-    for (auto [slot, value] : {std::pair{Slot::CheckBIOSDoubleFlashSupport, 1}, {Slot::checkBIOSBootOK, 0}, {Slot::QuorixGetBIOSBootSelector, 1}})
-        Sim::get().setResult(qrx::slotIndex(slot), value);
+    simResults({{Slot::CheckBIOSDoubleFlashSupport, 1}, {Slot::checkBIOSBootOK, 0}, {Slot::QuorixGetBIOSBootSelector, 1}});
     Bytes pending{1, 0};
     ASSERT_EQ(QuorixWriteMainBoardEEprom(3892, pending.data(), 2), 2);
     for (int boot = 0; boot < 4; ++boot) EXPECT_EQ(printed(QuorixBIOSBootUpMonitor).rc, 0);
@@ -120,17 +118,16 @@ TEST_F(DeviceUpgrades, BiosBootMonitor_ThirdFailedBootSwitchesImageABootedOneFin
     EXPECT_EQ(eeprom(3892, 2), (std::vector<unsigned char>{0, 0}));
     EXPECT_EQ(block().u8(taskField(1, kStatus)), 4);
     EXPECT_EQ(selEvents(), (Events{{0x07, 1, 4}}));
-    EXPECT_EQ(takeIdlLines().at(0).text, "BIOS boot-up after upgrade failed, switched to image 0");
-    Sim::get().setResult(qrx::slotIndex(Slot::checkBIOSBootOK), 1);
+    EXPECT_EQ(idlTexts(), Texts{"6/1 BIOS boot-up after upgrade failed, switched to image 0"});
+    simResults({{Slot::checkBIOSBootOK, 1}, {Slot::CheckBIOSDoubleFlashSupport, 0}});
     ASSERT_EQ(QuorixWriteMainBoardEEprom(3892, Bytes{1, 2}.data(), 2), 2);
-    Sim::get().setResult(qrx::slotIndex(Slot::CheckBIOSDoubleFlashSupport), 0);
     EXPECT_EQ(QuorixBIOSBootUpMonitor(), 0);
     EXPECT_EQ(eeprom(3892, 2), (std::vector<unsigned char>{1, 2})) << "single-flash boards never look";
-    Sim::get().setResult(qrx::slotIndex(Slot::CheckBIOSDoubleFlashSupport), 1);
+    simResults({{Slot::CheckBIOSDoubleFlashSupport, 1}});
     EXPECT_EQ(printed(QuorixBIOSBootUpMonitor).rc, 0);
     EXPECT_EQ(eeprom(3892, 2), (std::vector<unsigned char>{0, 0}));
     EXPECT_EQ(block().u8(taskField(1, kStatus)), 3);
-    EXPECT_EQ(takeIdlLines().at(0).text, "BIOS boot-up after upgrade successed");
+    EXPECT_EQ(idlTexts(), Texts{"6/1 BIOS boot-up after upgrade successed"});
 }
 
 }  // namespace

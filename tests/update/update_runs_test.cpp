@@ -4,8 +4,8 @@
 
 #include <climits>
 #include <cstring>
-#include <tuple>
 #include <ctime>
+#include <tuple>
 
 #include "update_cases.h"
 
@@ -27,12 +27,6 @@ int recordProgram(int kind, int index, const char *path, int trigger) {
 }
 int present(int, int) { return 1; }
 
-std::vector<std::string> idlTexts() {
-    std::vector<std::string> out;
-    for (const IdlLine &l : takeIdlLines()) out.push_back(std::to_string(l.kind) + "/" + std::to_string(l.flag) + " " + l.text);
-    return out;
-}
-
 class UpdateRuns : public UpdateTest {
 protected:
     void SetUp() override {
@@ -53,9 +47,7 @@ protected:
 };
 
 TEST_F(UpdateRuns, MainBoardCpld_NeedsTheBoardIdInTheNameThenProgramsOnce) {
-    block().setU8(0x149B9, 0x1A);
-    block().setU8(0x1CC32, 0x13);
-    block().setU8(taskField(2, kTrigger), 0x42);
+    poke({{0x149B9, 0x1A}, {0x1CC32, 0x13}, {taskField(2, kTrigger), 0x42}});
     EXPECT_EQ(printed([] { return QuorixUpdateCpld(0, 0, "/usr/local/lmedia/cpld_1b.bin"); }),
               (Printed{-1, "Can not get boardid [26] from file name[/usr/local/lmedia/cpld_1b.bin]\n"}));
     EXPECT_EQ(QuorixUpdateCpld(0, 0, nullptr), -1);
@@ -71,7 +63,7 @@ TEST_F(UpdateRuns, MainBoardCpld_NeedsTheBoardIdInTheNameThenProgramsOnce) {
     g_results = {0, 6};
     EXPECT_EQ(printed([&] { return QuorixUpdateCpld(0, 0, image.c_str()); }).rc, 6);
     EXPECT_EQ(g_programmed, (std::vector<ProgramCall>{{0, 0, 0x42, image}, {0, 0, 0x42, image}}));
-    EXPECT_EQ(idlTexts(), (std::vector<std::string>{"2/1 MainBoard CPLD0 upgrade from version 1.3 to version 1.4 successed",
+    EXPECT_EQ(idlTexts(), (Texts{"2/1 MainBoard CPLD0 upgrade from version 1.3 to version 1.4 successed",
                                                     "2/1 MainBoard CPLD0 upgrade from NULL to version 1.4 failed"}));
 }
 
@@ -83,7 +75,7 @@ TEST_F(UpdateRuns, Backplanes_ProgramEachMatchingDeviceAndOrTheResults) {
     EXPECT_EQ(printed([&] { return QuorixUpdateCpld(1, 0, image.c_str()); }).rc, 5);
     EXPECT_EQ(g_programmed, (std::vector<ProgramCall>{{1, 0, 0, image}, {1, 2, 0, image}}));
     EXPECT_NE(block().u32(taskField(3, kStart)), 0u);
-    EXPECT_EQ(idlTexts(), (std::vector<std::string>{"2/1 Front BackPlane CPLD0 upgrade from version 2.1 to version 3.4 failed",
+    EXPECT_EQ(idlTexts(), (Texts{"2/1 Front BackPlane CPLD0 upgrade from version 2.1 to version 3.4 failed",
                                                     "2/1 Front BackPlane CPLD2 upgrade from version 2.3 to version 3.4 failed"}));
     // No matching device: nothing is programmed.
     for (auto [kind, path] : {std::pair{1, "cpldBP12X35ZZZZZ"}, {1, "BP24NVMEB001"}, {1, "cpldBP24"}, {2, "cpldBP24NVMEB001"},
@@ -93,8 +85,7 @@ TEST_F(UpdateRuns, Backplanes_ProgramEachMatchingDeviceAndOrTheResults) {
 }
 
 TEST_F(UpdateRuns, RearBackplaneLine_NeedsSideFileCountAndPresence) {
-    block().setU8(0x1D13A, 2);
-    block().setU8(0x20059 + 1470, 0x35);
+    poke({{0x1D13A, 2}, {0x20059 + 1470, 0x35}});
     const std::string image = "/usr/local/lmedia/cpldREARPLANE001";
     const auto post = [&](int kind, int index, const char *path, const char *word) { QuorixCPLDUpdatePostIdl(kind, index, path, 0, word); };
     post(2, 1, image.c_str(), "failed");  // no side file
@@ -104,42 +95,38 @@ TEST_F(UpdateRuns, RearBackplaneLine_NeedsSideFileCountAndPresence) {
     for (auto [kind, index] : {std::pair{2, 2}, {0, 1}}) post(kind, index, image.c_str(), "failed");
     post(2, 1, nullptr, "failed");
     post(2, 1, image.c_str(), nullptr);
-    EXPECT_EQ(idlTexts(), std::vector<std::string>{});
+    EXPECT_EQ(idlTexts(), Texts{});
     post(2, 1, image.c_str(), "failed");
-    EXPECT_EQ(idlTexts(), std::vector<std::string>{"2/0 Rear BackPlane CPLD1 upgrade from version 3.5 to version " + std::string(40, '7') + " failed"});
+    EXPECT_EQ(idlTexts(), Texts{"2/0 Rear BackPlane CPLD1 upgrade from version 3.5 to version " + std::string(40, '7') + " failed"});
     replaceSlot(qrx::Slot::quorixGetBackPlanePresent, +[](int, int) { return 0; });
     post(2, 1, image.c_str(), "failed");
     replaceSlot(qrx::Slot::quorixGetBackPlanePresent, &present);
     block().setU8(0x1D13A, 9);
     post(2, 1, image.c_str(), "failed");
-    EXPECT_EQ(idlTexts(), std::vector<std::string>{}) << "absent, or more than 8 backplanes";
+    EXPECT_EQ(idlTexts(), Texts{}) << "absent, or more than 8 backplanes";
 }
 
 TEST_F(UpdateRuns, Fpga_BoardIdThenStartTimeProgrammingAndLine) {
-    block().setU8(0x1D071, 0x3C);
-    block().setU8(0x1D0EA, 0x21);
-    block().setU8(taskField(7, kTrigger), 3);
+    poke({{0x1D071, 0x3C}, {0x1D0EA, 0x21}, {taskField(7, kTrigger), 3}});
     EXPECT_EQ(printed([] { return QuorixUpdateFpga(0, "/usr/local/lmedia/fpga_3b.bin"); }).rc, -1);
     EXPECT_EQ(block().u32(taskField(7, kStart)), 0u);
     const std::string image = "/usr/local/lmedia/fpga_3c.bin";
     writeFile(image + ".version", "2.2");
     Printed run = printed([&] { return QuorixUpdateFpga(0, image.c_str()); });
     EXPECT_EQ(run, (Printed{0, "\r\n=====start update fpga time:" + std::to_string(block().u32(taskField(7, kStart))) + " file:" + image + "======\r\n"}));
-    Sim::get().setResult(qrx::slotIndex(qrx::Slot::QuorixCheckFPGAEnable), 0);
+    simResults({{qrx::Slot::QuorixCheckFPGAEnable, 0}});
     g_results = {0, -1};
     EXPECT_EQ(printed([&] { return QuorixUpdateFpga(0, image.c_str()); }).rc, -1);
     // Other kinds: no board check, no line, the start time in task 0.
     EXPECT_EQ(printed([&] { return QuorixUpdateFpga(1, image.c_str()); }).rc, 0);
     EXPECT_NE(block().u32(taskField(0, kStart)), 0u);
     EXPECT_EQ(g_programmed, (std::vector<ProgramCall>{{0, 0, 3, image}, {0, 0, 3, image}, {1, 0, 0, image}}));
-    EXPECT_EQ(idlTexts(), (std::vector<std::string>{"5/1 MainBoard FPGA upgrade from version 2.1 to version 2.2 successed",
+    EXPECT_EQ(idlTexts(), (Texts{"5/1 MainBoard FPGA upgrade from version 2.1 to version 2.2 successed",
                                                     "5/1 MainBoard FPGA upgrade from NULL to version 2.2 failed", "5/1 "}));
 }
 
 TEST_F(UpdateRuns, VersionReaders_FormatHighAndLowNibble) {
-    for (auto [offset, value] : {std::pair{0x1CC32, 0x21}, {0x1D139, 2}, {0x1D269 + 1470, 0xF3}, {0x1D13A, 1}, {0x20059, 0x07},
-                                 {0x1D0EA, 0x10}, {0x101FD + 819, 0x45}})
-        block().setU8(offset, static_cast<std::uint8_t>(value));
+    poke({{0x1CC32, 0x21}, {0x1D139, 2}, {0x1D269 + 1470, 0xF3}, {0x1D13A, 1}, {0x20059, 0x07}, {0x1D0EA, 0x10}, {0x101FD + 819, 0x45}});
     char text[16];
     const struct { std::function<int(int)> read; int size, rc; const char *text; } cases[] = {
         {[&](int n) { return QuorixGetBoardCpldVersion(text, n); }, 16, 0, "2.1"},
@@ -151,6 +138,9 @@ TEST_F(UpdateRuns, VersionReaders_FormatHighAndLowNibble) {
         {[&](int n) { return QuorixGetBoardFPGAVersion(text, n); }, 16, 0, "1.0"},
         {[&](int n) { return QuorixGetBoardFanPanelCPLDVersion(1, text, n); }, 16, 0, "4.5"},
         {[&](int n) { return QuorixGetBoardFanPanelCPLDVersion(2, text, n); }, 16, -1, ""},
+        {[&](int n) { return QuorixGetBoardCpldVersion(nullptr, n); }, 16, -1, ""},
+        {[&](int n) { return poke({{0x1CC32, 0xFF}}), QuorixGetBoardCpldVersion(text, n); }, 16, -1, ""},
+        {[&](int n) { return simResults({{qrx::Slot::QuorixCheckFPGAEnable, 0}}), QuorixGetBoardFPGAVersion(text, n); }, 16, -1, ""},
     };
     for (const auto &c : cases) {
         std::strcpy(text, "");
@@ -158,11 +148,6 @@ TEST_F(UpdateRuns, VersionReaders_FormatHighAndLowNibble) {
         EXPECT_STREQ(text, c.text);
     }
     EXPECT_EQ(printed([&] { return QuorixGetHddCpldVersion(9, 0, text, 16); }), (Printed{-1, "[Error]: Program should not run into here! "}));
-    EXPECT_EQ(QuorixGetBoardCpldVersion(nullptr, 16), -1);
-    block().setU8(0x1CC32, 0xFF);
-    EXPECT_EQ(QuorixGetBoardCpldVersion(text, 16), -1);
-    Sim::get().setResult(qrx::slotIndex(qrx::Slot::QuorixCheckFPGAEnable), 0);
-    EXPECT_EQ(QuorixGetBoardFPGAVersion(text, 16), -1);
 }
 
 TEST_F(UpdateRuns, VersionUpdates_ForwardWithTheKindAsIndex) {
@@ -222,7 +207,7 @@ TEST_F(UpdateRuns, UploadScan_TakesTheFirstImageOfTheTasksKindByName) {
 
 TEST_F(UpdateRuns, UploadScan_BackplaneAndFanPlaneImagesMatchTheirBoards) {
     frontBackplanes({"BP12X35AAAAA", "BP24NVMEB001"});
-    block().setU8(0x1D13A, 2);
+    poke({{0x1D13A, 2}});
     putText(0x1FF2F, "REARBP000002");
     putText(0x1FF2F + 1470, "BP24NVMEB001");
     putText(0x101B2 + 819, "FANPLANE0003");
