@@ -155,6 +155,11 @@ TEST_F(TfCard, VersionAndList_ReadTheBasesOfNewAndOld) {
     EXPECT_EQ(printedRc([] { return common_check_ima_file_version_tf_card("img_1.2.", "bios"); }, &out), 2);
     EXPECT_EQ(out, "[Info]:/mnt/sdmmc0p1/bios is not exist in TF Card\n\n");
     EXPECT_EQ(common_get_file_list_from_tf_card("bios", cur, prev), 2);
+    for (std::size_t length : {4081, 4082}) {  // a card path the system cannot take stays empty
+        const std::string dir(length, 'd');
+        EXPECT_EQ(printedRc([&] { return common_check_ima_file_version_tf_card("img", dir.c_str()); }, &out), 2);
+        EXPECT_EQ(out.substr(0, 21), length == 4081 ? "[Info]:" + kMnt + "/" : "[Info]: is not exist ") << length;
+    }
     mkdir((kMnt + "/bios").c_str(), 0755);
     EXPECT_EQ(common_check_ima_file_version_tf_card("img_1.2.", "bios"), 3);
     ASSERT_EQ(common_get_file_list_from_tf_card("bios", cur, prev), 0);

@@ -160,13 +160,14 @@ TEST_F(UpdateRuns, VersionUpdates_ForwardWithTheKindAsIndex) {
 }
 
 TEST_F(UpdateRuns, Estimates_ElapsedShareOfTheDurationUpTo95ThenTheStatusDecides) {
-    // Steps in order per task: duration, seconds since the start (none: no start time), status -> estimate, start kept.
+    // Steps in order per task: duration, seconds since the start (LONG_MIN: no start time), status -> estimates, start
+    // kept. Shares are chosen so that a clock tick during a step does not change them.
     const struct { int id; std::size_t durationAt; int duration; long ago; int status, cpld, fpga; bool startKept; } steps[] = {
         {3, 0x1D169, 120, 0, 2, 0, -1, true},     {3, 0x1D169, 120, 30, 2, 25, -1, true},  {3, 0x1D169, 120, 119, 2, 95, -1, true},
         {3, 0x1D169, 120, 200, 2, 95, -1, true},  {3, 0x1D169, 120, -30, 2, 95, -1, true}, {3, 0x1D169, 0, -30, 2, 95, -1, true},
-        {3, 0x1D169, 120, 30, 3, 100, -1, false}, {10, 0x101DA, 100, 40, 2, 40, -1, true}, {10, 0x101DA, 100, 40, 4, 40, -1, false},
-        {10, 0x101DA, 100, 40, 5, 40, -1, false}, {10, 0x101DA, 100, 40, 1, 0, -1, true},  {10, 0x101DA, 100, 40, 4, 0, -1, false},
-        {10, 0x101DA, 100, 150, 2, 95, -1, true}, {10, 0x101DA, 100, 150, 4, 0, -1, false}, {10, 0x101DA, 100, 40, 0, 0, -1, true},
+        {3, 0x1D169, 120, 30, 3, 100, -1, false}, {10, 0x101DA, 200, 80, 2, 40, -1, true}, {10, 0x101DA, 200, 80, 4, 40, -1, false},
+        {10, 0x101DA, 200, 80, 5, 40, -1, false}, {10, 0x101DA, 200, 80, 1, 0, -1, true},  {10, 0x101DA, 200, 80, 4, 0, -1, false},
+        {10, 0x101DA, 200, 300, 2, 95, -1, true}, {10, 0x101DA, 200, 300, 4, 0, -1, false}, {10, 0x101DA, 200, 80, 0, 0, -1, true},
         {2, 0x149D6, 600, LONG_MIN, 2, 0, -1, true},
         {8, 0x620F33, 200, 50, 2, -1, 25, true},  {8, 0x620F33, 200, 50, 4, -1, 25, true}, {8, 0x620F33, 200, 50, 3, -1, 100, true},
         {9, 0x621066, 200, 50, 2, -1, 25, true},  {14, 0x621665, 200, 50, 4, -1, 0, true}, {7, 0x1D08E, 600, LONG_MIN, 2, -1, 95, true},
