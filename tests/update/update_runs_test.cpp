@@ -212,7 +212,8 @@ TEST_F(UpdateRuns, UploadScan_BackplaneAndFanPlaneImagesMatchTheirBoards) {
     putText(0x1FF2F, "REARBP000002");
     putText(0x1FF2F + 1470, "BP24NVMEB001");
     putText(0x101B2 + 819, "FANPLANE0003");
-    for (const char *name : {"cpldREARBP000002.bin", "cpldFANPLANE0003.bin", "cpldBP24NVMEB001.bin"})
+    putText(0x1D13F + 1470 * 2, "BPBEYONDCNT1");  // past the front count: never matched
+    for (const char *name : {"cpldREARBP000002.bin", "cpldFANPLANE0003.bin", "cpldBP24NVMEB001.bin", "cpldBPBEYONDCNT1.bin"})
         writeFile(std::string("/usr/local/lmedia/") + name, "x");
     static std::string asked;
     replaceSlot(qrx::Slot::QuorixGetTaskIDByBpDesc, +[](const char *desc, int length) { asked.assign(desc, std::size_t(length)); return 4; });
