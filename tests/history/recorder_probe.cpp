@@ -1,99 +1,74 @@
-// Drives the recorder in a process of its own, under libfaketime: reads one
-// command per line from standard input and prints what the test checks.
-//
-//   at YYYY-MM-DD HH:MM:SS   sets the (frozen) clock through the timestamp file
-//   u8|u16|f32 HEXOFFSET V   writes a reading into the shared block
-//   scan INDEX VALUE         sets a device-scan switch
-//   flag VALUE               sets getHistoryDataFlag
-//   record                   historyDataRecord() -> "rc N"
-//   dump day|month|year      "history NAME", then one "rec HEX" line per record, oldest first
-//   work day|month|year      "work" and the 150 working-area counters
-#include <cstdint>
+// Runs the recorder under libfaketime, one command per line on standard input:
+//   at DATE TIME | u8|u16|f32 HEXOFFSET VALUE | scan INDEX VALUE | flag VALUE | record -> "rc N"
+//   dump day|month|year -> its two newest records "NAME h d m y refreshed closed channel=avg/max..."
+//   work day|month|year -> "work NAME channel=count/sum/max..."
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <iostream>
 #include <sstream>
-#include <string>
 
 #include "core/byte_access.h"
 #include "quorix_common_interface.h"
 
 namespace {
 
-QuorixHistoryBlock *historyNamed(const std::string &name) {
-    if (name == "day") return dayHistoryLinkHead;
-    if (name == "month") return monthHistoryLinkHead;
-    if (name == "year") return yearHistoryLinkHead;
-    return nullptr;
+std::string utc(std::uint32_t t) {
+    const std::time_t tt = t;
+    char text[32];
+    std::strftime(text, sizeof text, "%F_%R", std::gmtime(&tt));
+    return text;
 }
 
-bool setClock(const std::string &when) {
-    const char *file = std::getenv("FAKETIME_TIMESTAMP_FILE");
-    if (file == nullptr) return false;
-    FILE *f = std::fopen(file, "w");
-    if (f == nullptr) return false;
-    std::fprintf(f, "%s\n", when.c_str());
-    std::fclose(f);
-    return true;
+void printRecord(const char *name, unsigned char *record) {
+    const qrx::ByteView v(record);
+    std::printf("%s %u %u %u %u %s %s", name, v.u16(200), v.u16(202), v.u16(204), v.u16(206), utc(v.u32(208)).c_str(),
+                utc(v.u32(212)).c_str());
+    for (int c = 0; c < 50; ++c)
+        if (v.u16(4 * c) != 0 || v.u16(4 * c + 2) != 0) std::printf(" %d=%u/%u", c, v.u16(4 * c), v.u16(4 * c + 2));
+    std::printf("\n");
 }
 
 }  // namespace
 
 int main() {
-    if (quorix_interface_init() != 0 || historyDataInit() != 0) {
-        std::puts("error bind");
-        return 1;
-    }
+    if (quorix_interface_init() != 0 || historyDataInit() != 0) return 1;
     const qrx::ByteView block(intf_quorix_mem);
-    std::string line;
-    while (std::getline(std::cin, line)) {
+    const struct { const char *name; QuorixHistoryBlock *&h; } histories[] = {
+        {"day", dayHistoryLinkHead}, {"month", monthHistoryLinkHead}, {"year", yearHistoryLinkHead}};
+    for (std::string line, word, name; std::getline(std::cin, line); std::fflush(stdout)) {
         std::istringstream in(line);
-        std::string word;
+        std::size_t offset = 0;
+        double value = 0;
+        word = name = "";
         in >> word;
         if (word == "at") {
-            std::string rest;
-            std::getline(in, rest);
-            const auto start = rest.find_first_not_of(' ');
-            if (start == std::string::npos || !setClock(rest.substr(start))) std::puts("error clock");
+            std::FILE *f = std::fopen(std::getenv("FAKETIME_TIMESTAMP_FILE"), "w");
+            std::fprintf(f, "%s\n", line.substr(3).c_str());
+            std::fclose(f);
         } else if (word == "u8" || word == "u16" || word == "f32") {
-            std::size_t offset = 0;
-            double value = 0;
             in >> std::hex >> offset >> std::dec >> value;
             if (word == "u8") block.setU8(offset, static_cast<std::uint8_t>(value));
             if (word == "u16") block.setU16(offset, static_cast<std::uint16_t>(value));
             if (word == "f32") block.setF32(offset, static_cast<float>(value));
-        } else if (word == "scan") {
-            unsigned index = 0, value = 0;
-            in >> index >> value;
-            if (write_device_scan_enable(index, value) != 0) std::puts("error scan");
-        } else if (word == "flag") {
-            int value = 0;
-            in >> value;
+        } else if (word == "scan" && in >> offset >> value) {
+            write_device_scan_enable(static_cast<unsigned>(offset), static_cast<unsigned>(value));
+        } else if (word == "flag" && in >> value) {
             getHistoryDataFlag = static_cast<unsigned char>(value);
         } else if (word == "record") {
             std::printf("rc %d\n", historyDataRecord());
-        } else if (word == "dump" || word == "work") {
-            std::string name;
-            in >> name;
-            const QuorixHistoryBlock *h = historyNamed(name);
-            if (h == nullptr) {
-                std::puts("error history");
-            } else if (word == "work") {
-                std::printf("work");
-                for (unsigned v : h->work) std::printf(" %u", v);
-                std::printf("\n");
-            } else {
-                std::printf("history %s\n", name.c_str());
-                for (const QuorixHistoryNode *n = h->head; n != nullptr; n = n->next) {
-                    std::printf("rec ");
-                    for (unsigned char b : n->record) std::printf("%02x", b);
-                    std::printf("\n");
-                }
-            }
-        } else if (!word.empty()) {
-            std::printf("error command %s\n", word.c_str());
         }
-        std::fflush(stdout);
+        in >> name;
+        for (const auto &[historyName, h] : histories) {
+            if (name != historyName) continue;
+            if (word == "dump") printRecord(historyName, h->tail->prev->record), printRecord(historyName, h->tail->record);
+            if (word != "work") continue;
+            std::printf("work %s", historyName);
+            for (int c = 0; c < 50; ++c)
+                if (h->work[3 * c] + h->work[3 * c + 1] + h->work[3 * c + 2] != 0)
+                    std::printf(" %d=%u/%u/%u", c, h->work[3 * c], h->work[3 * c + 1], h->work[3 * c + 2]);
+            std::printf("\n");
+        }
     }
     return 0;
 }

@@ -1,220 +1,133 @@
-// Device upgrades with task bookkeeping: supplies, BIOS/SCP flash, GPU FPGA,
-// voltage regulators and the first-boot check of a new BIOS, run against the
-// simulator's programming devices.
+// Device upgrades against the simulator's programming devices: each run moves
+// its task, posts one IDL line, and a failure raises the event a later success
+// recovers; the first boot of a new BIOS.
+#include <algorithm>
 #include <atomic>
-#include <cstring>
 #include <ctime>
-#include <string>
+#include <cstring>
 #include <thread>
-#include <vector>
 
-#include "quorix_test.h"
+#include "update_cases.h"
 
 namespace {
 
 using namespace qtest;
+using DeviceUpgrades = UpdateTest;
+using qrx::Slot;
 
-
-class DeviceUpgrades : public UpdateTest {};
-
-TEST_F(DeviceUpgrades, Psu_RunIsRecordedAsTask5) {
-    qtest::writeFile("/var/psuimage", "image");
-    std::time_t before = std::time(nullptr);
-    std::string out;
-    int result = -5;
-    out = qtest::captureStdout([&] { result = QuorixUpdatePSU("/var/psuimage", 1); });
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(block().u8(taskField(5, kStatus)), 3);
+TEST_F(DeviceUpgrades, Runs_MoveTheirTaskAndPostOneLine) {
+    for (const char *f : {"/var/psuimage", "/usr/local/lmedia/bios.bin", "/usr/local/lmedia/hgx.bin", "/usr/local/lmedia/mps.bin"})
+        writeFile(f, "image");
+    writeFile("/usr/local/lmedia/hgx.bin.version", "0.9\n");
+    const struct { std::function<int()> run; Slot device; int fault, rc, task; std::string line; } cases[] = {
+        {[] { return QuorixUpdatePSU("/var/psuimage", 1); }, Slot::ProgramPsu, 0, 0, 5, "3/1 PSU1 upgrade with image /var/psuimage successed"},
+        {[] { return QuorixUpdatePSU("/var/psuimage", 0); }, Slot::ProgramPsu, 1, -1, 5, "3/1 PSU0 upgrade with image /var/psuimage failed"},
+        {[] { return QuorixUpdateSCP("/usr/local/lmedia/bios.bin", 1); }, Slot::ProgramScp, 0, 0, 11, "6/1 SCP flash upgrade with image /usr/local/lmedia/bios.bin successed"},
+        {[] { return QuorixUpdateSCP("/usr/local/lmedia/bios.bin", 0); }, Slot::ProgramScp, 1, -1, 1, "6/1 BIOS flash upgrade with image /usr/local/lmedia/bios.bin failed"},
+        {[] { return QuorixUpdateHgx2Fpga("/usr/local/lmedia/hgx.bin"); }, Slot::ProgramGpuFpga, 0, 0, 8, "5/1 GPU FPGA upgrade to version 0.9 successed"},
+        {[] { return QuorixUpdateGPUCECFpga("/usr/local/lmedia/hgx.bin"); }, Slot::ProgramGpuFpga, 1, -1, 9, "5/1 GPU CEC upgrade to version 0.9 failed"},
+        {[] { return QuorixInVRMPSUpgrade(3, "/usr/local/lmedia/mps.bin"); }, Slot::UpgradeVrMps, 0, 0, 6, "4/1 VR3 (MPS) upgrade with image /usr/local/lmedia/mps.bin successed"},
+        {[] { return QuorixInVRXDPUpgrade(1, "/usr/local/lmedia/mps.bin"); }, Slot::UpgradeVrXdp, 1, -1, 6, "4/1 VR1 (XDP) upgrade with image /usr/local/lmedia/mps.bin failed"},
+    };
+    Events expectEvents;
+    for (const auto &c : cases) {
+        Sim::get().setFault(qrx::slotIndex(c.device), c.fault);
+        const std::uint32_t before = static_cast<std::uint32_t>(std::time(nullptr));
+        EXPECT_EQ(printed(c.run).rc, c.rc) << c.line;
+        EXPECT_EQ(idlTexts(), Texts{c.line});
+        EXPECT_EQ(blockBytes(taskField(c.task, kStatus), 1), Bytes{std::uint8_t(c.rc == 0 ? 3 : 4)});
+        EXPECT_GE(block().u32(taskField(c.task, kStart)), before);
+        if (c.rc != 0) expectEvents.push_back({0x07, c.task, 4});
+        Sim::get().setFault(qrx::slotIndex(c.device), 0);
+    }
+    EXPECT_EQ(fileName(5), "/var/psuimage");
+    EXPECT_EQ(printed([] { return QuorixUpdatePSU("/var/psuimage", 0); }).rc, 0);
+    expectEvents.push_back({0x87, 5, 3});
+    EXPECT_EQ(selEvents(), expectEvents);
     EXPECT_EQ(block().u8(taskField(5, kProgress)), 100);
-    EXPECT_GE(block().u32(taskField(5, kStart)), static_cast<std::uint32_t>(before));
-    EXPECT_EQ(block().u8(taskField(5, 0)), 5);
-    EXPECT_STREQ(reinterpret_cast<const char *>(qtest::blockBytes(taskField(5, 177), 128).data()), "/var/psuimage");
-    EXPECT_NE(out.find("\r\n==== task_id:5  status:2 =====\r\n"), std::string::npos);
-    EXPECT_NE(out.find("\r\n==== task_id:5  status:3 =====\r\n"), std::string::npos);
-    auto lines = takeIdlLines();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].kind, 3);
-    EXPECT_EQ(lines[0].text, "PSU1 upgrade with image /var/psuimage successed");
-    EXPECT_TRUE(selEvents().empty());
-}
-
-TEST_F(DeviceUpgrades, Psu_FailureRaisesTheEventAndTheNextSuccessTheRecovery) {
-    qtest::writeFile("/var/psuimage", "image");
-    qtest::writeFile("/var/psuimage.version", "2.05\n");
-    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::ProgramPsu), 1);
-    qtest::captureStdout([] { EXPECT_EQ(QuorixUpdatePSU("/var/psuimage", 0), -1); });
-    EXPECT_EQ(block().u8(taskField(5, kStatus)), 4);
-    EXPECT_EQ(takeIdlLines()[0].text, "PSU0 upgrade to version 2.05 failed");
-    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::ProgramPsu), 0);
-    qtest::captureStdout([] { EXPECT_EQ(QuorixUpdatePSU("/var/psuimage", 0), 0); });
-    EXPECT_EQ(selEvents(), (std::vector<std::vector<int>>{{0x07, 5, 4}, {0x87, 5, 3}}));
-    // A missing image starts no task.
-    qtest::captureStdout([] { EXPECT_EQ(QuorixUpdatePSU("/var/none", 0), -1); });
-    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::ProgramPsu)), 2u);
+    unsigned char progress[97];
+    EXPECT_EQ(printed([&] { return QuorixGetFlashProgress(progress); }).rc, 254) << "the simulated flasher's file";
+    EXPECT_EQ(QuorixGetFpgaUpgradeProgress(8), 100);
+    // Refused before any task moves.
+    const struct { std::function<int()> run; Printed expect; } refused[] = {
+        {[] { return QuorixUpdatePSU("/var/none", 0); }, {-1, "QuorixUpdatePSU: psu0 image /var/none not found\n"}},
+        {[] { return QuorixUpdateSCP("/usr/local/lmedia/bios.bin", 2); }, {-2, "QuorixUpdateSCP: no flash 2\n"}},
+        {[] { return QuorixUpdateSCP(nullptr, 1); }, {-1, "QuorixUpdateSCP: image (null) not found\n"}},
+        {[] { return QuorixUpdateGPUCECFpga("/usr/local/lmedia/none"); }, {-1, "GPU CEC image /usr/local/lmedia/none not found\n"}},
+        {[] { return QuorixInVRPXEUpgrade(0, "/usr/local/lmedia/pxe.bin"); }, {-1, "VR0 PXE image /usr/local/lmedia/pxe.bin not found\n"}},
+    };
+    const Bytes table = taskTable();
+    for (const auto &c : refused) EXPECT_EQ(printed(c.run), c.expect);
+    EXPECT_EQ(taskTable(), table);
+    EXPECT_EQ(Sim::get().callCount(qrx::slotIndex(Slot::UpgradeVrPxe)), 0u);
 }
 
 // Reads the progress byte the way a peer process does, without a lock.
-__attribute__((noinline)) int unlockedProgressRead(int id) {
-    return block().u8(taskField(id, kProgress));
-}
+__attribute__((noinline)) int unlockedProgressRead(int id) { return block().u8(taskField(id, kProgress)); }
 
-TEST_F(DeviceUpgrades, Psu_ProgressMovesWhileTheSimulatorProgramsTheSupply) {
-    qtest::writeFile("/var/psuimage", "image");
+TEST_F(DeviceUpgrades, Psu_ProgressRisesWhileTheSimulatorPrograms) {
+    writeFile("/var/psuimage", "image");
     setProgramTime(56, 400);
     std::atomic<bool> done{false};
-    std::vector<int> seen;
+    std::vector<int> seen{0};
     std::thread watcher([&] {
-        while (!done) {
-            int p = unlockedProgressRead(5);
-            if (seen.empty() || seen.back() != p) seen.push_back(p);
-            std::this_thread::yield();
-        }
+        for (; !done; std::this_thread::yield())
+            if (int p = unlockedProgressRead(5); p != seen.back()) seen.push_back(p);
     });
-    qtest::captureStdout([] { EXPECT_EQ(QuorixUpdatePSU("/var/psuimage", 2), 0); });
+    EXPECT_EQ(printed([] { return QuorixUpdatePSU("/var/psuimage", 2); }).rc, 0);
     done = true;
     watcher.join();
-    if (seen.back() != block().u8(taskField(5, kProgress))) seen.push_back(block().u8(taskField(5, kProgress)));
+    if (seen.back() != unlockedProgressRead(5)) seen.push_back(unlockedProgressRead(5));
     ASSERT_GE(seen.size(), 3u);
-    for (std::size_t i = 1; i < seen.size(); ++i) EXPECT_GT(seen[i], seen[i - 1]);
+    EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()) && std::adjacent_find(seen.begin(), seen.end()) == seen.end());
     EXPECT_EQ(seen.back(), 100);
 }
 
-TEST_F(DeviceUpgrades, BiosFlash_SimulatorWritesTheFlasherFile) {
-    qtest::writeFile("/usr/local/lmedia/bios.bin", "image");
-    qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateSCP("/usr/local/lmedia/bios.bin", 0), 0); });
-    EXPECT_EQ(block().u8(taskField(1, kStatus)), 3);
-    unsigned char progress[97];
-    int result = 0;
-    qtest::captureStdout([&] { result = QuorixGetFlashProgress(progress); });
-    EXPECT_EQ(result, 255);
-    EXPECT_EQ(progress[1], 100);
-    EXPECT_EQ(takeIdlLines()[0].text, "BIOS flash upgrade with image /usr/local/lmedia/bios.bin successed");
-
-    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::ProgramScp), 1);
-    qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateSCP("/usr/local/lmedia/bios.bin", 0), -1); });
-    qtest::captureStdout([&] { result = QuorixGetFlashProgress(progress); });
-    EXPECT_EQ(result, 254);
-    EXPECT_EQ(block().u8(taskField(1, kStatus)), 4);
-}
-
-TEST_F(DeviceUpgrades, ScpFlash_UsesTask11AndRefusesBadInput) {
-    qtest::writeFile("/usr/local/lmedia/scp.bin", "image");
-    qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateSCP("/usr/local/lmedia/scp.bin", 1), 0); });
-    EXPECT_EQ(block().u8(taskField(11, kStatus)), 3);
-    EXPECT_EQ(block().u8(taskField(11, kProgress)), 100);
-    EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateSCP("/usr/local/lmedia/scp.bin", 2), -2); }),
-              "QuorixUpdateSCP: no flash 2\n");
-    EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateSCP(nullptr, 1), -1); }),
-              "QuorixUpdateSCP: image (null) not found\n");
-    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::ProgramScp)), 1u);
-}
-
-TEST_F(DeviceUpgrades, GpuFpgaAndCec_RecordStartTimeForTheEstimate) {
-    qtest::writeFile("/usr/local/lmedia/hgx.bin", "image");
-    qtest::writeFile("/usr/local/lmedia/hgx.bin.version", "0.9");
-    qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateHgx2Fpga("/usr/local/lmedia/hgx.bin"), 0); });
-    EXPECT_EQ(block().u8(taskField(8, kStatus)), 3);
-    EXPECT_NE(block().u32(taskField(8, kStart)), 0u);
-    EXPECT_EQ(QuorixGetFpgaUpgradeProgress(8), 100);
-    auto lines = takeIdlLines();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].kind, 5);
-    EXPECT_EQ(lines[0].text, "GPU FPGA upgrade to version 0.9 successed");
-    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::ProgramGpuFpga), 3);
-    qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateGPUCECFpga("/usr/local/lmedia/hgx.bin"), 3); });
-    EXPECT_EQ(block().u8(taskField(9, kStatus)), 4);
-    qtest::captureStdout([] { EXPECT_EQ(QuorixUpdateGPUCECFpga("/usr/local/lmedia/none"), -1); });
-    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::ProgramGpuFpga)), 2u);
-}
-
-void stageVr(std::uint8_t vendor, std::uint8_t index, const char *image) {
-    unsigned char record[48] = {};
-    record[0] = 1;
-    record[1] = vendor;
-    record[2] = index;
-    std::strncpy(reinterpret_cast<char *>(record + 4), image, 43);
-    ASSERT_EQ(QuorixWriteMainBoardEEprom(3840, record, 48), 48);
-}
-
-TEST_F(DeviceUpgrades, Vr_StagedRequestIsFoundCheckedAndRunOnce) {
+TEST_F(DeviceUpgrades, Vr_StagedRequestIsFoundAndRunOnce) {
     EXPECT_EQ(QuorixInVRCheckUpgrade(), -1);  // blank EEPROM
     EXPECT_EQ(QuorixInVRAutoUpgrade(), -2);
-    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::UpgradeVr)), 0u);
-    stageVr(2, 1, "/usr/local/lmedia/vr1.bin");
-    qtest::captureStdout([] { EXPECT_EQ(Quorix_HasUpdateFile(6), 1); });
-    EXPECT_EQ(block().u8(taskField(6, kStatus)), 1);
-    EXPECT_EQ(block().u8(taskField(6, 37)), 4);
-    qtest::captureStdout([] { EXPECT_EQ(QuorixInVRAutoUpgrade(), 0); });
+    unsigned char record[48] = {1, 2, 1};
+    std::strcpy(reinterpret_cast<char *>(record + 4), "/usr/local/lmedia/vr1.bin");
+    ASSERT_EQ(QuorixWriteMainBoardEEprom(3840, record, 48), 48);
+    EXPECT_EQ(printed([] { return Quorix_HasUpdateFile(6); }).rc, 1);
+    EXPECT_EQ(blockBytes(taskField(6, kStatus), 2), (Bytes{1, 4}));
+    EXPECT_EQ(printed(QuorixInVRAutoUpgrade).rc, 0);
     EXPECT_EQ(block().u8(taskField(6, kStatus)), 3);
-    EXPECT_EQ(takeIdlLines()[0].text, "VR1 upgrade with image /usr/local/lmedia/vr1.bin successed");
-    EXPECT_EQ(QuorixInVRCheckUpgrade(), -1);  // used up
-    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::UpgradeVr)), 2u);
-    // The platform may answer that nothing is due.
-    stageVr(0, 0, "/x");
-    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::UpgradeVr), 1);
-    EXPECT_EQ(QuorixInVRCheckUpgrade(), 1);
+    EXPECT_EQ(idlTexts(), Texts{"4/1 VR1 upgrade with image /usr/local/lmedia/vr1.bin successed"});
+    EXPECT_EQ(QuorixInVRCheckUpgrade(), -1) << "used up";
+    EXPECT_EQ(Sim::get().callCount(qrx::slotIndex(Slot::UpgradeVr)), 2u);
+    ASSERT_EQ(QuorixWriteMainBoardEEprom(3840, record, 48), 48);
+    simResults({{Slot::UpgradeVr, 1}});
+    EXPECT_EQ(QuorixInVRCheckUpgrade(), 1) << "the platform says nothing is due";
     EXPECT_EQ(Quorix_HasUpdateFile(6), 0);
 }
 
-TEST_F(DeviceUpgrades, Vr_VendorUpgradesNeedAnImage) {
-    qtest::writeFile("/usr/local/lmedia/mps.bin", "image");
-    qtest::captureStdout([] { EXPECT_EQ(QuorixInVRMPSUpgrade(3, "/usr/local/lmedia/mps.bin"), 0); });
-    EXPECT_EQ(takeIdlLines()[0].text, "VR3 (MPS) upgrade with image /usr/local/lmedia/mps.bin successed");
-    EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixInVRPXEUpgrade(0, "/usr/local/lmedia/pxe.bin"), -1); }),
-              "VR0 PXE image /usr/local/lmedia/pxe.bin not found\n");
-    qtest::Sim::get().setFault(qrx::slotIndex(qrx::Slot::UpgradeVrXdp), 1);
-    qtest::captureStdout([] { EXPECT_EQ(QuorixInVRXDPUpgrade(1, "/usr/local/lmedia/mps.bin"), -1); });
-    EXPECT_EQ(block().u8(taskField(6, kStatus)), 4);
-    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::UpgradeVrPxe)), 0u);
-    EXPECT_EQ(qtest::Sim::get().callCount(qrx::slotIndex(qrx::Slot::UpgradeVrMps)), 1u);
-}
-
-std::vector<std::vector<int>> g_selectorCalls;
+std::vector<std::vector<int>> g_selector;
 int setSelector(int selector, int flash) {
-    g_selectorCalls.push_back({selector, flash});
+    g_selector.push_back({selector, flash});
     return 0;
 }
 
-std::uint8_t eepromByte(int offset) {
-    unsigned char b = 0;
-    EXPECT_EQ(QuorixReadMainBoardEEprom(offset, &b, 1), 1);
-    return b;
-}
-
-TEST_F(DeviceUpgrades, BiosBootMonitor_ThirdFailedBootSwitchesImage) {
-    g_selectorCalls.clear();
-    qtest::replaceSlot(qrx::Slot::QuorixSetBIOSBootSelector, &setSelector);
-    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::CheckBIOSDoubleFlashSupport), 1);
-    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::checkBIOSBootOK), 0);
-    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::QuorixGetBIOSBootSelector), 1);
-    unsigned char pending[2] = {1, 0};
-    ASSERT_EQ(QuorixWriteMainBoardEEprom(3892, pending, 2), 2);
-    std::string out = qtest::captureStdout([] {
-        for (int i = 0; i < 3; ++i) EXPECT_EQ(QuorixBIOSBootUpMonitor(), 0);
-    });
-    EXPECT_EQ(g_selectorCalls, (std::vector<std::vector<int>>{{0, 0}}));
-    EXPECT_EQ(eepromByte(3892), 0);
+TEST_F(DeviceUpgrades, BiosBootMonitor_ThirdFailedBootSwitchesImageABootedOneFinishes) {
+    replaceSlot(Slot::QuorixSetBIOSBootSelector, &setSelector);
+    simResults({{Slot::CheckBIOSDoubleFlashSupport, 1}, {Slot::checkBIOSBootOK, 0}, {Slot::QuorixGetBIOSBootSelector, 1}});
+    Bytes pending{1, 0};
+    ASSERT_EQ(QuorixWriteMainBoardEEprom(3892, pending.data(), 2), 2);
+    for (int boot = 0; boot < 4; ++boot) EXPECT_EQ(printed(QuorixBIOSBootUpMonitor).rc, 0);
+    EXPECT_EQ(g_selector, (std::vector<std::vector<int>>{{0, 0}}));
+    EXPECT_EQ(eeprom(3892, 2), (std::vector<unsigned char>{0, 0}));
     EXPECT_EQ(block().u8(taskField(1, kStatus)), 4);
-    EXPECT_EQ(selEvents(), (std::vector<std::vector<int>>{{0x07, 1, 4}}));
-    EXPECT_EQ(takeIdlLines()[0].text, "BIOS boot-up after upgrade failed, switched to image 0");
-    QuorixBIOSBootUpMonitor();  // nothing pending any more
-    EXPECT_EQ(g_selectorCalls.size(), 1u);
-}
-
-TEST_F(DeviceUpgrades, BiosBootMonitor_BootedBiosFinishesTheTask) {
-    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::CheckBIOSDoubleFlashSupport), 1);
-    unsigned char pending[2] = {1, 2};
-    ASSERT_EQ(QuorixWriteMainBoardEEprom(3892, pending, 2), 2);
-    qtest::captureStdout([] { EXPECT_EQ(QuorixBIOSBootUpMonitor(), 0); });
-    EXPECT_EQ(eepromByte(3892), 0);
-    EXPECT_EQ(eepromByte(3893), 0);
-    EXPECT_EQ(block().u8(taskField(1, kStatus)), 3);
-    EXPECT_EQ(takeIdlLines()[0].text, "BIOS boot-up after upgrade successed");
-    // Single-flash boards never look.
-    ASSERT_EQ(QuorixWriteMainBoardEEprom(3892, pending, 2), 2);
-    qtest::Sim::get().setResult(qrx::slotIndex(qrx::Slot::CheckBIOSDoubleFlashSupport), 0);
+    EXPECT_EQ(selEvents(), (Events{{0x07, 1, 4}}));
+    EXPECT_EQ(idlTexts(), Texts{"6/1 BIOS boot-up after upgrade failed, switched to image 0"});
+    simResults({{Slot::checkBIOSBootOK, 1}, {Slot::CheckBIOSDoubleFlashSupport, 0}});
+    ASSERT_EQ(QuorixWriteMainBoardEEprom(3892, Bytes{1, 2}.data(), 2), 2);
     EXPECT_EQ(QuorixBIOSBootUpMonitor(), 0);
-    EXPECT_EQ(eepromByte(3892), 1);
+    EXPECT_EQ(eeprom(3892, 2), (std::vector<unsigned char>{1, 2})) << "single-flash boards never look";
+    simResults({{Slot::CheckBIOSDoubleFlashSupport, 1}});
+    EXPECT_EQ(printed(QuorixBIOSBootUpMonitor).rc, 0);
+    EXPECT_EQ(eeprom(3892, 2), (std::vector<unsigned char>{0, 0}));
+    EXPECT_EQ(block().u8(taskField(1, kStatus)), 3);
+    EXPECT_EQ(idlTexts(), Texts{"6/1 BIOS boot-up after upgrade successed"});
 }
 
 }  // namespace
