@@ -89,25 +89,35 @@ void copyOutName(char *out, int length, const char *name) {
     std::snprintf(out, 64, "%.*s", length, name);
 }
 
-int rotateImages(const CardPath &dir) {
+// Calls fn(name, path) for every regular file of dir.
+template <typename Fn>
+void forEachRegularFile(const CardPath &dir, Fn fn) {
     qrx::UniqueDir d(opendir(dir.c_str()));
-    if (!d) return 0;
+    if (!d) return;
     while (const dirent *entry = readdir(d.get())) {
         CardPath path("%s/%s", dir.c_str(), entry->d_name);
-        if (!isRegularFile(path)) continue;
-        if (std::strstr(entry->d_name, ".old") != nullptr) {
-            if (unlink(path.c_str()) != 0)
-                qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Unlink %s fail in TF card \n", path.c_str());
-        } else if (std::strstr(entry->d_name, ".new") != nullptr) {
-            // Cut at the first "n" anywhere in the name; image names carry none before the suffix.
-            int base = partBefore(entry->d_name, "n");
-            if (base == 0) continue;
-            CardPath renamed("%s/%.*sold", dir.c_str(), base, entry->d_name);
-            if (rename(path.c_str(), renamed.c_str()) != 0)
-                qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Rename %s to %s fail in TF card \n", path.c_str(),
-                            renamed.c_str());
-        }
+        if (isRegularFile(path)) fn(entry->d_name, path);
     }
+}
+
+// The previous images (".old") go, then the current ones (".new") become the
+// previous. Two walks: a walk that renames as it goes may meet a fresh
+// ".old" again and delete the image it just kept.
+int rotateImages(const CardPath &dir) {
+    forEachRegularFile(dir, [](const char *name, const CardPath &path) {
+        if (std::strstr(name, ".old") != nullptr && unlink(path.c_str()) != 0)
+            qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Unlink %s fail in TF card \n", path.c_str());
+    });
+    forEachRegularFile(dir, [&dir](const char *name, const CardPath &path) {
+        if (std::strstr(name, ".old") != nullptr || std::strstr(name, ".new") == nullptr) return;
+        // Cut at the first "n" anywhere in the name; image names carry none before the suffix.
+        int base = partBefore(name, "n");
+        if (base == 0) return;
+        CardPath renamed("%s/%.*sold", dir.c_str(), base, name);
+        if (rename(path.c_str(), renamed.c_str()) != 0)
+            qrx::debugLog(qrx::kLogCritical, qrx::kModuleMonitor, "Rename %s to %s fail in TF card \n", path.c_str(),
+                          renamed.c_str());
+    });
     return 0;
 }
 
