@@ -1,6 +1,5 @@
-// The recorder across hour, day, month and year boundaries: each scenario runs
-// the probe under libfaketime with a frozen clock its script moves, readings
-// written into the shared block between samples.
+// The recorder across hour, day, month and year boundaries: each scenario runs the probe under libfaketime with
+// a frozen clock its script moves, readings written into the shared block between samples.
 #include <unistd.h>
 
 #include <cstdio>
@@ -23,10 +22,8 @@ std::string probe(const std::string &script) {
     const std::string command = "env FAKETIME_TIMESTAMP_FILE=/tmp/history-clock FAKETIME_NO_CACHE=1 TZ=UTC "
                                 "ASAN_OPTIONS=verify_asan_link_order=0 " +
                                 qtest::programCommand(QRX_RECORDER_PROBE, QRX_FAKETIME_LIB) + " < /tmp/history-script";
-    std::string out;
-    FILE *pipe = popen(command.c_str(), "r");
-    for (char buf[4096]; std::size_t n = std::fread(buf, 1, sizeof buf, pipe);) out.append(buf, n);
-    return pclose(pipe) == 0 ? out : out + "probe failed\n";
+    const qtest::CommandRun run = qtest::runCommand(command);
+    return run.status == 0 ? run.out : run.out + "probe failed\n";
 }
 
 struct Scenario {

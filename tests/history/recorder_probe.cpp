@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <fstream>
 #include <iostream>
 #include <sstream>
 
@@ -43,9 +44,7 @@ int main() {
         word = name = "";
         in >> word;
         if (word == "at") {
-            std::FILE *f = std::fopen(std::getenv("FAKETIME_TIMESTAMP_FILE"), "w");
-            std::fprintf(f, "%s\n", line.substr(3).c_str());
-            std::fclose(f);
+            std::ofstream(std::getenv("FAKETIME_TIMESTAMP_FILE")) << line.substr(3) << '\n';
         } else if (word == "u8" || word == "u16" || word == "f32") {
             in >> std::hex >> offset >> std::dec >> value;
             if (word == "u8") block.setU8(offset, static_cast<std::uint8_t>(value));
