@@ -32,17 +32,14 @@ const std::string kReadings =
 const std::string kZero = " 0 0 0 0 1970-01-01_00:00 1970-01-01_00:00\n";
 const std::string kOthers = " 1=36/36 2=100/100 3=201/201 10=4660/4660 49=1000/1000\n";
 
-std::string utc(std::time_t t) {
-    char text[32];
-    std::strftime(text, sizeof text, "%F_%R", std::gmtime(&t));
-    return text;
-}
-
 // "NAME h d m y refreshed closed channel=avg/max..." of one record.
 void printRecord(const char *name, unsigned char *record) {
     const qrx::ByteView v(record);
-    std::printf("%s %u %u %u %u %s %s", name, v.u16(200), v.u16(202), v.u16(204), v.u16(206), utc(v.u32(208)).c_str(),
-                utc(v.u32(212)).c_str());
+    char times[40];
+    const std::time_t refreshed = v.u32(208), closed = v.u32(212);
+    const std::size_t n = std::strftime(times, 20, "%F_%R ", std::gmtime(&refreshed));
+    std::strftime(times + n, 20, "%F_%R", std::gmtime(&closed));
+    std::printf("%s %u %u %u %u %s", name, v.u16(200), v.u16(202), v.u16(204), v.u16(206), times);
     for (int c = 0; c < 50; ++c)
         if (v.u16(4 * c) != 0 || v.u16(4 * c + 2) != 0) std::printf(" %d=%u/%u", c, v.u16(4 * c), v.u16(4 * c + 2));
     std::printf("\n");
