@@ -71,7 +71,8 @@ void runScript(const std::string &script) {
         in >> name;
         for (const auto &[historyName, h] : histories) {
             if (name != historyName) continue;
-            if (word == "dump") printRecord(historyName, h->tail->prev->record), printRecord(historyName, h->tail->record);
+            if (word == "dump")
+                for (QuorixHistoryNode *n : {h->tail->prev, h->tail}) printRecord(historyName, n->record);
             if (word != "work") continue;
             std::printf("work %s", historyName);
             for (int c = 0; c < 50; ++c)

@@ -100,7 +100,7 @@ TEST_F(DeviceUpgrades, Vr_StagedRequestIsFoundAndRunOnce) {
 
 TEST_F(DeviceUpgrades, BiosBootMonitor_ThirdFailedBootSwitchesImageABootedOneFinishes) {
     static std::vector<std::vector<int>> g_selector;
-    replaceSlot(Slot::QuorixSetBIOSBootSelector, +[](int selector, int flash) { return g_selector.push_back({selector, flash}), 0; });
+    replaceSlot(Slot::QuorixSetBIOSBootSelector, +[](int selector, int flash) { g_selector.push_back({selector, flash}); return 0; });
     simResults({{Slot::CheckBIOSDoubleFlashSupport, 1}, {Slot::checkBIOSBootOK, 0}, {Slot::QuorixGetBIOSBootSelector, 1}});
     ASSERT_EQ(QuorixWriteMainBoardEEprom(3892, Bytes{1, 0}.data(), 2), 2);
     for (int boot = 0; boot < 4; ++boot) EXPECT_EQ(printed(QuorixBIOSBootUpMonitor).rc, 0);
