@@ -1,13 +1,12 @@
-// The three history rings: creation, the drop rule, counts, clearing, and
-// the readers built on them.
+// The three history rings: creation, the drop rule, counts, clearing, and the readers built on them.
 #include <ctime>
+#include <tuple>
 
 #include "quorix_test.h"
 
 namespace {
 
 using namespace qtest;
-QuorixHistoryBlock *&history(int kind) { return kind == 1 ? dayHistoryLinkHead : kind == 2 ? monthHistoryLinkHead : yearHistoryLinkHead; }
 Record recordAt(const std::vector<unsigned char> &buffer, std::size_t i) { return Record(buffer.begin() + 216 * i, buffer.begin() + 216 * (i + 1)); }
 std::vector<Record> made(unsigned from, unsigned to) {
     std::vector<Record> out;
@@ -16,8 +15,7 @@ std::vector<Record> made(unsigned from, unsigned to) {
 }
 
 TEST_F(HistoryTest, Rings_StartFullOfZeroRecordsAndKeepTheNewestOldestFirst) {
-    for (auto [kind, capacity] : {std::pair{1, 24}, {2, 31}, {3, 12}}) {
-        QuorixHistoryBlock *h = history(kind);
+    for (auto [kind, h, capacity] : {std::tuple{1, dayHistoryLinkHead, 24}, {2, monthHistoryLinkHead, 31}, {3, yearHistoryLinkHead, 12}}) {
         EXPECT_EQ(h->nodes, reinterpret_cast<QuorixHistoryNode *>(h + 1));
         EXPECT_EQ(records(h), std::vector<Record>(capacity, Record(216, 0)));
         EXPECT_EQ(std::vector<unsigned>(h->work, h->work + 150), std::vector<unsigned>(150, 0));
@@ -43,8 +41,7 @@ TEST_F(HistoryTest, Rings_StartFullOfZeroRecordsAndKeepTheNewestOldestFirst) {
     EXPECT_EQ(historyDataInit(), 0);
     EXPECT_EQ(yearHistoryLinkHead, year);
     EXPECT_EQ(getHistoryDataNum(2), 31);
-    EXPECT_EQ(AddHistoryData(nullptr, makeRecord(1).data()), -1);
-    EXPECT_EQ(AddHistoryData(dayHistoryLinkHead, nullptr), -1);
+    EXPECT_EQ(AddHistoryData(nullptr, makeRecord(1).data()) + AddHistoryData(dayHistoryLinkHead, nullptr), -2);
 }
 
 TEST_F(HistoryTest, Clear_ErasesEveryRecordAndStampsTheNewest) {

@@ -1,5 +1,4 @@
-// Helpers of the update tests: a call's result with what it printed, pokes,
-// and views of task records and IDL lines.
+// Helpers of the update tests: a call's result with what it printed, pokes, task records and IDL lines.
 #pragma once
 
 #include <functional>
@@ -16,9 +15,9 @@ struct Printed {
 };
 inline std::ostream &operator<<(std::ostream &os, const Printed &p) { return os << p.rc << " \"" << p.out << '"'; }
 inline Printed printed(const std::function<int()> &call) {
-    Printed p{0, ""};
-    p.out = captureStdout([&] { p.rc = call(); });
-    return p;
+    int rc = 0;
+    std::string out = captureStdout([&] { rc = call(); });
+    return {rc, out};
 }
 using Events = std::vector<std::vector<int>>;
 using Texts = std::vector<std::string>;

@@ -1,5 +1,4 @@
-// CPLD and FPGA runs: board matching, one programming call and one IDL line
-// per matched device, version readers, progress estimates, the upload scan.
+// CPLD/FPGA runs (board match, one programming call and IDL line per device), versions, estimates, upload scan.
 #include <sys/stat.h>
 
 #include <climits>
@@ -13,11 +12,7 @@ namespace {
 
 using namespace qtest;
 
-struct ProgramCall {
-    int kind, index, trigger;
-    std::string path;
-    bool operator==(const ProgramCall &o) const { return std::tie(kind, index, trigger, path) == std::tie(o.kind, o.index, o.trigger, o.path); }
-};
+using ProgramCall = std::tuple<int, int, int, std::string>;  // kind, index, trigger, path
 std::vector<ProgramCall> g_programmed;
 std::vector<int> g_results;  // answers of the programming calls in turn, then 0
 
@@ -64,7 +59,7 @@ TEST_F(UpdateRuns, MainBoardCpld_NeedsTheBoardIdInTheNameThenProgramsOnce) {
     EXPECT_EQ(printed([&] { return QuorixUpdateCpld(0, 0, image.c_str()); }).rc, 6);
     EXPECT_EQ(g_programmed, (std::vector<ProgramCall>{{0, 0, 0x42, image}, {0, 0, 0x42, image}}));
     EXPECT_EQ(idlTexts(), (Texts{"2/1 MainBoard CPLD0 upgrade from version 1.3 to version 1.4 successed",
-                                                    "2/1 MainBoard CPLD0 upgrade from NULL to version 1.4 failed"}));
+                                 "2/1 MainBoard CPLD0 upgrade from NULL to version 1.4 failed"}));
 }
 
 TEST_F(UpdateRuns, Backplanes_ProgramEachMatchingDeviceAndOrTheResults) {
@@ -76,7 +71,7 @@ TEST_F(UpdateRuns, Backplanes_ProgramEachMatchingDeviceAndOrTheResults) {
     EXPECT_EQ(g_programmed, (std::vector<ProgramCall>{{1, 0, 0, image}, {1, 2, 0, image}}));
     EXPECT_NE(block().u32(taskField(3, kStart)), 0u);
     EXPECT_EQ(idlTexts(), (Texts{"2/1 Front BackPlane CPLD0 upgrade from version 2.1 to version 3.4 failed",
-                                                    "2/1 Front BackPlane CPLD2 upgrade from version 2.3 to version 3.4 failed"}));
+                                 "2/1 Front BackPlane CPLD2 upgrade from version 2.3 to version 3.4 failed"}));
     // No matching device: nothing is programmed.
     for (auto [kind, path] : {std::pair{1, "cpldBP12X35ZZZZZ"}, {1, "BP24NVMEB001"}, {1, "cpldBP24"}, {2, "cpldBP24NVMEB001"},
                               {4, "cpldBP24NVMEB001"}, {-1, "cpldBP24NVMEB001"}})
@@ -92,9 +87,9 @@ TEST_F(UpdateRuns, RearBackplaneLine_NeedsSideFileCountAndPresence) {
     writeFile(image + ".version", "");
     post(2, 1, image.c_str(), "failed");  // an empty one
     writeFile(image + ".version", std::string(50, '7'));
-    for (auto [kind, index] : {std::pair{2, 2}, {0, 1}}) post(kind, index, image.c_str(), "failed");
-    post(2, 1, nullptr, "failed");
-    post(2, 1, image.c_str(), nullptr);
+    for (auto [kind, index, path, word] : {std::tuple{2, 2, image.c_str(), "failed"}, {0, 1, image.c_str(), "failed"},
+                                           {2, 1, nullptr, "failed"}, {2, 1, image.c_str(), nullptr}})
+        post(kind, index, path, word);
     EXPECT_EQ(idlTexts(), Texts{});
     post(2, 1, image.c_str(), "failed");
     EXPECT_EQ(idlTexts(), Texts{"2/0 Rear BackPlane CPLD1 upgrade from version 3.5 to version " + std::string(40, '7') + " failed"});
@@ -128,23 +123,21 @@ TEST_F(UpdateRuns, Fpga_BoardIdThenStartTimeProgrammingAndLine) {
 TEST_F(UpdateRuns, VersionReaders_FormatHighAndLowNibble) {
     poke({{0x1CC32, 0x21}, {0x1D139, 2}, {0x1D269 + 1470, 0xF3}, {0x1D13A, 1}, {0x20059, 0x07}, {0x1D0EA, 0x10}, {0x101FD + 819, 0x45}});
     char text[16];
-    const struct { std::function<int(int)> read; int size, rc; const char *text; } cases[] = {
-        {[&](int n) { return QuorixGetBoardCpldVersion(text, n); }, 16, 0, "2.1"},
-        {[&](int n) { return QuorixGetBoardCpldVersion(text, n); }, 3, 0, "2"},
-        {[&](int n) { return QuorixGetHddCpldVersion(7, 1, text, n); }, 16, 0, "15.3"},
-        {[&](int n) { return QuorixGetHddCpldVersion(7, 2, text, n); }, 16, -1, ""},
-        {[&](int n) { return QuorixGetHddCpldVersion(8, 0, text, n); }, 16, 0, "0.7"},
-        {[&](int n) { return QuorixGetHddCpldVersion(8, 1, text, n); }, 16, -1, ""},
-        {[&](int n) { return QuorixGetBoardFPGAVersion(text, n); }, 16, 0, "1.0"},
-        {[&](int n) { return QuorixGetBoardFanPanelCPLDVersion(1, text, n); }, 16, 0, "4.5"},
-        {[&](int n) { return QuorixGetBoardFanPanelCPLDVersion(2, text, n); }, 16, -1, ""},
-        {[&](int n) { return QuorixGetBoardCpldVersion(nullptr, n); }, 16, -1, ""},
-        {[&](int n) { return poke({{0x1CC32, 0xFF}}), QuorixGetBoardCpldVersion(text, n); }, 16, -1, ""},
-        {[&](int n) { return simResults({{qrx::Slot::QuorixCheckFPGAEnable, 0}}), QuorixGetBoardFPGAVersion(text, n); }, 16, -1, ""},
+    const struct { std::function<int(char *, int)> read; int size, rc; const char *text; } cases[] = {
+        {QuorixGetBoardCpldVersion, 16, 0, "2.1"}, {QuorixGetBoardCpldVersion, 3, 0, "2"},
+        {[](char *t, int n) { return QuorixGetHddCpldVersion(7, 1, t, n); }, 16, 0, "15.3"},
+        {[](char *t, int n) { return QuorixGetHddCpldVersion(7, 2, t, n); }, 16, -1, ""},
+        {[](char *t, int n) { return QuorixGetHddCpldVersion(8, 0, t, n); }, 16, 0, "0.7"},
+        {[](char *t, int n) { return QuorixGetHddCpldVersion(8, 1, t, n); }, 16, -1, ""},
+        {QuorixGetBoardFPGAVersion, 16, 0, "1.0"}, {[](char *, int n) { return QuorixGetBoardCpldVersion(nullptr, n); }, 16, -1, ""},
+        {[](char *t, int n) { return QuorixGetBoardFanPanelCPLDVersion(1, t, n); }, 16, 0, "4.5"},
+        {[](char *t, int n) { return QuorixGetBoardFanPanelCPLDVersion(2, t, n); }, 16, -1, ""},
+        {[](char *t, int n) { return poke({{0x1CC32, 0xFF}}), QuorixGetBoardCpldVersion(t, n); }, 16, -1, ""},
+        {[](char *t, int n) { return simResults({{qrx::Slot::QuorixCheckFPGAEnable, 0}}), QuorixGetBoardFPGAVersion(t, n); }, 16, -1, ""},
     };
     for (const auto &c : cases) {
         std::strcpy(text, "");
-        EXPECT_EQ(c.read(c.size), c.rc) << c.text;
+        EXPECT_EQ(c.read(text, c.size), c.rc) << c.text;
         EXPECT_STREQ(text, c.text);
     }
     EXPECT_EQ(printed([&] { return QuorixGetHddCpldVersion(9, 0, text, 16); }), (Printed{-1, "[Error]: Program should not run into here! "}));
@@ -185,8 +178,7 @@ TEST_F(UpdateRuns, Estimates_ElapsedShareOfTheDurationUpTo95ThenTheStatusDecides
     block().setU16(0x149D6, 0x0102);
     block().setU32(taskField(2, kStart), 0);
     const std::string out = printed([] { return QuorixGetCpldUpgradeProgress(2); }).out, now = std::to_string(std::time(nullptr));
-    EXPECT_EQ(out,
-              "\r\n=====current time:" + now + "  start time:0, tmptime:" + now + "  cpldUpdataTime:258======\r\n");
+    EXPECT_EQ(out, "\r\n=====current time:" + now + "  start time:0, tmptime:" + now + "  cpldUpdataTime:258======\r\n");
 }
 
 TEST_F(UpdateRuns, UploadScan_TakesTheFirstImageOfTheTasksKindByName) {
@@ -195,13 +187,12 @@ TEST_F(UpdateRuns, UploadScan_TakesTheFirstImageOfTheTasksKindByName) {
         writeFile(std::string("/usr/local/lmedia/") + name, "x");
     Printed scan = printed([] { return Quorix_HasUpdateFile(2); });
     EXPECT_EQ(scan.rc, 1);
-    EXPECT_EQ(fileName(2), "/usr/local/lmedia/cpld_b.bin");
-    EXPECT_EQ(blockBytes(taskField(2, kStatus), 2), (Bytes{1, 4}));
     EXPECT_NE(scan.out.find("\r\n====   uType:2,d_name:cpld_MKRA.bin    BoardId:0 BoardIDStr: 0 ====\r\n"), std::string::npos);
     EXPECT_NE(scan.out.find("\r\n====   d_name:cpld_b.bin      ====\r\n"), std::string::npos);
     EXPECT_EQ(scan.out.find("cpld_dir"), std::string::npos);
     EXPECT_EQ(printed([] { return Quorix_HasUpdateFile(2); }).rc, 0) << "the task is taken";
     EXPECT_EQ(fileName(2), "/usr/local/lmedia/cpld_b.bin");
+    EXPECT_EQ(blockBytes(taskField(2, kStatus), 2), (Bytes{1, 4}));
     for (int id : {-1, 0, 1, 8, 11, 14, 255}) EXPECT_EQ(Quorix_HasUpdateFile(id), 0) << id;
     for (auto [id, found] : {std::pair{9, 1}, {7, 1}, {5, 0}}) EXPECT_EQ(printed([id = id] { return Quorix_HasUpdateFile(id); }).rc, found);
 }
