@@ -118,9 +118,11 @@ TEST_F(TfCard, ImageCopy_KeepsOneNewAndOneOldCopy) {
         EXPECT_EQ(readFile(kMnt + "/bios/" + s.after.back()), s.after.back() == "img_1.4.old" ? "v3" : s.contents);
     }
     mkdir((kMnt + "/fw").c_str(), 0755);
-    writeFile(kMnt + "/fw/bonus_2.0.new", "x");  // cut at its first "n"
+    // bonus_ is cut at its first "n"; the fresh img_1.4.old survives whatever the directory order.
+    for (const char *name : {"img_1.4.new", "img_1.4.old", "bonus_2.0.new"}) writeFile(kMnt + "/fw/" + name, name);
     ASSERT_EQ(common_copy_ima_file_to_tf_card("/tmp/image.bin", "cpld_3.1.", "fw"), 0);
-    EXPECT_EQ(directoryEntries(kMnt + "/fw"), (Entries{"boold", "cpld_3.1.new"}));
+    EXPECT_EQ(directoryEntries(kMnt + "/fw"), (Entries{"boold", "cpld_3.1.new", "img_1.4.old"}));
+    EXPECT_EQ(readFile(kMnt + "/fw/img_1.4.old"), "img_1.4.new");
     EXPECT_FALSE(fileExists(kLog)) << "the image copy does not mount";
 }
 
