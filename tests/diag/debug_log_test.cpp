@@ -91,20 +91,15 @@ TEST_F(DebugLog, LevelPathAndModuleRulesDecideWhatReachesTheConsole) {
 TEST_F(DebugLog, PlatformLogGetsLocal5WithTheLevelsPriorityAndTheCutMessage) {
     qtest::PlatformLog platform;
     const std::string tail = std::string(1000, 'x') + "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ";
-    EXPECT_EQ(logged({"LEVEL_INFO", "PATH_LOG", "PATH_BOTH", "ENABLE_IPMI"},
-                     [&] {
-                         eachLevel("IPMI");
-                         QuorixDebug(2, "IPMI", "%s", tail.c_str());
-                     }),
-              "");
-    const Files messages = platform.drain();
-    ASSERT_EQ(messages.size(), 5u);
-    const char *priorities[] = {"174", "172", "175", "170", "175"};
-    for (int i = 0; i < 5; ++i)
-        EXPECT_TRUE(std::regex_match(messages[i], std::regex("<" + std::string(priorities[i]) +
-                                                             R"(>[A-Z][a-z]{2} [ \d]\d \d\d:\d\d:\d\d [^:]+: )" +
-                                                             (i < 4 ? "m" + std::to_string(i) : tail.substr(0, 1023)))))
-            << messages[i];
+    const auto calls = [&] {
+        eachLevel("IPMI");
+        QuorixDebug(2, "IPMI", "%s", tail.c_str());
+    };
+    EXPECT_EQ(logged({"LEVEL_INFO", "PATH_LOG", "PATH_BOTH", "ENABLE_IPMI"}, calls), "");
+    const std::regex header(R"(^(<\d+>)[A-Z][a-z]{2} [ \d]\d \d\d:\d\d:\d\d [^:]+: )");  // priority kept
+    Files masked;
+    for (const std::string &m : platform.drain()) masked.push_back(std::regex_replace(m, header, "$1"));
+    EXPECT_EQ(masked, (Files{"<174>m0", "<172>m1", "<175>m2", "<170>m3", "<175>" + tail.substr(0, 1023)}));
 }
 
 }  // namespace
