@@ -1,4 +1,5 @@
 // Pipes and the ready-made requests: every record byte for byte as its daemon reads it.
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -42,9 +43,9 @@ struct PipeRequest {
     Bytes record;
 } const kPipeRequests[] = {
     {"AddSel",
-     [] { return QuorixAddSELToIPMIMain({{0x20, 0x00, 0x04, 0x0D, 0x96, 0x6F, 0x01, 0xFF, 0x00, 0xA1, 0xB2, 0xC3}}); },
+     [] { return QuorixAddSELToIPMIMain({{0x20, 0x00, 0x04, 0x0D, 0x96, 0x6F, 0x01, 0xFF, 0x5C, 0xA1, 0xB2, 0xC3}}); },
      "/var/quorix_ipmimain_pipe",
-     sized(18, {{2, 0x20}, {4, 0x04}, {5, 0x0D}, {6, 0x96}, {7, 0x6F}, {8, 0x01}, {9, 0xFF}})},
+     sized(18, {{2, 0x20}, {4, 0x04}, {5, 0x0D}, {6, 0x96}, {7, 0x6F}, {8, 0x01}, {9, 0xFF}, {10, 0x5C}})},
     {"Reload", QuorixSendReloadToIPMIMain, "/var/quorix_ipmimain_pipe", sized(18, {{0, 1}})},
     {"OneKeyLog", QuorixPostReqToOneKeyLog, "/var/quorix_okl_pipe", sized(300, {{0, 3}})},
     {"SelCollector", QuorixPostReqToRFSELCollectLog, "/var/quorix_selc_pipe", sized(300, {{0, 3}})},
@@ -89,6 +90,20 @@ TEST_F(NamedPipes, TaskNoticesAcceptedGoOutWholeRefusedOnesNotAtAll) {
     qtest::replaceSlot(
         qrx::Slot::QuorixWritePipe, +[](const char *, unsigned char *, int length) { return length - 1; });
     EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixNotifyTaskThread(2, 3), -1); }), "Error writing Prep command");
+}
+
+// Sent as a SEL event and reported done; the calling thread keeps the request's name.
+TEST_F(NamedPipes, TaskFailureGoesOutAsASelEventAndRenamesTheCallingThread) {
+    ASSERT_EQ(QuorixCreatePipe("/var/quorix_ipmimain_pipe"), 0);
+    qtest::FifoReader reader("/var/quorix_ipmimain_pipe");
+    EXPECT_EQ(qtest::inChild([] {
+                  char name[16] = {};
+                  const int result = QuorixAddTaskFailToSEL(0x07, 3, 9);
+                  prctl(PR_GET_NAME, name, 0, 0, 0);
+                  std::printf("%d %s", result, name);
+              }),
+              "0 QuorixAddTaskFa");
+    EXPECT_EQ(reader.take(), sized(18, {{2, 0x20}, {5, 0x18}, {6, 0x02}, {7, 0x07}, {8, 0x01}, {9, 3}, {10, 9}}));
 }
 
 class QueueRequests : public qtest::MessagingTest {};
