@@ -20,10 +20,8 @@ template <typename T>
 T argValue(std::size_t i, std::size_t nullIndex) {
     if constexpr (std::is_pointer_v<T>)
         return i == nullIndex ? nullptr : reinterpret_cast<T>(0x1000 + 0x10 * i);
-    else if constexpr (std::is_floating_point_v<T>)
-        return static_cast<T>(1.5 + static_cast<double>(i));
-    else
-        return static_cast<T>(0x21 + i);
+    else  // a fraction for floats, so that a detour through an integer shows
+        return static_cast<T>(0x21 + static_cast<double>(i) + (std::is_floating_point_v<T> ? 0.5 : 0.0));
 }
 template <typename T>
 std::uintptr_t asWord(T value) {
