@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <regex>
+#include <tuple>
 
 #include "quorix_test.h"
 
@@ -30,12 +31,7 @@ void eachLevel(const char *module) {
 TEST_F(DebugLog, LevelPathAndModuleRulesDecideWhatReachesTheConsole) {
     const std::string all = "[Info]:<T>m0\n[Warning]:<T>m1\n[Error]:<T>m2\n[Critical]:<T>m3\n";
     // clang-format off
-    const struct {
-        const char *what;
-        Files files;
-        std::function<void()> calls;
-        std::string out;
-    } cases[] = {
+    const std::tuple<const char *, Files, std::function<void()>, std::string> cases[] = {  // what, files, calls, out
         {"no level file", {"ENABLE_IPMI", "PATH_SERIAL"}, [] { eachLevel("IPMI"); }, ""},
         {"no path file", {"ENABLE_IPMI", "LEVEL_INFO"}, [] { eachLevel("IPMI"); }, ""},
         {"no control directory", {}, [] { std::filesystem::remove_all(qtest::kControlDir), QuorixDebug(3, "", "x"); }, ""},
@@ -82,7 +78,7 @@ TEST_F(DebugLog, LevelPathAndModuleRulesDecideWhatReachesTheConsole) {
          }, "[Info]:<T>one\n[Info]:<T>two\n[Critical]:<T>three\n[Critical]:<T>four\n[Critical]:<T>five\n"},
     };
     // clang-format on
-    for (const auto &c : cases) EXPECT_EQ(logged(c.files, c.calls), c.out) << c.what;
+    for (const auto &[what, files, calls, out] : cases) EXPECT_EQ(logged(files, calls), out) << what;
     EXPECT_TRUE(qtest::fileExists(qtest::kReloadMarker)) << "the library never removes the marker";
 }
 
