@@ -1,6 +1,7 @@
 // Binding without the feature library: the sandbox has none at its path.
 #include <csignal>
 #include <regex>
+#include <tuple>
 
 #include "quorix_test.h"
 
@@ -31,20 +32,12 @@ TEST(MissingLibrary, GuardedHealthCheckRefusesWhilePlainForwarderFaults) {
 
 // Broken feature libraries: each bind attempt prints why and leaves the
 // pointers it could not get null; a block that appears later binds both.
-struct Binding {
-    int result;
-    std::string out;
-    bool mem, table;
-};
+using Binding = std::tuple<int, std::string, bool, bool>;  // result, output, block bound, table bound
 Binding bind() {
     int result = 0;
     const std::string out = qtest::captureStdout([&] { result = quorix_interface_init(); });
     return {result, out, quorix_get_intf_mem() != nullptr, quorix_get_intf_handle() != nullptr};
 }
-bool operator==(const Binding &a, const Binding &b) {
-    return a.result == b.result && a.out == b.out && a.mem == b.mem && a.table == b.table;
-}
-void PrintTo(const Binding &b, std::ostream *os) { *os << b.result << " '" << b.out << "' " << b.mem << b.table; }
 
 TEST(nogetter, ReportsMissingBlockGetter) {
     EXPECT_EQ(bind(), (Binding{-1, "get quorix mem fail\n", false, false}));

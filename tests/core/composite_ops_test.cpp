@@ -2,6 +2,7 @@
 // touches records "slot(args)" (a pointer as "*byte", the byte it points to).
 #include <functional>
 #include <map>
+#include <tuple>
 
 #include "quorix_test.h"
 
@@ -38,7 +39,7 @@ void installRecorders() {
     (qtest::replaceSlot(S, &Recorder<S, typename qrx::SlotSig<S>::type>::call), ...);
 }
 
-class ComposedOps : public qtest::BoundTest {};
+using ComposedOps = qtest::BoundTest;
 
 struct Row {
     const char *what;
@@ -110,9 +111,8 @@ TEST_F(ComposedOps, CallTheirSlotsInOrderAndMapTheResult) {
         g_calls.clear();
         g_results = r.results;
         long result = 0;
-        EXPECT_EQ(qtest::captureStdout([&] { result = r.call(); }), r.out) << r.what;
-        EXPECT_EQ(result, r.result) << r.what;
-        EXPECT_EQ(g_calls, r.calls) << r.what;
+        const std::string out = qtest::captureStdout([&] { result = r.call(); });
+        EXPECT_EQ(std::tie(out, result, g_calls), std::tie(r.out, r.result, r.calls)) << r.what;
     }
 }
 

@@ -39,9 +39,9 @@ TEST_F(DebugControl, SwitchQueriesAndWordTables) {
     const std::pair<std::string, int> enabled[] = {
         {"SNMP", 1}, {"snmp", 0}, {"IPMI", 0}, {longName, 1}, {longName.substr(0, 36), 0}};
     for (const auto &[name, on] : enabled) EXPECT_EQ(GetDebugSourceIsEnable(name.c_str()), on) << name;
-    const std::pair<const char *, int> known[] = {{"DEV", 1},        {"IPMI", 1}, {"REDFISH", 1}, {"SNMP", 1},
-                                                  {"QRXMONITOR", 1}, {"CPLD", 1}, {"QRXDIAG", 0}, {"ipmi", 0},
-                                                  {"IPMI ", 0},      {"", 0}};
+    const std::pair<const char *, int> known[] = {
+        {"DEV", 1}, {"IPMI", 1}, {"REDFISH", 1}, {"SNMP", 1}, {"QRXMONITOR", 1}, {"CPLD", 1}, {"QRXDIAG", 0},
+        {"ipmi", 0}, {"IPMI ", 0}, {"", 0}};
     for (const auto &[module, valid] : known) EXPECT_EQ(GetSourceIsVaild(module), valid) << module;
     EXPECT_EQ(GetDebugSourceIsEnable(nullptr) + GetSourceIsVaild(nullptr), -2);
     const char *saved = DebugSourceFile[0];
@@ -66,14 +66,10 @@ TEST_F(DebugControl, ShowAllDebugInfo_PrintsTheTenFlagsInHex) {
 // Every key is scanned from the start of the text: a later key stores the
 // value of the last successful scan, or 0. {flag index, byte} of what changes.
 TEST_F(DebugControl, SetDebugInformation_ScansEachKeyFromTheStartOfTheText) {
-    const std::pair<std::string, std::vector<std::pair<int, int>>> cases[] = {{"debug0_10", {{0, 10}}},
-                                                                              {"debug3_7 debug5_1", {{3, 7}, {5, 7}}},
-                                                                              {"debug5_1 debug3_7", {{3, 0}, {5, 1}}},
-                                                                              {"debug9_300", {{9, 44}}},
-                                                                              {"xdebug1_5", {{1, 0}}},
-                                                                              {"debug2_-1", {{2, 0xFF}}},
-                                                                              {"debug4_", {{4, 0}}},
-                                                                              {"debug10_3", {}}};
+    const std::pair<std::string, std::vector<std::pair<int, int>>> cases[] = {
+        {"debug0_10", {{0, 10}}}, {"debug3_7 debug5_1", {{3, 7}, {5, 7}}}, {"debug5_1 debug3_7", {{3, 0}, {5, 1}}},
+        {"debug9_300", {{9, 44}}}, {"xdebug1_5", {{1, 0}}}, {"debug2_-1", {{2, 0xFF}}}, {"debug4_", {{4, 0}}},
+        {"debug10_3", {}}};
     for (const auto &[given, changed] : cases) {
         std::vector<unsigned char> expected(12, 0xEE);  // guard, ten flags, guard
         for (auto [index, value] : changed) expected[1 + index] = static_cast<unsigned char>(value);

@@ -1,6 +1,9 @@
 // Pipes and the ready-made requests: every record byte for byte as its daemon reads it.
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <tuple>
 
 #include "ipc/wire_records.h"
 #include "quorix_test.h"
@@ -33,19 +36,16 @@ TEST_F(NamedPipes, CreateMakesAFifoOnceLeavesAnythingThereAloneAndNamesAFailure)
     EXPECT_EQ(qtest::readFile("/var/poweroffscanpipe"), "a plain file");
 }
 
-int addSel() {
-    return QuorixAddSELToIPMIMain(
-        QuorixSelEvent{{0x20, 0x00, 0x04, 0x0D, 0x96, 0x6F, 0x01, 0xFF, 0x00, 0xA1, 0xB2, 0xC3}});
-}
-
 struct PipeRequest {
     const char *name;
     int (*send)();
     const char *path;
     Bytes record;
 } const kPipeRequests[] = {
-    {"AddSel", addSel, "/var/quorix_ipmimain_pipe",
-     sized(18, {{2, 0x20}, {4, 0x04}, {5, 0x0D}, {6, 0x96}, {7, 0x6F}, {8, 0x01}, {9, 0xFF}})},
+    {"AddSel",
+     [] { return QuorixAddSELToIPMIMain({{0x20, 0x00, 0x04, 0x0D, 0x96, 0x6F, 0x01, 0xFF, 0x5C, 0xA1, 0xB2, 0xC3}}); },
+     "/var/quorix_ipmimain_pipe",
+     sized(18, {{2, 0x20}, {4, 0x04}, {5, 0x0D}, {6, 0x96}, {7, 0x6F}, {8, 0x01}, {9, 0xFF}, {10, 0x5C}})},
     {"Reload", QuorixSendReloadToIPMIMain, "/var/quorix_ipmimain_pipe", sized(18, {{0, 1}})},
     {"OneKeyLog", QuorixPostReqToOneKeyLog, "/var/quorix_okl_pipe", sized(300, {{0, 3}})},
     {"SelCollector", QuorixPostReqToRFSELCollectLog, "/var/quorix_selc_pipe", sized(300, {{0, 3}})},
@@ -75,47 +75,41 @@ INSTANTIATE_TEST_SUITE_P(Requests, PipeRequests, ::testing::ValuesIn(kPipeReques
 
 // {type, task, accepted, byte 1 of the notice}; the task's low byte counts.
 TEST_F(NamedPipes, TaskNoticesAcceptedGoOutWholeRefusedOnesNotAtAll) {
-    const struct {
-        unsigned type, task;
-        bool accepted;
-        std::uint8_t byte1;
-    } cases[] = {{0, 5, true, 0},     {1, 7, true, 0},    {2, 0, true, 0},   {2, 14, true, 14},
-                 {2, 255, true, 255}, {3, 9, true, 0},    {3, 255, true, 0}, {2, 0x10E, true, 14},
-                 {2, 15, false, 0},   {2, 254, false, 0}, {4, 0, false, 0},  {0xFFFFFFFFu, 1, false, 0}};
+    const std::tuple<unsigned, unsigned, bool, std::uint8_t> cases[] = {
+        {0, 5, true, 0},     {1, 7, true, 0},    {2, 0, true, 0},   {2, 14, true, 14},
+        {2, 255, true, 255}, {3, 9, true, 0},    {3, 255, true, 0}, {2, 0x10E, true, 14},
+        {2, 15, false, 0},   {2, 254, false, 0}, {4, 0, false, 0},  {0xFFFFFFFFu, 1, false, 0}};
     ASSERT_EQ(QuorixCreatePipe("/var/poweroffscanpipe"), 0);
     qtest::FifoReader reader("/var/poweroffscanpipe");
-    for (const auto &c : cases) {
-        std::string out =
-            qtest::captureStdout([&] { EXPECT_EQ(QuorixNotifyTaskThread(c.type, c.task), c.accepted ? 0 : -1); });
-        EXPECT_EQ(out, c.accepted ? "" : "Notify Task fail, Invalid msg type or task id.\n") << c.type << "/" << c.task;
-        EXPECT_EQ(reader.take(),
-                  c.accepted ? sized(1025, {{0, static_cast<std::uint8_t>(c.type)}, {1, c.byte1}}) : Bytes{});
+    for (const auto &[type, task, accepted, byte1] : cases) {
+        const std::string out =
+            qtest::captureStdout([&] { EXPECT_EQ(QuorixNotifyTaskThread(type, task), accepted ? 0 : -1); });
+        EXPECT_EQ(out, accepted ? "" : "Notify Task fail, Invalid msg type or task id.\n") << type << "/" << task;
+        EXPECT_EQ(reader.take(), accepted ? sized(1025, {{0, static_cast<std::uint8_t>(type)}, {1, byte1}}) : Bytes{});
     }
     qtest::replaceSlot(
         qrx::Slot::QuorixWritePipe, +[](const char *, unsigned char *, int length) { return length - 1; });
     EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixNotifyTaskThread(2, 3), -1); }), "Error writing Prep command");
 }
 
-// The payload a peer restores from a message on the queue of key; the type word's spare bytes are zeros.
-Bytes received(int key) {
-    qtest::KernelMessage m = qtest::receiveInChild(key);
-    Bytes raw = m.raw();
-    EXPECT_TRUE(m.received && raw.size() >= 1 + m.text.size());
-    EXPECT_EQ(Bytes(raw.begin() + 1 + static_cast<long>(m.text.size()), raw.end()),
-              Bytes(raw.size() - 1 - m.text.size(), 0));
-    return Bytes(raw.begin() + 1, raw.begin() + 1 + static_cast<long>(m.text.size()));
-}
-
-Bytes idlPayload(const QuorixIdlRecord &record, std::uint32_t stamp) {
-    Bytes payload(4 + sizeof record.bytes, 0);
-    std::copy(record.bytes, record.bytes + sizeof record.bytes, payload.begin() + 4);
-    qrx::ByteView(payload.data()).setU32(4 + 8, stamp);
-    return payload;
+// Sent as a SEL event and reported done; the calling thread keeps the request's name.
+TEST_F(NamedPipes, TaskFailureGoesOutAsASelEventAndRenamesTheCallingThread) {
+    ASSERT_EQ(QuorixCreatePipe("/var/quorix_ipmimain_pipe"), 0);
+    qtest::FifoReader reader("/var/quorix_ipmimain_pipe");
+    EXPECT_EQ(qtest::inChild([] {
+                  char name[16] = {};
+                  const int result = QuorixAddTaskFailToSEL(0x07, 3, 9);
+                  prctl(PR_GET_NAME, name, 0, 0, 0);
+                  std::printf("%d %s", result, name);
+              }),
+              "0 QuorixAddTaskFa");
+    EXPECT_EQ(reader.take(), sized(18, {{2, 0x20}, {5, 0x18}, {6, 0x02}, {7, 0x07}, {8, 0x01}, {9, 3}, {10, 9}}));
 }
 
 class QueueRequests : public qtest::MessagingTest {};
 
-// Log type 0 goes out as the caller made it; a type above 1 is refused with 1.
+// Log type 0 goes out as the caller made it, behind the marker byte and a zeroed four-byte
+// header; a type above 1 is refused with 1.
 TEST_F(QueueRequests, IdlLogTypeZeroIsSentUnchangedTypesAboveOneAreRefused) {
     for (int type : {0, 2, 0x80, 0xFF}) {
         qrx::ipc::IdlRecord r;
@@ -123,7 +117,11 @@ TEST_F(QueueRequests, IdlLogTypeZeroIsSentUnchangedTypesAboveOneAreRefused) {
         r.sensorEvent(0x0D, 0x96, 0x6F, 0x01, 0xFF, "DISK3_Status");
         std::string out = qtest::captureStdout([&] { EXPECT_EQ(QuorixPostReqToIDL(r.record()), type == 0 ? 0 : 1); });
         EXPECT_EQ(out, type == 0 ? "" : "the IDL Log Type(" + std::to_string(type) + ") is Error\n");
-        EXPECT_EQ(type == 0 ? received(12345) : Bytes{}, type == 0 ? idlPayload(r.record(), 0x12345678) : Bytes{});
+        if (type != 0) continue;
+        Bytes peerView(sizeof(long) + 4 + sizeof r.record().bytes, 0);
+        peerView[0] = 1;
+        std::copy_n(r.record().bytes, sizeof r.record().bytes, peerView.begin() + 1 + 4);
+        EXPECT_EQ(qtest::receiveInChild(12345).raw(), peerView);
     }
     EXPECT_EQ(qtest::queuedMessages(12345) + qtest::queuedMessages(12347), 0);
 }
