@@ -214,15 +214,6 @@ std::vector<std::string> splitLines(const std::string &text) {
     return lines;
 }
 
-std::string programCommand(const std::string &path, const std::string &preload) {
-    const char *emulator = std::getenv("QUORIX_EMULATOR");
-    if (emulator == nullptr || *emulator == '\0')
-        return preload.empty() ? path : "env LD_PRELOAD=" + preload + " " + path;
-    std::string command = emulator;
-    if (!preload.empty()) command += " -E LD_PRELOAD=" + preload;
-    return command + " " + path;
-}
-
 CommandRun runCommand(const std::string &commandLine) {
     std::string command = commandLine + " 2>&1";
     FILE *p = popen(command.c_str(), "r");

@@ -72,10 +72,6 @@ void expectGolden(const char *testSource, const std::string &name, const std::st
 // Runs fn with standard output sent to a file; returns what it printed.
 std::string captureStdout(const std::function<void()> &fn);
 
-// Shell command word(s) that start the built program at path: prefixed by
-// $QUORIX_EMULATOR when set (ARM programs under qemu have no binfmt handler).
-// A preload library goes to the program, not to the emulator.
-std::string programCommand(const std::string &path, const std::string &preload = "");
 
 // Result of running a function in a forked child.
 struct ChildResult {
