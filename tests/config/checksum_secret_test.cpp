@@ -59,7 +59,7 @@ constexpr const char *kKeyFile = "/etc/quorix/encrypt.key";
 
 using Secret = qtest::BoundTest;
 
-TEST_F(Secret, InPlaceRoundTripIsStableAndTheKeyIsMadeOnceRootOnly) {
+TEST_F(Secret, RoundTripsAreStableAndTheKeyIsMadeOnceRootOnly) {
     unsigned char field[64] = "auth-Phrase-0x1234", again[64] = "auth-Phrase-0x1234", original[64] = "auth-Phrase-0x1234";
     ASSERT_EQ(std::make_pair(QuorixPwEncrypt(field, 64), QuorixPwEncrypt(again, 64)), std::make_pair(0, 0));
     EXPECT_NE(std::memcmp(field, original, 64), 0);
@@ -69,6 +69,11 @@ TEST_F(Secret, InPlaceRoundTripIsStableAndTheKeyIsMadeOnceRootOnly) {
     struct stat st {};
     ASSERT_EQ(stat(kKeyFile, &st), 0);
     EXPECT_EQ(std::make_pair(st.st_size, st.st_mode & 0777), std::make_pair(off_t{56}, 0600u));
+    char form[64] = {}, back[16] = {};  // the base64 text form for other components
+    ASSERT_EQ(QuorixPwEncryptAndCyo("S3cret!pw", form, "device-key", 9), 0);
+    ASSERT_EQ(QuorixPwDecryptAndCyo(form, back, "device-key", sizeof back), 0);
+    EXPECT_EQ(std::strlen(form), 12u) << "base64 of nine bytes";
+    EXPECT_STREQ(back, "S3cret!pw");
 }
 
 TEST_F(Secret, InPlaceRefusalsPrintWhyAndTouchNothing) {

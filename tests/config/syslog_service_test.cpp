@@ -92,6 +92,7 @@ TEST_F(SyslogService, AChangeWritesTheFileRestartsThenStores_NoChangeDoesNothing
     c.syslog = 2, c.level = 3, c.protocol = 1;
     EXPECT_EQ(qtest::readFile(kConf), std::string(qrx::config::syslog::configText(c).view()));
     EXPECT_EQ(qtest::readFile(kCalls), "stop\nstart\n");
+    EXPECT_EQ(QuorixSyslogConfigInit(), 0u) << "read back from the file";
     ASSERT_EQ(set(destRequest(3, 1, 2, "log.example.com", 6514)), 0u);
     qtest::writeFile(kConf, "sentinel");
     std::remove(kCalls);

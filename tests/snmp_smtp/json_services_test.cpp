@@ -76,8 +76,8 @@ const Service kServices[] = {
      "AUTHUserName", kAgentRec + 40, {req({10}, "privphrase")}, req({10}, kClear),
      req({10}, std::string("\0Xauthphrase", 11)), kAgentRec + 81, 24, {}, 0},
     {"Smtp", setSmtp, QuorixGetSmtpTotalConfFromJson, QuorixGetSmtpDstCfgFromMem, kSmtpRec, 268 + 332, kSmtpRcpt, 332,
-     "/conf/SmtpCfg.json", "/etc/defconfig/SmtpCfg.json", "SmtpCfg", "SmtpDestCfg", {0, 14, 1}, {0, 14, 2},
-     kSmtpRec + 267, {0, 14, 3}, 0xC9,
+     "/conf/SmtpCfg.json", "/etc/defconfig/SmtpCfg.json", "SmtpCfg", "SmtpDestCfg", {0, 10, 'A'}, {0, 10, 'B'},
+     kSmtpRec + 247, {0, 14, 3}, 0xC9,
      {{kSmtpRec, {0}}, {kSmtpRec + 48, {25, 0, 0xD1, 0x01}}, {kSmtpRec + 247, text("BMC Alert", 17)},
       {kSmtpRec + 264, {1, 1, 0, 1}}, {kSmtpRcpt, Bytes(332, 0)}},
      "Smtp", "SmtpPort", kSmtpRec + 48, {3, 1}, "Subject", kSmtpRec + 247, {}, req({0, 8}, kClear),
@@ -339,12 +339,15 @@ TEST_F(Parameters, SecretsStoredProtected_ReadersGiveThemBackClear_OemGetsAsStor
          // Only the first 21 bytes of the engine ID are cleared.
          {{0, 1, 1}, 0, kTrapRec + 129, Bytes(21, 0) + text("ccccc", 6)},
          V3, {{0, 1, 1}, 0, kTrapRec + 2, Bytes(17, 0)}});
+    unsigned char changed = 0;  // the record-only set reports a change instead of saving it
+    EXPECT_EQ(SetSNMPTrapCfg(V2.request.data(), 3, &changed), 0u);
+    EXPECT_EQ(changed, 1);
 }
 
 Bytes trapRecord(unsigned char version) {
     return Bytes{0, 255, version, 1} + text("community1", 17) + text("AssertTag", 17) + text("v3user", 17) +
            text("MD5", 17) + text("authpass1", 21) + text("AES", 17) + text("privpass1", 21) +
-           text("80001F8880AB12", 49) + Bytes{43};
+           text("80001F8890AB12", 49) + Bytes{43};
 }
 Bytes agentRecord(unsigned char v1, unsigned char v2, unsigned char v3) {
     return Bytes{254, v1, v2} + text("public", 17) + text("private", 17) + Bytes{1, v3, 2, 1} + text("v3user", 17) +
@@ -370,7 +373,7 @@ TEST_F(Parameters, WholeRecordsStoreWhatTheirEnablesAllowAndCheckTheRest) {
         {put(trapRecord(2), 4, "a b"), 0xC9}, {put(trapRecord(3), 2, Bytes{4}), 0xC9}, {put(trapRecord(3), 21, "Other"), 0xC9},
         {put(trapRecord(3), 180, Bytes{6}), 0xC9}, {put(trapRecord(3), 38, "a b"), 0xCC}, {put(trapRecord(3), 93, "XYZ"), 0xC9},
         {put(trapRecord(3), 72, "short"), 0xC7}, {shortOf(trapRecord(3)), 0xC7}});
-    run(setAgent, {{agentRecord(1, 0, 1), 0, kAgentRec, agent},  // invalid text in disabled groups is not looked at
+    run(setAgent, {{req({8}, "a-long-user-name"), 0}, {agentRecord(1, 0, 1), 0, kAgentRec, agent},  // the name replaced whole
                    {put(agentRecord(0, 0, 0), 4, std::string(16, ' ')), 0, kAgentRec, put(put(agent, 0, Bytes{0}), 37, Bytes{0})},
                    {agentRecord(2, 0, 0), 0xC9}, {put(agentRecord(1, 0, 1), 39, Bytes{3}), 0xCC},
                    {put(agentRecord(0, 1, 0), 6, Bytes{0x7F}), 0xC9}, {shortOf(agentRecord(1, 1, 1)), 0xC7, kAgentRec, {0, 0}}});
@@ -396,9 +399,11 @@ TEST_F(Parameters, SavedRecordsLoadBackAsTheyWere_ForeignValuesAsTheSaverWritesT
     ASSERT_EQ(QuorixSetSnmpTotalConfToJson(loaded.data() + 208, loaded.data(), "/conf/SnmpTrapCfg.json"), 0);
     ASSERT_EQ(QuorixGetSnmpTotalConfFromJson(), 0);
     EXPECT_EQ(qtest::blockBytes(kTrapDest, 208 + 179), loaded);
-    qtest::writeFile("/conf/SmtpCfg.json", "{\"SmtpCfg\":{\"PassWord\":\"" + std::string(61, 'p') + "\"},\"SmtpDestCfg\":[]}");
+    qtest::writeFile("/conf/SmtpCfg.json", "{\"SmtpCfg\":{\"ServerAddr\":\"" + std::string(48, 's') + "\",\"PassWord\":\"" +
+                                               std::string(61, 'p') + "\"},\"SmtpDestCfg\":[]}");
     ASSERT_EQ(QuorixGetSmtpTotalConfFromJson(), 0);
-    EXPECT_EQ(qtest::blockBytes(kSmtpRec + 121, 61), text(std::string(60, 'p'), 61));
+    EXPECT_EQ(qtest::blockBytes(kSmtpRec + 1, 47) + qtest::blockBytes(kSmtpRec + 121, 61),
+              text(std::string(46, 's'), 47) + text(std::string(60, 'p'), 61));
     qtest::writeFile("/etc/quorix/features", "CONFIG_FEATURE_ENABLE_USERPSWD_ENCRYPTION=y\n");
 }
 
@@ -414,6 +419,10 @@ TEST_F(Parameters, ReadersCopyStoredFormsWhole) {
     run(setTrap, {V3, {req({0, 6}, phrase), 0}});
     ASSERT_EQ(QuorixGetSnmpTrapCfgFromMem(out), 0);
     EXPECT_EQ(Bytes(out + 70, out + 91), text(phrase, 21));
+    run(setTrap, {V2, {req({0, 3}, "HostName"), 0}});  // a community without a zero byte ends inside its field
+    qtest::putText(kTrapRec + 2, std::string(17, 'c'));
+    ASSERT_EQ(QuorixGetSnmpTrapCfgFromMem(out), 0);
+    EXPECT_EQ(Bytes(out + 18, out + 36), Bytes{0} + text("HostName", 17));
 }
 
 }  // namespace
