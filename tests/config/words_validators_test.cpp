@@ -1,5 +1,4 @@
 // Word tables, severity mapping and the input validators, one table each.
-#include <cstring>
 #include <string>
 
 #include "quorix_test.h"

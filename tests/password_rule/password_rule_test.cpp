@@ -1,8 +1,5 @@
 // User password rule (EEPROM copy and per-process cache) and the BIOS setting files.
-#include <sys/stat.h>
-
 #include <cstdio>
-#include <cstring>
 #include <string>
 
 #include "quorix_test.h"
@@ -122,8 +119,7 @@ class BiosFiles : public qtest::BoundTest {
 protected:
     void SetUp() override {
         qtest::BoundTest::SetUp();
-        mkdir("/conf/redfish", 0755);
-        mkdir(kBios.c_str(), 0755);
+        ASSERT_EQ(qtest::runCommand("mkdir -p " + kBios).status, 0);
     }
 };
 

@@ -136,12 +136,11 @@ TEST_P(JsonService, LoaderTakesTheFactoryDefaultsAndTouchesNothingElse_ConfWins_
 }
 
 TEST_P(JsonService, LoaderFailuresAreLogged) {
-    const std::string name = s.loggedName;
     unlink(s.factoryFile.c_str());
-    EXPECT_NE(load(-1).find("The " + name + " configure file " + (name == "Snmp" ? s.factoryFile : s.file) + " not exist."),
+    EXPECT_NE(load(-1).find("The " + s.loggedName + " configure file " + (s.loggedName == "Snmp" ? s.factoryFile : s.file) + " not exist."),
               std::string::npos);
     const struct { std::string file, says; } cases[] = {
-        {"{ not json", "Get the total " + name + " configure struct from Json failed."},
+        {"{ not json", "Get the total " + s.loggedName + " configure struct from Json failed."},
         {R"({"Other":{}})", "Get the " + s.section + " struct from Json failed."},
         {"{\"" + s.section + "\":[1]}", "Get the " + s.section + " struct from Json failed."},
         {s.list.empty() ? "" : fileWith("{}", R"({"Enabled":1})"), "Get the " + s.list + " struct from Json failed."}};
@@ -217,19 +216,13 @@ Bytes put(const Bytes &b, std::size_t at, const std::string &textBytes) { return
 Bytes shortOf(const Bytes &b) { return Bytes(b.begin(), b.end() - 1); }
 Bytes tail(const Bytes &b, std::size_t from) { return Bytes(b.begin() + static_cast<long>(from), b.end()); }
 
-class Parameters : public qtest::BoundTest {
-protected:
-    void SetUp() override {
-        BoundTest::SetUp();
-        qtest::logToConsole({"IPMI"});
+void run(unsigned (*set)(const Bytes &), const std::vector<Row> &rows) {
+    for (const Row &r : rows) {
+        EXPECT_EQ(set(r.request), r.cc) << ::testing::PrintToString(r.request);
+        EXPECT_EQ(qtest::blockBytes(r.at, r.stored.size()), r.stored) << ::testing::PrintToString(r.request);
     }
-    static void run(unsigned (*set)(const Bytes &), const std::vector<Row> &rows) {
-        for (const Row &r : rows) {
-            EXPECT_EQ(set(r.request), r.cc) << ::testing::PrintToString(r.request);
-            EXPECT_EQ(qtest::blockBytes(r.at, r.stored.size()), r.stored) << ::testing::PrintToString(r.request);
-        }
-    }
-};
+}
+using Parameters = qtest::BoundTest;
 
 TEST_F(Parameters, SnmpTrapCodesAndStoredBytes) {
     const std::size_t port1 = kTrapDest + 52 + 48, d46 = kTrapDest + 2 * 52 + 1;
@@ -244,7 +237,7 @@ TEST_F(Parameters, SnmpTrapCodesAndStoredBytes) {
         // Protocol names as spelled, stored upper case; each way of failing has its code.
         V3, {req({0, 5}, "sha"), 0xCC}, {req({0, 5}, "SHA"), 0, kTrapRec + 53, text("SHA", 17)}, {req({0, 5}, "S A"), 0xC9},
         {req({0, 7}, "DES"), 0, kTrapRec + 91, text("DES", 17)}, {req({0, 7}, "XYZ"), 0xC9}, {req({0, 7}, "D S"), 0xCC},
-        {req({0, 9}, std::string(48, 'e')), 0, kTrapRec + 129, text(std::string(48, 'e'), 49)},
+        {req({0, 9}, std::string(45, 'e') + "9Ff"), 0, kTrapRec + 129, text(std::string(45, 'e') + "9Ff", 49)},
         {req({0, 9}, "01234567GG"), 0xC9}, {req({0, 9}, "012345678"), 0xC7}, {req({0, 9}, std::string(49, 'a')), 0xC7},
         {req({0, 6}, "1234567"), 0xC7}, {req({0, 8}, "pass word"), 0xC9}, {req({0, 6}, "1234567890abcdefg"), 0xC7},
         // Destinations: ports big-endian in the request, little-endian in the block.
@@ -347,7 +340,7 @@ TEST_F(Parameters, SecretsStoredProtected_ReadersGiveThemBackClear_OemGetsAsStor
 Bytes trapRecord(unsigned char version) {
     return Bytes{0, 255, version, 1} + text("community1", 17) + text("AssertTag", 17) + text("v3user", 17) +
            text("MD5", 17) + text("authpass1", 21) + text("AES", 17) + text("privpass1", 21) +
-           text("80001F8890AB12", 49) + Bytes{43};
+           text("80001F8880AB12", 49) + Bytes{43};
 }
 Bytes agentRecord(unsigned char v1, unsigned char v2, unsigned char v3) {
     return Bytes{254, v1, v2} + text("public", 17) + text("private", 17) + Bytes{1, v3, 2, 1} + text("v3user", 17) +
