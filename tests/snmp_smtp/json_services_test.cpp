@@ -137,8 +137,8 @@ TEST_P(JsonService, LoaderTakesTheFactoryDefaultsAndTouchesNothingElse_ConfWins_
 
 TEST_P(JsonService, LoaderFailuresAreLogged) {
     unlink(s.factoryFile.c_str());
-    EXPECT_NE(load(-1).find("The " + s.loggedName + " configure file " + (s.loggedName == "Snmp" ? s.factoryFile : s.file) + " not exist."),
-              std::string::npos);
+    const std::string missing = s.loggedName == "Snmp" ? s.factoryFile : s.file;
+    EXPECT_NE(load(-1).find("The " + s.loggedName + " configure file " + missing + " not exist."), std::string::npos);
     const struct { std::string file, says; } cases[] = {
         {"{ not json", "Get the total " + s.loggedName + " configure struct from Json failed."},
         {R"({"Other":{}})", "Get the " + s.section + " struct from Json failed."},
