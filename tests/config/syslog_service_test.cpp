@@ -1,5 +1,4 @@
-// Syslog set/get interface, writer, start-up parse, tag and restart, with a
-// real rsyslogd behind "/etc/init.d/rsyslog" in the sandbox.
+// Syslog set/get interface, with a real rsyslogd behind "/etc/init.d/rsyslog" in the sandbox.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -20,28 +19,20 @@ Bytes operator+(Bytes a, const Bytes &b) {
     a.insert(a.end(), b.begin(), b.end());
     return a;
 }
-// A destination as the request carries it (port big-endian), or as the block
-// holds it (port little-endian).
-Bytes destination(unsigned char enable, unsigned char type, const std::string &host, std::uint32_t port, bool request) {
+// A destination as the block holds it (port little-endian, 46 host characters and
+// the terminator), or as the request carries it (port big-endian, 47 characters).
+Bytes stored(unsigned char enable, unsigned char type, const std::string &host, std::uint32_t port, bool request = false) {
     Bytes r = {enable, type};
     r.resize(49, 0);
-    host.copy(reinterpret_cast<char *>(r.data() + 2), 47);
+    host.copy(reinterpret_cast<char *>(r.data() + 2), request ? 47 : 46);
     for (int shift : {24, 16, 8, 0}) r.push_back(static_cast<unsigned char>(port >> (request ? shift : 24 - shift)));
     return r;
 }
 Bytes destRequest(unsigned char index, unsigned char enable, unsigned char type, const std::string &host,
                   std::uint32_t port) {
-    return Bytes{1, index} + destination(enable, type, host, port, true);
+    return Bytes{1, index} + stored(enable, type, host, port, true);
 }
-Bytes stored(unsigned char enable, unsigned char type, const std::string &host, std::uint32_t port) {
-    Bytes r = destination(enable, type, host, port, false);
-    r[48] = 0;  // 46 characters and the terminator
-    return r;
-}
-unsigned set(const Bytes &request) {
-    return QuorixSetSyslogConfigInterface(request.data(), static_cast<int>(request.size()));
-}
-std::string calls() { return qtest::readFile(kCalls); }
+unsigned set(const Bytes &r) { return QuorixSetSyslogConfigInterface(r.data(), static_cast<int>(r.size())); }
 
 class SyslogService : public qtest::BoundTest {
 protected:
@@ -67,13 +58,12 @@ TEST_F(SyslogService, DefaultsAcceptedDestinationsAndTheGetAnswers) {
                            destRequest(2, 1, 1, "", 0), destRequest(3, 0, 3, longHost, 0x1234)})
         EXPECT_EQ(set(r), 0u);
     EXPECT_EQ(qtest::blockBytes(kDest0, 212), dests);
-    unsigned char out[300];
-    std::memset(out, 0xEE, sizeof out);
-    EXPECT_EQ(QuorixGetSyslogConfigInterface(0, out), 5);
-    EXPECT_EQ(Bytes(out, out + 6), (Bytes{0, 1, 0, 1, 1, 0xEE}));
-    EXPECT_EQ(QuorixGetSyslogConfigInterface(1, out), 213);
-    EXPECT_EQ(Bytes(out, out + 214), Bytes{0} + dests + Bytes{0xEE});
-    EXPECT_EQ(QuorixGetSyslogConfigInterface(2, out) + QuorixGetSyslogConfigInterface(0, nullptr), -2);
+    Bytes out(300, 0xEE);
+    EXPECT_EQ(QuorixGetSyslogConfigInterface(0, out.data()), 5);
+    EXPECT_EQ(Bytes(out.begin(), out.begin() + 6), (Bytes{0, 1, 0, 1, 1, 0xEE}));
+    EXPECT_EQ(QuorixGetSyslogConfigInterface(1, out.data()), 213);
+    EXPECT_EQ(Bytes(out.begin(), out.begin() + 214), Bytes{0} + dests + Bytes{0xEE});
+    EXPECT_EQ(QuorixGetSyslogConfigInterface(2, out.data()) + QuorixGetSyslogConfigInterface(0, nullptr), -2);
 }
 
 TEST_F(SyslogService, RefusedRequestsAnswerTheirCodeAndTouchNothing) {
@@ -89,7 +79,7 @@ TEST_F(SyslogService, RefusedRequestsAnswerTheirCodeAndTouchNothing) {
     for (const auto &c : cases) EXPECT_EQ(set(c.request), c.cc) << ::testing::PrintToString(c.request);
     EXPECT_EQ(qtest::blockBytes(kGlobals, kRecordSize), before);
     EXPECT_FALSE(qtest::fileExists(kConf));
-    EXPECT_EQ(calls(), "");
+    EXPECT_EQ(qtest::readFile(kCalls), "");
     EXPECT_EQ(QuorixSetSyslogConfigInterface(nullptr, 5), 0xC7u);
     EXPECT_NE(qtest::captureStdout([] { set(destRequest(1, 1, 3, "nodots", 514)); }).find(">Invalid data format of Syslog destination!\n"),
               std::string::npos);
@@ -101,13 +91,14 @@ TEST_F(SyslogService, AChangeWritesTheFileRestartsThenStores_NoChangeDoesNothing
     qrx::config::syslog::SyslogConfig c;
     c.syslog = 2, c.level = 3, c.protocol = 1;
     EXPECT_EQ(qtest::readFile(kConf), std::string(qrx::config::syslog::configText(c).view()));
-    EXPECT_EQ(calls(), "stop\nstart\n");
+    EXPECT_EQ(qtest::readFile(kCalls), "stop\nstart\n");
+    EXPECT_EQ(QuorixSyslogConfigInit(), 0u) << "read back from the file";
     ASSERT_EQ(set(destRequest(3, 1, 2, "log.example.com", 6514)), 0u);
     qtest::writeFile(kConf, "sentinel");
     std::remove(kCalls);
     for (const Bytes &same : {Bytes{0, 2, 0, 3, 1}, destRequest(3, 1, 2, "log.example.com", 6514)}) EXPECT_EQ(set(same), 0u);
     EXPECT_EQ(qtest::readFile(kConf), "sentinel");
-    EXPECT_EQ(calls(), "");
+    EXPECT_EQ(qtest::readFile(kCalls), "");
 }
 
 TEST_F(SyslogService, FailedWritesAnswer0xFFAndLeaveTheBlock) {
@@ -121,13 +112,11 @@ TEST_F(SyslogService, FailedWritesAnswer0xFFAndLeaveTheBlock) {
         {{0, 2, 1, 0, 0}, ">Open syslog.conf failed .\n"}};  // a folder in the file's place
     for (const auto &c : cases) {
         if (std::string(c.says).find("Open") != std::string::npos) unlink(kConf), mkdir(kConf, 0755);
-        unsigned cc = 0;
-        const std::string out = qtest::captureStdout([&] { cc = set(c.request); });
-        EXPECT_EQ(cc, 0xFFu) << c.says;
+        const std::string out = qtest::captureStdout([&] { EXPECT_EQ(set(c.request), 0xFFu) << c.says; });
         EXPECT_NE(out.find(c.says), std::string::npos) << out;
     }
     EXPECT_EQ(qtest::blockBytes(kGlobals, kRecordSize), before);
-    EXPECT_EQ(calls(), "");
+    EXPECT_EQ(qtest::readFile(kCalls), "");
 }
 
 // The tag from FRU device 0's product area (field 9 serial, 7 part), cut to

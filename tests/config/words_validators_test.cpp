@@ -1,5 +1,4 @@
 // Word tables, severity mapping and the input validators, one table each.
-#include <cstring>
 #include <string>
 
 #include "quorix_test.h"
@@ -41,10 +40,9 @@ TEST(Words, IndexesToWordsBoundedRefusingHolesAndRanges) {
         {[](int i, char *d, unsigned n) { return ValidateIndexToString(EnableStr, i, 0, d, n); }, 5, 16, nullptr},
         {[](int i, char *d, unsigned n) { return ValidateIndexToString(SyslogTagStr, i, 3, d, n); }, 1, 16, "SerialNumber"}};
     for (const auto &c : cases) {
-        char dest[17];
-        std::memset(dest, 'x', sizeof dest);
-        EXPECT_EQ(c.fn(c.index, dest, c.size), c.word ? 0u : 1u) << c.index;
-        EXPECT_EQ(c.word ? std::string(dest) : std::string(dest, 17), c.word ? c.word : std::string(17, 'x'));
+        std::string dest(17, 'x');
+        EXPECT_EQ(c.fn(c.index, dest.data(), c.size), c.word ? 0u : 1u) << c.index;
+        EXPECT_EQ(c.word ? std::string(dest.c_str()) : dest, c.word ? c.word : std::string(17, 'x'));
         EXPECT_EQ(dest[c.size], 'x') << "nothing written beyond the size";
     }
     EXPECT_EQ(ValidateEnableDisableIndexToString(1, nullptr, 8), 1u);
@@ -85,9 +83,8 @@ TEST(Names, UserNamesCheckedInOrderWithExactMessages) {
         {"bad name", 16, 1, inName + "SMTP username is impermissible.\n"}, {"bad/host", 16, 5, inName + "SMTP hostname is impermissible.\n"},
         {"tab\tname", 16, 0, inName + "username is impermissible.\n"}, {"del\x7fname", 16, 0, inName + "username is impermissible.\n"}};
     for (const auto &c : cases) {
-        int result = -5;
-        EXPECT_EQ(qtest::captureStdout([&] { result = QuorixIsValidUserName(c.name, c.max, c.mode); }), c.printed);
-        EXPECT_EQ(result, c.printed.empty() ? 0 : 1) << c.name;
+        const auto check = [&] { EXPECT_EQ(QuorixIsValidUserName(c.name, c.max, c.mode), c.printed.empty() ? 0 : 1) << c.name; };
+        EXPECT_EQ(qtest::captureStdout(check), c.printed);
     }
 }
 

@@ -1,9 +1,5 @@
-// User password rule (single parameters, whole records, EEPROM copy and the
-// per-process cache) and the lookup in the BIOS setting files.
-#include <sys/stat.h>
-
+// User password rule (EEPROM copy and per-process cache) and the BIOS setting files.
 #include <cstdio>
-#include <cstring>
 #include <string>
 
 #include "quorix_test.h"
@@ -16,7 +12,9 @@ const int kEepromRead = qrx::slotIndex(qrx::Slot::QuorixReadMainBoardEEprom);
 const int kEepromWrite = qrx::slotIndex(qrx::Slot::QuorixWriteMainBoardEEprom);
 
 int set(Bytes request) { return QuorixSetUserPasswordRuleInterface(request.data(), static_cast<int>(request.size())); }
-Bytes get() {
+// fromCache: as if this process had already read the EEPROM.
+Bytes get(bool fromCache = false) {
+    if (fromCache) quorix_passwd_rule_got_flag = 1;
     unsigned char res[13] = {};
     EXPECT_EQ(QuorixGetUserPasswordRuleInterface(res), 13);
     return Bytes(res, res + 13);
@@ -30,10 +28,6 @@ protected:
         ASSERT_EQ(set({255, 0, 8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5}), 0);
         ASSERT_EQ(qtest::Sim::get().reset(), 0);
         qtest::clearDirectory("/var");
-    }
-    static Bytes cached() {
-        quorix_passwd_rule_got_flag = 1;
-        return get();
     }
 };
 
@@ -55,7 +49,7 @@ TEST_F(PasswordRule, RefusedRequestsAnswerTheirCodeAndWriteNothing) {
     }
     EXPECT_EQ(QuorixSetUserPasswordRuleInterface(nullptr, 2), 0xC7);
     EXPECT_EQ(calls(kEepromWrite), 0u);
-    EXPECT_EQ(cached(), (Bytes{0, 0, 8, 0, 0, 0, 0, 0, 0, 5, 0, 0, 0}));
+    EXPECT_EQ(get(true), (Bytes{0, 0, 8, 0, 0, 0, 0, 0, 0, 5, 0, 0, 0}));
 }
 
 TEST_F(PasswordRule, AcceptedRequestsStoreLittleEndianInCacheAndEeprom) {
@@ -73,7 +67,7 @@ TEST_F(PasswordRule, AcceptedRequestsStoreLittleEndianInCacheAndEeprom) {
         EXPECT_EQ(calls(kEepromWrite) - before, c.writes);
         EXPECT_EQ(qtest::eeprom(kRuleOffset, 12), c.record);
         EXPECT_EQ(quorix_passwd_rule_got_flag, 1);
-        const Bytes answer = cached();
+        const Bytes answer = get(true);
         EXPECT_EQ(Bytes(answer.begin() + 1, answer.end()), c.record) << "completion code " << int(answer[0]);
     }
 }
@@ -87,15 +81,14 @@ TEST_F(PasswordRule, EepromFailuresAnswerTheirCodeAndLog) {
     for (const auto &c : cases) {
         qtest::Sim::get().setFault(c.slot, c.fault);
         quorix_passwd_rule_got_flag = 0;
-        unsigned char res[13];
-        std::memset(res, 0xAA, sizeof res);
+        Bytes res(13, 0xAA);
         const std::string out = qtest::captureStdout([&] {
             if (c.slot == kEepromWrite) EXPECT_EQ(set({1, static_cast<unsigned char>(12 + c.fault)}), 0xFF);
-            else EXPECT_EQ(QuorixGetUserPasswordRuleInterface(res), 1);
+            else EXPECT_EQ(QuorixGetUserPasswordRuleInterface(res.data()), 1);
         });
         EXPECT_NE(out.find(c.says), std::string::npos) << out;
-        if (c.slot == kEepromWrite) EXPECT_EQ(cached()[2], 12 + c.fault) << "the cache keeps the value";
-        else EXPECT_EQ(Bytes(res, res + 2), (Bytes{0x83, 0xAA})) << "only the code is written";
+        if (c.slot == kEepromWrite) EXPECT_EQ(get(true)[2], 12 + c.fault) << "the cache keeps the value";
+        else EXPECT_EQ(std::string(res.begin(), res.end()), "\x83" + std::string(12, '\xAA')) << "only the code is written";
         qtest::Sim::get().setFault(c.slot, 0);
     }
     EXPECT_EQ(quorix_passwd_rule_got_flag, 0);
@@ -126,12 +119,11 @@ class BiosFiles : public qtest::BoundTest {
 protected:
     void SetUp() override {
         qtest::BoundTest::SetUp();
-        mkdir("/conf/redfish", 0755);
-        mkdir(kBios.c_str(), 0755);
+        ASSERT_EQ(qtest::runCommand("mkdir -p " + kBios).status, 0);
     }
 };
 
-TEST_F(BiosFiles, CurrentSettingLookupAnswersItsCodes) {
+TEST_F(BiosFiles, CurrentSettingLookupAndTheFileVerdictsAnswerTheirCodes) {
     char out[8];
     EXPECT_EQ(GetCurrentSetValue(nullptr, out, 8), -1);
     EXPECT_EQ(GetCurrentSetValue("A", nullptr, 8), -1);
@@ -145,6 +137,17 @@ TEST_F(BiosFiles, CurrentSettingLookupAnswersItsCodes) {
         EXPECT_EQ(GetCurrentSetValue(c.name, out, c.size), c.result) << c.current << " " << c.size;
     }
     EXPECT_STREQ(out, "Enabled");
+    const struct { const char *file, *text; int (*verdict)(); int rc; } verdicts[] = {
+        {"bios_future_settings.json", R"({"AttributeRegistry":"R"})", QuorixGetAttributeValueFromJson, -1},
+        {"bios_future_settings.json", R"({"Attributes":{}})", QuorixGetAttributeValueFromJson, 0},
+        {"setting_result.json", R"({"SettingResult":{}})", QuorixGetResultFromJson, -1},
+        {"setting_result.json", R"({"SettingResult":{"Result":"EFI_SUCCESS"}})", QuorixGetResultFromJson, 0},
+        {"setting_result.json", R"({"SettingResult":{"Result":"EFI_SUCCESSFUL"}})", QuorixGetResultFromJson, -1}};
+    EXPECT_EQ(QuorixGetAttributeValueFromJson() + QuorixGetResultFromJson(), -2) << "files missing";
+    for (const auto &c : verdicts) {
+        qtest::writeFile(kBios + c.file, c.text);
+        EXPECT_EQ(c.verdict(), c.rc) << c.text;
+    }
 }
 
 // Pending changes win over the current settings; other top-level keys go.
@@ -168,51 +171,35 @@ TEST_F(BiosFiles, FutureSettingsMergeThePendingChangesIntoTheCurrentOnes) {
     EXPECT_EQ(qtest::readFile(kFuture), "{ broken") << "an unparsable future file is left alone";
 }
 
-TEST_F(BiosFiles, VerdictsOfTheFutureAndResultFiles) {
-    const struct { const char *file, *text; int (*verdict)(); int rc; } cases[] = {
-        {"bios_future_settings.json", R"({"AttributeRegistry":"R"})", QuorixGetAttributeValueFromJson, -1},
-        {"bios_future_settings.json", R"({"Attributes":{}})", QuorixGetAttributeValueFromJson, 0},
-        {"setting_result.json", R"({"SettingResult":{}})", QuorixGetResultFromJson, -1},
-        {"setting_result.json", R"({"SettingResult":{"Result":"EFI_SUCCESS"}})", QuorixGetResultFromJson, 0},
-        {"setting_result.json", R"({"SettingResult":{"Result":"EFI_SUCCESSFUL"}})", QuorixGetResultFromJson, -1}};
-    EXPECT_EQ(QuorixGetAttributeValueFromJson() + QuorixGetResultFromJson(), -2) << "files missing";
-    for (const auto &c : cases) {
-        qtest::writeFile(kBios + c.file, c.text);
-        EXPECT_EQ(c.verdict(), c.rc) << c.text;
-    }
-}
-
 // The preserve-setup flag: an EEPROM byte read once per process (three
 // tries), set to 1 only after the future settings were written.
 using ConfFlag = BiosFiles;
 constexpr int kFlagOffset = 648;
-constexpr qrx::Slot kRead = qrx::Slot::QuorixReadMainBoardEEprom, kWrite = qrx::Slot::QuorixWriteMainBoardEEprom;
 
 TEST_F(ConfFlag, ReadOnceThreeTriesAndSetAfterTheFutureFile) {
-    auto calls = [](qrx::Slot slot) { return qtest::Sim::get().callCount(qrx::slotIndex(slot)); };
     auto get = [&] {
         unsigned char flag = 0xAA;
-        const unsigned before = calls(kRead);
+        const unsigned before = calls(kEepromRead);
         int rc = QuorixGetConfFlagInterface(&flag);
-        std::printf("get %d/%d/%u ", rc, flag, calls(kRead) - before);
+        std::printf("get %d/%d/%u ", rc, flag, calls(kEepromRead) - before);
     };
     auto set = [](int v) { return [v] { std::printf("set %d ", QuorixSetConfFlagInterface(v)); }; };
     auto run = [](const std::function<void()> &steps) { return qtest::plainOutput(qtest::inChild(steps)); };
     qtest::putEeprom(kFlagOffset, {1});
     EXPECT_EQ(run([&] { get(), qtest::putEeprom(kFlagOffset, {0}), get(); }), "get 0/1/1 get 0/1/0 ");
-    qtest::Sim::get().setFault(qrx::slotIndex(kRead), 1);
+    qtest::Sim::get().setFault(kEepromRead, 1);
     EXPECT_NE(run(get).find("get -1/170/3"), std::string::npos);
-    qtest::Sim::get().setFault(qrx::slotIndex(kRead), 0);
+    qtest::Sim::get().setFault(kEepromRead, 0);
     EXPECT_EQ(run(set(2)), "set 1 ");
     EXPECT_NE(run(set(1)).find("===Generate Future Json File fail !!!======\r\n\nset 1 "), std::string::npos);
     EXPECT_EQ(qtest::eeprom(kFlagOffset, 1), std::vector<unsigned char>{0});
     qtest::writeFile(kCurrent, R"({"Attributes":{"BootMode":"UEFI"}})");
     EXPECT_EQ(run([&] { set(1)(), get(); }), "set 0 get 0/1/0 ") << "the set fills the cache";
     EXPECT_TRUE(qtest::fileExists(kBios + "bios_future_settings.json"));
-    qtest::Sim::get().setFault(qrx::slotIndex(kWrite), 1);
-    const unsigned writes = calls(kWrite);
+    qtest::Sim::get().setFault(kEepromWrite, 1);
+    const unsigned writes = calls(kEepromWrite);
     EXPECT_NE(run(set(0)).find("\r\n===Write Conf Flag 0 EEPROM fail !!!======\r\n"), std::string::npos);
-    EXPECT_EQ(calls(kWrite) - writes, 3u);
+    EXPECT_EQ(calls(kEepromWrite) - writes, 3u);
 }
 
 }  // namespace
