@@ -46,7 +46,7 @@ TEST_F(MsgQueue, PeerRestoresEveryPayloadSizeFromByteOne) {
         Bytes frame(sizeof(long) + size, 0);
         frame[0] = 1;
         std::copy(payload.begin(), payload.end(), frame.begin() + 1);
-        EXPECT_EQ(qtest::receiveInChild(kKey).raw(), frame) << size;
+        EXPECT_EQ(qtest::receiveRaw(kKey), frame) << size;
     }
 }
 

@@ -121,7 +121,7 @@ TEST_F(QueueRequests, IdlLogTypeZeroIsSentUnchangedTypesAboveOneAreRefused) {
         Bytes peerView(sizeof(long) + 4 + sizeof r.record().bytes, 0);
         peerView[0] = 1;
         std::copy_n(r.record().bytes, sizeof r.record().bytes, peerView.begin() + 1 + 4);
-        EXPECT_EQ(qtest::receiveInChild(12345).raw(), peerView);
+        EXPECT_EQ(qtest::receiveRaw(12345), peerView);
     }
     EXPECT_EQ(qtest::queuedMessages(12345) + qtest::queuedMessages(12347), 0);
 }

@@ -36,7 +36,7 @@ TEST_F(PowerPolicy, Marker_DecidesWhetherPolicyRunsAndItsClearingIsLogged) {
     EXPECT_TRUE(qtest::fileExists(kMarker)) << "a non-zero value does nothing";
     EXPECT_EQ(LoggingPowerPolicyNotStartCause(0), 0);
     EXPECT_EQ(IsPowerPolicyNeedRun(), 1);
-    const qtest::Bytes raw = qtest::receiveInChild(12345).raw();
+    const qtest::Bytes raw = qtest::receiveRaw(12345);
     ASSERT_GE(raw.size(), 1u + 4u + 296u);  // frame marker, request code, record
     const std::string text = "Power button has been pressed before power policy starting,So power policy no start";
     EXPECT_EQ(std::vector<int>({raw[5], raw[9], raw[17], raw[18], raw[19]}), std::vector<int>({1, 0x14, 0xFF, 0, 1}));

@@ -26,30 +26,22 @@ namespace fs = std::filesystem;
 
 namespace qtest {
 
-template <typename T>
-static T resolve(void *lib, const char *name) {
-    void *sym = dlsym(lib, name);
-    if (sym == nullptr) {
-        std::fprintf(stderr, "simulator symbol %s missing\n", name);
-        std::abort();
-    }
-    return reinterpret_cast<T>(sym);
-}
-
 Sim &Sim::get() {
     static Sim sim = [] {
         void *lib = dlopen(kFeatureLibraryPath, RTLD_NOW);
-        if (lib == nullptr) {
-            std::fprintf(stderr, "cannot load the simulator: %s\n", dlerror());
+        auto resolve = [lib](auto &fn, const char *name) {
+            fn = reinterpret_cast<std::remove_reference_t<decltype(fn)>>(lib ? dlsym(lib, name) : nullptr);
+            if (fn != nullptr) return;
+            std::fprintf(stderr, "simulator symbol %s missing: %s\n", name, dlerror());
             std::abort();
-        }
+        };
         Sim s{};
-        s.reset = resolve<int (*)()>(lib, "quorix_sim_reset");
-        s.restoreTable = resolve<void (*)()>(lib, "quorix_sim_restore_table");
-        s.callCount = resolve<unsigned (*)(int)>(lib, "quorix_sim_call_count");
-        s.setResult = resolve<int (*)(int, int)>(lib, "quorix_sim_set_result");
-        s.setFault = resolve<int (*)(int, int)>(lib, "quorix_sim_set_fault");
-        s.blockSize = resolve<unsigned long (*)()>(lib, "quorix_sim_block_size");
+        resolve(s.reset, "quorix_sim_reset");
+        resolve(s.restoreTable, "quorix_sim_restore_table");
+        resolve(s.callCount, "quorix_sim_call_count");
+        resolve(s.setResult, "quorix_sim_set_result");
+        resolve(s.setFault, "quorix_sim_set_fault");
+        resolve(s.blockSize, "quorix_sim_block_size");
         return s;
     }();
     return sim;
@@ -351,32 +343,15 @@ std::string plainOutput(const std::string &out) {
     return text;
 }
 
-Bytes KernelMessage::raw() const {
-    Bytes bytes(sizeof type + text.size());
-    std::memcpy(bytes.data(), &type, sizeof type);
-    std::copy(text.begin(), text.end(), bytes.begin() + sizeof type);
-    return bytes;
-}
-
-KernelMessage receiveInChild(int key) {
-    ChildResult child = runInChild([key] {
-        int id = msgget(key, 0);
-        if (id < 0) _exit(2);
-        struct {
-            long type;
-            unsigned char text[4096];
-        } message{};
-        ssize_t n = msgrcv(id, &message, sizeof message.text, 0, IPC_NOWAIT);
-        if (n < 0) _exit(3);
-        if (write(STDOUT_FILENO, &message, sizeof(long) + static_cast<std::size_t>(n)) < 0) _exit(4);
-        _exit(0);
-    });
-    KernelMessage m;
-    if (!child.exited || child.status != 0 || child.out.size() < sizeof(long)) return m;
-    m.received = true;
-    std::memcpy(&m.type, child.out.data(), sizeof m.type);
-    m.text.assign(child.out.begin() + sizeof(long), child.out.end());
-    return m;
+Bytes receiveRaw(int key) {
+    struct {
+        long type;
+        unsigned char text[4096];
+    } message{};
+    const int id = msgget(key, 0);
+    const ssize_t n = id < 0 ? -1 : msgrcv(id, &message, sizeof message.text, 0, IPC_NOWAIT);
+    const auto *bytes = reinterpret_cast<const unsigned char *>(&message);
+    return n < 0 ? Bytes() : Bytes(bytes, bytes + sizeof message.type + static_cast<std::size_t>(n));
 }
 
 void removeQueue(int key) {

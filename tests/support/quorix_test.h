@@ -117,15 +117,9 @@ void putEeprom(int offset, const std::vector<unsigned char> &bytes);
 std::vector<std::string> logLines(const std::string &out);
 std::string plainOutput(const std::string &out);
 
-// What the kernel holds for one message: its type word and its text.
-struct KernelMessage {
-    bool received = false;
-    long type = 0;
-    Bytes text;
-    Bytes raw() const;  // the receive buffer as a peer sees it: type word, then text
-};
-// Receives one message of queue key in a forked child, without waiting.
-KernelMessage receiveInChild(int key);
+// Receives one message of queue key without waiting, as a peer's receive
+// buffer holds it (the type word, then the text); empty when there is none.
+Bytes receiveRaw(int key);
 void removeQueue(int key);
 int queuedMessages(int key);  // 0 when the queue does not exist
 Bytes pattern(std::size_t length, std::uint8_t seed);
