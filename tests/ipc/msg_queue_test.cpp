@@ -52,9 +52,10 @@ TEST_F(MsgQueue, PeerRestoresEveryPayloadSizeFromByteOne) {
 
 TEST_F(MsgQueue, OversizeNegativeNullAndFullQueueWritesFailAtOnceAndAreLogged) {
     const Bytes big(1025, 0x5A);
-    for (const auto &[data, size] :
+    for (const auto &refused :
          {std::pair<const void *, int>{big.data(), 1025}, {big.data(), -1}, {nullptr, 4}, {nullptr, 0}}) {
-        std::string out = qtest::captureStdout([&] { EXPECT_EQ(QuorixWriteMsgQueue(kKey, data, size), -1); });
+        const auto [data, size] = refused;
+        std::string out = qtest::captureStdout([&, data = data, size = size] { EXPECT_EQ(QuorixWriteMsgQueue(kKey, data, size), -1); });
         EXPECT_EQ(qtest::logLines(out),
                   Lines{"[Critical]:QuorixWriteMsgQueue Error Size:" + std::to_string(size) + ";Max:1024"});
     }
