@@ -83,7 +83,7 @@ TEST_F(NamedPipes, TaskNoticesAcceptedGoOutWholeRefusedOnesNotAtAll) {
     qtest::FifoReader reader("/var/poweroffscanpipe");
     for (const auto &[type, task, accepted, byte1] : cases) {
         const std::string out =
-            qtest::captureStdout([&] { EXPECT_EQ(QuorixNotifyTaskThread(type, task), accepted ? 0 : -1); });
+            qtest::captureStdout([&, type = type, task = task, accepted = accepted] { EXPECT_EQ(QuorixNotifyTaskThread(type, task), accepted ? 0 : -1); });
         EXPECT_EQ(out, accepted ? "" : "Notify Task fail, Invalid msg type or task id.\n") << type << "/" << task;
         EXPECT_EQ(reader.take(), accepted ? sized(1025, {{0, static_cast<std::uint8_t>(type)}, {1, byte1}}) : Bytes{});
     }

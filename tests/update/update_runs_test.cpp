@@ -75,7 +75,7 @@ TEST_F(UpdateRuns, Backplanes_ProgramEachMatchingDeviceAndOrTheResults) {
     // No matching device: nothing is programmed.
     for (auto [kind, path] : {std::pair{1, "cpldBP12X35ZZZZZ"}, {1, "BP24NVMEB001"}, {1, "cpldBP24"}, {2, "cpldBP24NVMEB001"},
                               {4, "cpldBP24NVMEB001"}, {-1, "cpldBP24NVMEB001"}})
-        EXPECT_EQ(printed([&] { return QuorixUpdateCpld(kind, 0, ("/usr/local/lmedia/" + std::string(path)).c_str()); }).rc, -2) << path;
+        EXPECT_EQ(printed([kind = kind, path = path] { return QuorixUpdateCpld(kind, 0, ("/usr/local/lmedia/" + std::string(path)).c_str()); }).rc, -2) << path;
     EXPECT_EQ(g_programmed.size(), 2u);
 }
 
