@@ -1,4 +1,3 @@
-// Board counters, CPU presence, ME version text; FRU access and EEPROM erase; fan records and report.
 #include <algorithm>
 #include <climits>
 
@@ -121,9 +120,8 @@ TEST_F(FruRecords, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
         qtest::Sim::get().setFault(slot(c.slot), 0);
     }
     intf_handle[slot(qrx::Slot::ReadFru)] = intf_handle[slot(qrx::Slot::WriteFru)] = nullptr;
-    EXPECT_EQ(quorix_read_fru(1, 0, 4, data.data()), -2);
-    EXPECT_EQ(quorix_write_fru(29, 0, 4, data.data()), -2);
-    EXPECT_EQ(quorix_write_fru(30, 0, 4, data.data()), -1);
+    EXPECT_EQ(std::vector<int>({quorix_read_fru(1, 0, 4, data.data()), quorix_write_fru(29, 0, 4, data.data()),
+                                quorix_write_fru(30, 0, 4, data.data())}), std::vector<int>({-2, -2, -1}));
 }
 
 std::vector<std::string> g_eepromWrites;
@@ -185,7 +183,6 @@ TEST_F(FanInfo, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
               std::vector<int>({16, 0, -1, -1, -1, -1}));
 }
 
-// OCP presence per slot and the count; a slot that failed to read keeps its last state.
 TEST_F(BoardState, SyncOcp_StoresEachSlotAndTheCount) {
     static int results[2];
     qtest::replaceSlot(qrx::Slot::QuorixGetOcpPresent, +[](int slot) { return results[slot]; });
@@ -199,7 +196,6 @@ TEST_F(BoardState, SyncOcp_StoresEachSlotAndTheCount) {
     }
 }
 
-// Only a device present with its link up (both flags 1) costs a platform query.
 TEST_F(BoardState, PciePolls_QueryEveryDeviceWithBothReadinessFlags) {
     static std::vector<int> polled;
     const struct { int (*poll)(); qrx::Slot slot; std::size_t flags; } passes[] = {
@@ -216,7 +212,6 @@ TEST_F(BoardState, PciePolls_QueryEveryDeviceWithBothReadinessFlags) {
     }
 }
 
-// A duty is recorded only when the fan controller took it; out-of-range fans and duties make no call.
 TEST_F(BoardState, FanSpeed_RecordsTheDutyOnlyWhenTheControllerTookIt) {
     static int slotResult;
     static std::vector<int> calls;

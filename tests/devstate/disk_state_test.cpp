@@ -1,5 +1,3 @@
-// Disk tables, serial numbers, NVMe readers, the count of supported disks and
-// the rack report's slot tables.
 #include <climits>
 #include <cstring>
 #include <map>
@@ -10,13 +8,9 @@ namespace {
 
 using qtest::block;
 using qtest::Bytes;
-constexpr std::size_t kFront = 49, kRear = 39217, kDisk = 136, kFrontSize = 39168, kRearSize = 24480;
+constexpr std::size_t kFront = 49, kRear = 39217, kDisk = 136, kFrontSize = 39168, kRearSize = 24480, kBp = 119099;
 std::size_t front(int i, std::size_t field) { return kFront + kDisk * i + field; }
 std::size_t rear(int i, std::size_t field) { return kRear + kDisk * i + field; }
-void putBackplane(int k, unsigned char inUse, unsigned char slots) {
-    block().setU8(119099 + 1470 * k, inUse);
-    block().setU8(119099 + 1470 * k + 558, slots);
-}
 
 class DiskState : public qtest::BoundTest {};
 
@@ -50,8 +44,7 @@ TEST_F(DiskState, NvmeReaders_VisitFirstToLastInclusive) {
     }
 }
 
-// Disk numbers 0..77 are front records, 78..86 rear ones; an absent disk
-// (presence other than 1) or one beyond gives "NULL".
+// Disks 0..77 are front records, 78..86 rear ones; an absent disk (presence other than 1) or one beyond: "NULL".
 TEST_F(DiskState, SerialNumber_AddressesFrontThenRearRecords) {
     const struct { int disk; std::size_t at; unsigned char presence; int read; } cases[] = {
         {0, front(0, 0), 1, 1}, {77, front(77, 0), 1, 1}, {78, rear(0, 0), 1, 1}, {86, rear(8, 0), 1, 1},
@@ -70,7 +63,7 @@ TEST_F(DiskState, SerialNumber_AddressesFrontThenRearRecords) {
 TEST_F(DiskState, NumSupport_AddsTheSlotsOfBackplanesInUse) {
     const struct { int k; unsigned char inUse, slots; } backplanes[] = {
         {0, 1, 12}, {1, 1, 255}, {2, 0, 24}, {3, 1, 8}, {8, 1, 4}, {9, 1, 2}};  // 255: unknown, counts 0; 8: rear 0
-    for (const auto &b : backplanes) putBackplane(b.k, b.inUse, b.slots);
+    for (const auto &b : backplanes) block().setU8(kBp + 1470 * b.k, b.inUse), block().setU8(kBp + 1470 * b.k + 558, b.slots);
     const struct { unsigned char frontCount, rearCount; int type, expected; } cases[] = {
         {0, 0, 1, 0}, {1, 0, 1, 12}, {4, 0, 1, 20}, {9, 0, 1, 24}, {0, 2, 2, 6},  // 9 runs into rear record 0
         {0, 1, 2, 4}, {0, 0, 2, 0}, {13, 0, 1, 26}, {255, 255, 1, 26}, {255, 255, 2, 6}};
@@ -78,12 +71,10 @@ TEST_F(DiskState, NumSupport_AddsTheSlotsOfBackplanesInUse) {
         block().setU8(119097, c.frontCount), block().setU8(119098, c.rearCount);
         EXPECT_EQ(QuorixGetHDDNumSupport(c.type), c.expected) << +c.frontCount << "/" << +c.rearCount << " " << c.type;
     }
-    int result = 0;
-    EXPECT_EQ(qtest::captureStdout([&] { result = QuorixGetHDDNumSupport(3); }), "WriteHwHDDInfo,error CpldType:3!!\n");
-    EXPECT_EQ(result, -1);
+    EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixGetHDDNumSupport(3), -1); }), "WriteHwHDDInfo,error CpldType:3!!\n");
 }
 
-// Report records by the source each came from, else "N/A", per slot table; a later source wins a shared slot.
+// A later source wins a shared slot.
 TEST_F(DiskState, RackFormat_OrdersSourceRecordsBySlotTable) {
     constexpr std::size_t kRec = 114, kName = 76;
     using Sources = std::vector<std::pair<int, const char *>>;  // source record, name
