@@ -96,9 +96,7 @@ int slot(qrx::Slot s) { return qrx::slotIndex(s); }
 unsigned calls(qrx::Slot s) { return qtest::Sim::get().callCount(slot(s)); }
 constexpr std::size_t kAssetFlag = 138227;
 
-class FruRecords : public qtest::BoundTest {};
-
-TEST_F(FruRecords, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
+TEST_F(BoardState, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
     Bytes data = {0x01, 0x00, 0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC}, back(8, 0);
     EXPECT_EQ(quorix_write_fru(5, 0x10, 8, data.data()), 8);
     EXPECT_EQ(quorix_read_fru(5, 0x10, 8, back.data()), 8);
@@ -132,7 +130,7 @@ int write24256(int offset, unsigned char *buffer, int length) {
     return offset == g_eepromFailAt ? -1 : g_eepromResult;
 }
 
-TEST_F(FruRecords, ClearEeprom_ErasesPageByPageAndFlagsClearedAssetData) {
+TEST_F(BoardState, ClearEeprom_ErasesPageByPageAndFlagsClearedAssetData) {
     qtest::replaceSlot(qrx::Slot::QuorixWrite24256EEprom, write24256);
     qtest::logToConsole({"QRXMONITOR"});
     const struct { int offset, length, failAt, result; std::vector<std::string> writes; int flag; } cases[] = {
@@ -159,9 +157,7 @@ Bytes fanRecord(unsigned char health, unsigned front, unsigned rear, unsigned ch
     return r;
 }
 
-class FanInfo : public qtest::BoundTest {};
-
-TEST_F(FanInfo, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
+TEST_F(BoardState, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
     qtest::replaceSlot(qrx::Slot::QuorixGetFanSummaryHealth, +[] { return 2; });
     Bytes fan0 = fanRecord(0, 8200, 7900, 45, "FAN0"), fan2 = fanRecord(2, 0, 0, 100, "FAN2\x01");
     EXPECT_EQ(write_quorix_fan_info(2, fan2.data()), 0);

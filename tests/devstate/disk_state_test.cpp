@@ -63,7 +63,10 @@ TEST_F(DiskState, SerialNumber_AddressesFrontThenRearRecords) {
 TEST_F(DiskState, NumSupport_AddsTheSlotsOfBackplanesInUse) {
     const struct { int k; unsigned char inUse, slots; } backplanes[] = {
         {0, 1, 12}, {1, 1, 255}, {2, 0, 24}, {3, 1, 8}, {8, 1, 4}, {9, 1, 2}};  // 255: unknown, counts 0; 8: rear 0
-    for (const auto &b : backplanes) block().setU8(kBp + 1470 * b.k, b.inUse), block().setU8(kBp + 1470 * b.k + 558, b.slots);
+    for (const auto &b : backplanes) {
+        block().setU8(kBp + 1470 * b.k, b.inUse);
+        block().setU8(kBp + 1470 * b.k + 558, b.slots);
+    }
     const struct { unsigned char frontCount, rearCount; int type, expected; } cases[] = {
         {0, 0, 1, 0}, {1, 0, 1, 12}, {4, 0, 1, 20}, {9, 0, 1, 24}, {0, 2, 2, 6},  // 9 runs into rear record 0
         {0, 1, 2, 4}, {0, 0, 2, 0}, {13, 0, 1, 26}, {255, 255, 1, 26}, {255, 255, 2, 6}};
@@ -71,7 +74,8 @@ TEST_F(DiskState, NumSupport_AddsTheSlotsOfBackplanesInUse) {
         block().setU8(119097, c.frontCount), block().setU8(119098, c.rearCount);
         EXPECT_EQ(QuorixGetHDDNumSupport(c.type), c.expected) << +c.frontCount << "/" << +c.rearCount << " " << c.type;
     }
-    EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixGetHDDNumSupport(3), -1); }), "WriteHwHDDInfo,error CpldType:3!!\n");
+    EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixGetHDDNumSupport(3), -1); }),
+              "WriteHwHDDInfo,error CpldType:3!!\n");
 }
 
 // A later source wins a shared slot.

@@ -1,4 +1,3 @@
-// Power-supply readers: each reader's own index bound, the summary record byte for byte and the console dump.
 #include <algorithm>
 #include <climits>
 
@@ -37,12 +36,6 @@ Bytes invalidSummary(int index, unsigned char present) {
     return s.resize(32, 255), s.resize(126, 0), s;
 }
 
-Bytes info(int index, int expectedResult = 0) {
-    Bytes out(126, 0xAA);
-    EXPECT_EQ(ReadQuorixPSUInfo(index, out.data()), expectedResult) << index;
-    return out;
-}
-
 class PsuState : public qtest::BoundTest {};
 
 TEST_F(PsuState, CountAndPresent_ClampTheCountToEightAndAcceptAnIndexEqualToIt) {
@@ -55,9 +48,8 @@ TEST_F(PsuState, CountAndPresent_ClampTheCountToEightAndAcceptAnIndexEqualToIt) 
         {12, 9, -1}, {2, -1, 0x3F}, {8, 8, 0x5A}, {2, INT_MAX, -1}, {2, INT_MIN, -1}};
     for (const auto &c : cases) {
         block().setU8(kCount, static_cast<unsigned char>(c.count));
-        EXPECT_EQ(ReadQuorixPSUPresent(c.index), c.expected) << "count " << c.count << " index " << c.index;
-        const int clamped = std::min(c.count, 8);
-        EXPECT_EQ(std::make_pair(ReadQuorixPSUNum(), QuorixGetPsuNum()), std::make_pair(clamped, clamped));
+        EXPECT_EQ(std::vector<int>({ReadQuorixPSUPresent(c.index), ReadQuorixPSUNum(), QuorixGetPsuNum()}),
+                  std::vector<int>({c.expected, std::min(c.count, 8), std::min(c.count, 8)})) << c.count << " " << c.index;
     }
 }
 
@@ -100,15 +92,17 @@ TEST_F(PsuState, SerialNumber_CopiesEighteenBytesOrNullAndNeverChecksTheCount) {
 TEST_F(PsuState, Info_FillsTheSummaryAndKeepsItsIndexRules) {
     putPsu(1), putPsu(2), putPsu(0, 0), putPsu(3, 3);
     block().setU8(kCount, 3);
-    EXPECT_EQ(qtest::hex(info(1).data(), 126), qtest::hex(summary(1).data(), 126));
     EXPECT_EQ(ReadQuorixPSUInfo(0, nullptr), -1);
     // Above the raw count: untouched; "record 8" lies over the counters; above 8 or before the block: 255s.
-    const struct { int count, index, result; Bytes expected; } cases[] = {{3, 3, 0, invalidSummary(3, 3)},
-        {3, 0, 0, invalidSummary(0, 0)}, {3, 4, -1, Bytes(126, 0xAA)}, {12, 8, 0, invalidSummary(8, 0)},
-        {12, 9, 0, invalidSummary(9, 255)}, {12, 13, -1, Bytes(126, 0xAA)}, {12, INT_MIN, 0, invalidSummary(0, 255)}};
+    const struct { int count, index, result; Bytes expected; } cases[] = {{3, 1, 0, summary(1)},
+        {3, 3, 0, invalidSummary(3, 3)}, {3, 0, 0, invalidSummary(0, 0)}, {3, 4, -1, Bytes(126, 0xAA)},
+        {12, 8, 0, invalidSummary(8, 0)}, {12, 9, 0, invalidSummary(9, 255)}, {12, 13, -1, Bytes(126, 0xAA)},
+        {12, INT_MIN, 0, invalidSummary(0, 255)}};
     for (const auto &c : cases) {
         block().setU8(kCount, static_cast<unsigned char>(c.count));
-        EXPECT_EQ(info(c.index, c.result), c.expected);
+        Bytes out(126, 0xAA);
+        EXPECT_EQ(ReadQuorixPSUInfo(c.index, out.data()), c.result) << c.index;
+        EXPECT_EQ(qtest::hex(out.data(), 126), qtest::hex(c.expected.data(), 126)) << c.index;
     }
 }
 

@@ -1,4 +1,3 @@
-// Fan curves: set_fan_param's keywords, scan formats and refusals; show_fan_param; the sensor names.
 #include <cstring>
 #include <set>
 
@@ -20,8 +19,7 @@ using Pokes = std::vector<std::pair<int, int>>;  // (offset, byte)
 
 class FanParam : public qtest::BoundTest {};
 
-// Each command runs on eight zeroed curves after an optional first command; the curve named by id then
-// holds the listed (offset, value) bytes, every other byte of the eight curves is 0.
+// After an optional first command on eight zeroed curves, curve id holds the listed bytes, all others are 0.
 TEST_F(FanParam, Commands_WriteTheirFieldAndTheType) {
     const struct { const char *before, *command; int id; Pokes bytes; const char *out; } cases[] = {
         {"", "liner2_num5", 2, {{9, 5}, {0, 2}}, ""}, {"", "liner2_temper1val45", 2, {{11, 45}, {51, 45}, {0, 2}}, ""},

@@ -1,5 +1,3 @@
-// Press marker, power-state poll with its AC-failure rule, COM/SOL bytes, and the power peak handlers with
-// their EEPROM copy and per-process cache.
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -140,7 +138,6 @@ TEST_F(PowerPolicy, PeakGet_ReadsEepromOnceAndMapsLargeValuesToTwo) {
     }
 }
 
-// The power state's EEPROM byte both ways, then the two refusals of each.
 TEST_F(PowerPolicy, EepromPowerStatus_ReadWriteAndFailures) {
     unsigned char state = 0x5A, back = 0;
     const std::string out = qtest::captureStdout([&] {
@@ -160,7 +157,6 @@ TEST_F(PowerPolicy, EepromPowerStatus_ReadWriteAndFailures) {
                                                               "[Error]:Read power last status from EEPROM failed! retval=-1"}));
 }
 
-// The staggered power-on waits only for a configured delay it could read.
 TEST_F(PowerPolicy, PeakSleep_NoDelayReturnsAtOnceAndAnUnreadableDelayFails) {
     qtest::putEeprom(kPowerPeakOffset, {0, 0});
     EXPECT_EQ(qtest::inChild([] { std::printf("%d", RunPowerPeakSleep()); }).back(), '0');

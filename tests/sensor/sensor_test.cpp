@@ -1,4 +1,3 @@
-// SDR conversion against the formula written out independently, averaging, the reading calls.
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -8,7 +7,6 @@
 
 namespace {
 
-// The result exponent of each nibble, written out independently of the library's rule.
 constexpr int kResultExponent[16] = {0, 7, 6, 5, 4, 3, 2, 1, -8, -7, -6, -5, -4, -3, -2, -1};
 
 // Every exponent byte over a grid including 32-bit products that wrap: the very bits of the formula with pow().
