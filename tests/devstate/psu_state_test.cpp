@@ -38,53 +38,33 @@ Bytes invalidSummary(int index, unsigned char present) {
 
 class PsuState : public qtest::BoundTest {};
 
-TEST_F(PsuState, CountAndPresent_ClampTheCountToEightAndAcceptAnIndexEqualToIt) {
-    for (int i = -1; i < 8; ++i) block().setU8(rec(i, 1), static_cast<unsigned char>(0x40 + i));
-    block().copyIn(kNormalNum - 1, Bytes{0x12, 0x5A, 0x56}.data(), 3);  // the normal number: "record 8"'s present
+TEST_F(PsuState, IndexedReaders_EachKeepsItsOwnBound) {
+    putPsu(-1), putPsu(0), putPsu(1, 2), putPsu(2), putPsu(3), putPsu(8);  // 8 lies over the counters
+    block().setU8(kNormalNum - 1, 0x12);
     EXPECT_EQ(std::vector<int>({ReadQuorixPSUConfigNum(), ReadQuorixPSUNormalNum(), GetQuorixPSURedundantNum()}),
-              std::vector<int>({0x12, 0x5A, 0x56}));
-    const struct { int count, index, expected; } cases[] = {
-        {0, 0, 0x40}, {0, 1, -1}, {2, 0, 0x40}, {2, 2, 0x42}, {2, 3, -1}, {12, 8, 0x5A},
-        {12, 9, -1}, {2, -1, 0x3F}, {8, 8, 0x5A}, {2, INT_MAX, -1}, {2, INT_MIN, -1}};
-    for (const auto &c : cases) {
-        block().setU8(kCount, static_cast<unsigned char>(c.count));
-        EXPECT_EQ(std::vector<int>({ReadQuorixPSUPresent(c.index), ReadQuorixPSUNum(), QuorixGetPsuNum()}),
-                  std::vector<int>({c.expected, std::min(c.count, 8), std::min(c.count, 8)})) << c.count << " " << c.index;
-    }
-}
-
-TEST_F(PsuState, StatusReaders_KeepTheirOwnBoundAndReadZeroForAbsentSupplies) {
-    putPsu(-1), putPsu(0), putPsu(1, 0), putPsu(2), putPsu(3), putPsu(8);  // 8 lies over the counters
+              std::vector<int>({0x12, 1, kHead[0]}));  // the normal number is "record 8"'s present byte
     const struct { int (*read)(int); int value; } readers[] = {
         {ReadQuorixPSUStatusWord, 0x1234}, {ReadQuorixPSUVoutStatus, 0x0A}, {ReadQuorixPSUIoutStatus, 0x0B},
         {ReadQuorixPSUInputStatus, 0x0C}, {ReadQuorixPSUTemperatureStatus, 0x0D}, {ReadQuorixPSUFanStatus, 0x44}};
-    const struct { int count, index; bool reads; } cases[] = {
-        {2, 0, true}, {2, 1, false}, {2, 2, true}, {2, 3, false}, {2, -1, true}, {0, 0, true}, {0, 1, false},
-        {12, 3, true}, {12, 8, true}, {12, 9, false}, {2, INT_MIN, false}};
+    // Power sums the input power of supplies present (byte 1) below the clamped count in float, then truncates.
+    const struct { int count, index, present, type, power; bool status, serial; } cases[] = {
+        {0, 0, 1, 1, 0, true, true}, {0, 1, -1, 1, 0, false, true}, {2, 0, 1, 1, 99, true, true},
+        {2, 1, 2, 1, 99, false, true}, {2, 2, 1, 1, 99, true, true}, {2, 3, -1, 1, 99, false, true},
+        {2, -1, 1, -1, 99, true, true}, {2, 8, -1, 1, 99, false, false}, {2, INT_MAX, -1, -1, 99, false, false},
+        {2, INT_MIN, -1, -1, 99, false, false}, {3, 3, 1, 1, 199, true, true}, {12, 3, 1, 1, 298, true, true},
+        {12, 8, 1, 1, 298, true, false}, {12, 9, -1, 0, 298, false, false}, {8, 8, 1, 1, 298, true, false}};
     for (const auto &c : cases) {
         block().setU8(kCount, static_cast<unsigned char>(c.count));
-        for (const auto &r : readers) EXPECT_EQ(r.read(c.index), c.reads ? r.value : 0) << c.count << " " << c.index;
-    }
-}
-
-TEST_F(PsuState, TypeAndPower_ReadWithoutTheCountOrOverPresentSuppliesOnly) {
-    block().setU8(rec(20, 158), 0x02);
-    EXPECT_EQ(std::make_pair(ReadQuorixPSUType(20), ReadQuorixPSUType(0xFFFFFFFFu)), std::make_pair(2, -1));
-    putPsu(0, 1, 99.5f), putPsu(1, 1, 100.25f), putPsu(2, 2, 1000.0f), putPsu(3, 1, 500.0f);
-    for (auto [count, watts] : std::vector<std::pair<int, int>>{{0, 0}, {3, 199}, {4, 699}}) {
-        block().setU8(kCount, static_cast<unsigned char>(count));
-        EXPECT_EQ(ReadQuorixPSUPower(), watts) << count;  // summed in float, truncated
-    }
-}
-
-TEST_F(PsuState, SerialNumber_CopiesEighteenBytesOrNullAndNeverChecksTheCount) {
-    block().setU8(kCount, 1), putPsu(-1), putPsu(7);
-    for (int index : {7, -1, 8, 9, INT_MAX, INT_MIN}) {
-        Bytes out(24, 0xEE), t = texts(index), want = {'N', 'U', 'L', 'L', 0};
-        if (index == 7 || index == -1) want.assign(t.begin() + 36, t.begin() + 54);
+        const int clamped = std::min(c.count, 8);
+        EXPECT_EQ(std::vector<int>({ReadQuorixPSUPresent(c.index), ReadQuorixPSUType(static_cast<unsigned>(c.index)),
+                                    ReadQuorixPSUPower(), ReadQuorixPSUNum(), QuorixGetPsuNum()}),
+                  std::vector<int>({c.present, c.type, c.power, clamped, clamped})) << c.count << " " << c.index;
+        for (const auto &r : readers) EXPECT_EQ(r.read(c.index), c.status ? r.value : 0) << c.count << " " << c.index;
+        Bytes serial(24, 0xEE), t = texts(c.index), want = {'N', 'U', 'L', 'L', 0};
+        if (c.serial) want.assign(t.begin() + 36, t.begin() + 54);  // present or not, whatever the count
         want.resize(24, 0xEE);
-        EXPECT_EQ(QuorixGetPSUSN(index, out.data()), 0);
-        EXPECT_EQ(out, want) << index;
+        EXPECT_EQ(QuorixGetPSUSN(c.index, serial.data()), 0);
+        EXPECT_EQ(serial, want) << c.index;
     }
     EXPECT_EQ(QuorixGetPSUSN(0, nullptr), -1);
 }
