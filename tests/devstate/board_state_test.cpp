@@ -21,9 +21,7 @@ TEST_F(BoardState, Counts_AreClampedSilently) {
     qtest::logToConsole({"QRXMONITOR"});
     for (const auto &c : cases) {
         block().setU8(c.at, static_cast<unsigned char>(c.raw));
-        int result = -1;
-        EXPECT_EQ(qtest::captureStdout([&] { result = c.read(); }), "") << c.at;
-        EXPECT_EQ(result, c.expected) << c.at << " raw " << c.raw;
+        EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(c.read(), c.expected) << c.at << " raw " << c.raw; }), "");
     }
     block().setF32(79921, -7.8f);
     EXPECT_EQ(GetMemoryPower(), -7);  // truncated toward zero
@@ -79,9 +77,8 @@ TEST_F(BoardState, MeRevision_BuildsTheVersionTextAndRefusesSmallBuffers) {
     for (const auto &c : cases) {
         block().setU8(79846, c.major), block().setU8(79847, c.minor), block().setU32(79855, c.build);
         std::vector<char> buf(20, 'x');
-        int result = 0;
-        const auto out = qtest::captureStdout([&] { result = QuorixGetMeRevision(2, 9, buf.data(), c.size); });
-        EXPECT_EQ(result, c.text ? 0 : -1) << c.size;
+        const auto out =
+            qtest::captureStdout([&] { EXPECT_EQ(QuorixGetMeRevision(2, 9, buf.data(), c.size), c.text ? 0 : -1); });
         std::string want = c.text ? c.text : "";
         if (c.text) want.resize(c.size, '\0');  // the whole given size is cleared
         want.resize(20, 'x');
@@ -112,9 +109,8 @@ TEST_F(BoardState, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
         {qrx::Slot::WriteFru, 2, quorix_write_fru, 8, ""}};  // a short write is passed on as it is
     for (const auto &c : cases) {
         qtest::Sim::get().setFault(slot(c.slot), c.fault);
-        int result = 0;
-        EXPECT_EQ(qtest::captureStdout([&] { result = c.call(2, 0, 16, Bytes(16).data()); }), c.out);
-        EXPECT_EQ(result, c.result) << c.out;
+        EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(c.call(2, 0, 16, Bytes(16).data()), c.result) << c.out; }),
+                  c.out);
         qtest::Sim::get().setFault(slot(c.slot), 0);
     }
     intf_handle[slot(qrx::Slot::ReadFru)] = intf_handle[slot(qrx::Slot::WriteFru)] = nullptr;
@@ -168,9 +164,7 @@ TEST_F(BoardState, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
     EXPECT_EQ(read_quorix_fan_info(2, out.data()), 0);
     fan2.push_back(0xEE);
     EXPECT_EQ(out, fan2);
-    int result = 0;
-    EXPECT_GOLDEN("fan_info.txt", qtest::captureStdout([&] { result = show_fan_info(); }));
-    EXPECT_EQ(result, 2);
+    EXPECT_GOLDEN("fan_info.txt", qtest::captureStdout([] { EXPECT_EQ(show_fan_info(), 2); }));
     block().setU8(kFanCount, 40);  // clamped to the 16 records of the region
     unsigned char *buf = out.data();
     EXPECT_EQ(std::vector<int>({QuorixGetFanNumber(), read_quorix_fan_info(15, buf), read_quorix_fan_info(16, buf),

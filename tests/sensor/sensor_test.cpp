@@ -60,17 +60,16 @@ TEST_F(Readings, TemperatureAndPowerAreTruncatedTowardZero) {
         {std::numeric_limits<float>::quiet_NaN(), 0.0f}, {3e9f, float(INT_MAX)}, {-3e9f, float(INT_MIN)}};
     for (const auto &c : cases) {
         g_reading = c.slot;
-        EXPECT_EQ(QuorixGetTempSensorReading(0x01, 0x1234), c.expected) << c.slot;
-        EXPECT_EQ(g_scratchSeen, 0x11234);
-        EXPECT_EQ(QuorixGetPowerSensorReading(0x0B, 0x56), c.expected) << c.slot;
-        EXPECT_EQ(g_scratchSeen, 0xB0056);
+        EXPECT_EQ(std::vector<float>({QuorixGetTempSensorReading(0x01, 0x1234), g_scratchSeen,
+                                      QuorixGetPowerSensorReading(0x0B, 0x56), g_scratchSeen}),
+                  std::vector<float>({c.expected, 0x11234, c.expected, 0xB0056})) << c.slot;
     }
     qtest::replaceSlot(qrx::Slot::QuorixGetSensorReading,
                        +[](int type, float *reading, int index) { return *reading = 12.5f, type * 16 + index; });
     float reading = 0.0f;
-    EXPECT_EQ(QuorixGetSensorReading(3, nullptr, 4), -1);
-    EXPECT_EQ(QuorixGetSensorReading(3, &reading, 4), 0x34);
-    EXPECT_EQ(reading, 12.5f);
+    EXPECT_EQ(std::vector<float>({static_cast<float>(QuorixGetSensorReading(3, nullptr, 4)),
+                                  static_cast<float>(QuorixGetSensorReading(3, &reading, 4)), reading}),
+              std::vector<float>({-1, 0x34, 12.5f}));
     intf_handle[24] = intf_handle[25] = nullptr;
     EXPECT_EQ(QuorixGetTempSensorReading(1, 2) + QuorixGetPowerSensorReading(1, 2), 0.0f);
 }
