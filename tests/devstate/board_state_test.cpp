@@ -27,13 +27,17 @@ TEST_F(BoardState, Counts_AreClampedSilently) {
     EXPECT_EQ(GetMemoryPower(), -7);  // truncated toward zero
 }
 
-TEST_F(BoardState, CpuPresent_UsesASignedBoundAgainstTheClampedCount) {
-    for (int i = -1; i < 4; ++i) block().setU8(cpu(i), static_cast<unsigned char>(16 + i));
-    const struct { int count, index, expected; } cases[] = {
-        {2, 0, 16}, {2, 1, 17}, {2, 2, 0}, {6, 3, 19}, {6, 4, 0}, {2, -1, 15}, {0, 0, 0}, {0, -1, 15}, {2, INT_MIN, 0}};
+// One CPU's byte under a signed bound against the clamped count; the bitmap of those exactly 1, also stored.
+TEST_F(BoardState, CpuPresence_ReadsOneUnderASignedBoundAndMapsThePresentOnes) {
+    const unsigned char present[] = {15, 1, 2, 0, 1};  // CPUs -1..3
+    for (int i = -1; i < 4; ++i) block().setU8(cpu(i), present[i + 1]);
+    const struct { int count, index, expected, bitmap; } cases[] = {
+        {2, 0, 1, 0x01}, {2, 1, 2, 0x01}, {3, 3, 0, 0x01}, {6, 3, 1, 0x09}, {6, 4, 0, 0x09}, {2, -1, 15, 0x01},
+        {0, 0, 0, 0}, {0, -1, 15, 0}, {2, INT_MIN, 0, 0x01}, {4, 3, 1, 0x09}, {9, 0, 1, 0x09}};
     for (const auto &c : cases) {
         block().setU8(kCpuCount, static_cast<unsigned char>(c.count));
-        EXPECT_EQ(QuorixGetCpuPresentStatus(c.index), c.expected) << "count " << c.count << " index " << c.index;
+        EXPECT_EQ(std::vector<int>({QuorixGetCpuPresentStatus(c.index), GetConfiguredCPUBitMap(), block().u8(6419669)}),
+                  std::vector<int>({c.expected, c.bitmap, c.bitmap})) << "count " << c.count << " index " << c.index;
     }
 }
 
@@ -56,16 +60,6 @@ TEST_F(BoardState, CpuStat_FillsOncePerProcessAndRetriesAfterABadCount) {
     EXPECT_EQ(g_cpuQueries, (std::vector<int>{0, 1, 2}));
     EXPECT_EQ(std::vector<int>({block().u8(cpu(0)), block().u8(cpu(1)), block().u8(cpu(2))}),
               std::vector<int>({1, 0, 0xEE}));  // a result other than 0 or 1 leaves the byte
-}
-
-TEST_F(BoardState, ConfiguredBitmap_StoresThePresentCpus) {
-    const unsigned char present[] = {1, 0, 1, 1};
-    for (int i = 0; i < 4; ++i) block().setU8(cpu(i), present[i]);
-    for (auto [count, bitmap] : std::vector<std::pair<int, int>>{{4, 0x0D}, {0, 0}, {3, 0x05}, {9, 0x0D}}) {
-        block().setU8(kCpuCount, static_cast<unsigned char>(count));
-        EXPECT_EQ(GetConfiguredCPUBitMap(), bitmap) << count;
-        EXPECT_EQ(block().u8(6419669), bitmap);
-    }
 }
 
 TEST_F(BoardState, MeRevision_BuildsTheVersionTextAndRefusesSmallBuffers) {
