@@ -60,7 +60,6 @@ TEST_F(FanParam, Commands_WriteTheirFieldAndTheType) {
 std::vector<std::pair<int, int>> g_reads;
 float temperature(int type, int index, float *) { return g_reads.emplace_back(type, index), 41.6f; }
 
-std::string report() { return qtest::captureStdout([] { EXPECT_EQ(show_fan_param(), 0); }); }
 void put(long long id, Pokes bytes, std::vector<std::pair<int, float>> floats = {}) {
     for (auto [at, v] : bytes) curve(id)[at] = static_cast<unsigned char>(v);
     for (auto [at, v] : floats) qrx::ByteView(curve(id)).setF32(at, v);
@@ -68,7 +67,7 @@ void put(long long id, Pokes bytes, std::vector<std::pair<int, float>> floats = 
 
 TEST_F(FanParam, Report_ListsOutputsAndCurvesInUse) {
     qtest::replaceSlot(qrx::Slot::ReadTempSensor, temperature);
-    EXPECT_EQ(report(), "cooling line/pid count 0, pwm num:0\n");  // and no reading
+    EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(show_fan_param(), 0); }), "cooling line/pid count 0, pwm num:0\n");
     block().setU8(0x618FF4, 3), block().setU8(0xFF26, 3);
     const unsigned char outputs[] = {0x34, 0x12, 2, 45, 8, 0, 3, 60, 1, 0, 9, 1}, finals[] = {40, 55, 2};
     block().copyIn(0x622252, outputs, sizeof outputs);
@@ -80,7 +79,7 @@ TEST_F(FanParam, Report_ListsOutputsAndCurvesInUse) {
     put(1, {{0, 3}, {6, 75}, {29, 12}, {30, 70}, {31, 90}, {32, 4}, {116, 0x34}, {117, 0x12}},
         {{2, 60.25f}, {7, 1.5f}, {11, 0.25f}, {15, -1.0f}, {122, 2.0f}});
     put(2, {{116, 1}}), put(3, {{0, 2}});
-    EXPECT_GOLDEN("fan_report.txt", report());
+    EXPECT_GOLDEN("fan_report.txt", qtest::captureStdout([] { EXPECT_EQ(show_fan_param(), 0); }));
     EXPECT_EQ(g_reads, (std::vector<std::pair<int, int>>{{1, 8}, {1, 0x1234}}));  // one reading per reported curve
 }
 
