@@ -27,7 +27,6 @@ TEST_F(BoardState, Counts_AreClampedSilently) {
     EXPECT_EQ(GetMemoryPower(), -7);  // truncated toward zero
 }
 
-// One CPU's byte under a signed bound against the clamped count; the bitmap of those exactly 1, also stored.
 TEST_F(BoardState, CpuPresence_ReadsOneUnderASignedBoundAndMapsThePresentOnes) {
     const unsigned char present[] = {15, 1, 2, 0, 1};  // CPUs -1..3
     for (int i = -1; i < 4; ++i) block().setU8(cpu(i), present[i + 1]);

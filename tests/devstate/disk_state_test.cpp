@@ -81,10 +81,9 @@ TEST_F(DiskState, NumSupport_AddsTheSlotsOfBackplanesInUse) {
               "WriteHwHDDInfo,error CpldType:3!!\n");
 }
 
-// A later source wins a shared slot.
 TEST_F(DiskState, RackFormat_OrdersSourceRecordsBySlotTable) {
     constexpr std::size_t kRec = 114, kName = 76;
-    using Sources = std::vector<std::pair<int, const char *>>;  // source record, name
+    using Sources = std::vector<std::pair<int, const char *>>;  // source record, name; a later one wins a slot
     const struct { int nvmeBackplane; Sources sources; std::map<int, int> from; } cases[] = {  // report slot: source
         {1, {{0, "sSATA2"}, {3, "SATA7"}, {9, "NVME1"}, {10, "NVME8"}, {11, "SATA0"}}, {{2, 0}, {10, 11}, {17, 9}}},
         {0, {{9, "SATA3"}, {4, "SATA5"}, {30, "NVME1"}, {5, "NVME2"}, {6, "sSATA0"}},

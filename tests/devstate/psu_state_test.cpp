@@ -11,16 +11,15 @@ constexpr std::size_t kCount = 67604, kRecords = 67605, kRecordSize = 159, kNorm
 
 std::size_t rec(long long i, std::size_t field) { return kRecords + i * static_cast<long long>(kRecordSize) + field; }
 
-// Record bytes 2..13, readings from 14 and their summary values from 10: whole units rounded, x100 truncated
-// for output volt and currents, low 16 bits of the maximum output power; texts and date (58..151) copied.
+// Record bytes 2..13, readings from 14, texts 58..151; summaries: rounded, x100 cut (7th-9th), low 16 bits (10th).
 const Bytes kHead = {0x21, 0x34, 0x12, 0x78, 0x56, 0x03, 0x01, 0x44, 0x0A, 0x0B, 0x0C, 0x0D};
 const float kReadings[] = {25.5f, 30.4f, 41.6f, 99.5f, 99.4f, 229.7f, 12.2f, 4.56f, 1.15f, 70000.0f, 8123.5f};
 const unsigned kSummaryReadings[] = {26, 30, 42, 100, 99, 230, 1220, 456, 115, 4464, 8124};
 Bytes texts(int i) { return qtest::pattern(94, static_cast<std::uint8_t>(i)); }
 
-void putPsu(int i, unsigned char present = 1, float inputPower = 99.5f) {
+void putPsu(int i, unsigned char present = 1) {
     block().setU8(rec(i, 1), present), block().copyIn(rec(i, 2), kHead.data(), kHead.size());
-    for (int k = 0; k < 11; ++k) block().setF32(rec(i, 14 + 4 * k), k == 3 ? inputPower : kReadings[k]);
+    for (int k = 0; k < 11; ++k) block().setF32(rec(i, 14 + 4 * k), kReadings[k]);
     block().copyIn(rec(i, 58), texts(i).data(), 94), block().setU8(rec(i, 153), 0x02), block().setU8(rec(i, 158), 0x01);
 }
 
@@ -67,18 +66,14 @@ TEST_F(PsuState, IndexedReaders_EachKeepsItsOwnBound) {
         EXPECT_EQ(serial, want) << c.index;
     }
     EXPECT_EQ(QuorixGetPSUSN(0, nullptr), -1);
-}
-
-TEST_F(PsuState, Info_FillsTheSummaryAndKeepsItsIndexRules) {
-    putPsu(1), putPsu(2), putPsu(0, 0), putPsu(3, 3);
     block().setU8(kCount, 3);
     EXPECT_EQ(ReadQuorixPSUInfo(0, nullptr), -1);
     // Above the raw count: untouched; "record 8" lies over the counters; above 8 or before the block: 255s.
-    const struct { int count, index, result; Bytes expected; } cases[] = {{3, 1, 0, summary(1)},
-        {3, 3, 0, invalidSummary(3, 3)}, {3, 0, 0, invalidSummary(0, 0)}, {3, 4, -1, Bytes(126, 0xAA)},
-        {12, 8, 0, invalidSummary(8, 0)}, {12, 9, 0, invalidSummary(9, 255)}, {12, 13, -1, Bytes(126, 0xAA)},
-        {12, INT_MIN, 0, invalidSummary(0, 255)}};
-    for (const auto &c : cases) {
+    const struct { int count, index, result; Bytes expected; } infos[] = {
+        {3, 2, 0, summary(2)}, {12, 8, 0, summary(8)}, {3, 1, 0, invalidSummary(1, 2)},
+        {12, 4, 0, invalidSummary(4, 0)}, {3, 4, -1, Bytes(126, 0xAA)}, {12, 9, 0, invalidSummary(9, 255)},
+        {12, 13, -1, Bytes(126, 0xAA)}, {12, INT_MIN, 0, invalidSummary(0, 255)}};
+    for (const auto &c : infos) {
         block().setU8(kCount, static_cast<unsigned char>(c.count));
         Bytes out(126, 0xAA);
         EXPECT_EQ(ReadQuorixPSUInfo(c.index, out.data()), c.result) << c.index;
