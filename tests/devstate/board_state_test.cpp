@@ -145,7 +145,7 @@ Bytes fanRecord(unsigned char health, unsigned front, unsigned rear, unsigned ch
     return r;
 }
 
-TEST_F(BoardState, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
+TEST_F(BoardState, FanRecords_WriteReadShowAndSetTheDuty) {
     qtest::replaceSlot(qrx::Slot::QuorixGetFanSummaryHealth, +[] { return 2; });
     Bytes fan0 = fanRecord(0, 8200, 7900, 45, "FAN0"), fan2 = fanRecord(2, 0, 0, 100, "FAN2\x01");
     EXPECT_EQ(write_quorix_fan_info(2, fan2.data()), 0);
@@ -157,6 +157,22 @@ TEST_F(BoardState, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
     fan2.push_back(0xEE);
     EXPECT_EQ(out, fan2);
     EXPECT_GOLDEN("fan_info.txt", qtest::captureStdout([] { EXPECT_EQ(show_fan_info(), 2); }));
+    static int slotResult;
+    static std::vector<int> calls;
+    qtest::replaceSlot(qrx::Slot::SetFanSpeed, +[](int fan, int duty) { return calls.insert(calls.end(), {fan, duty}), slotResult; });
+    // A duty is recorded only when the controller took it. stored: the duty byte of the fan, or of the nearest one
+    // for a fan out of range (0xEE: untouched).
+    const struct { int fan, duty, slot, result, stored; bool called; } cases[] = {
+        {2, 100, 0, 0, 100, true}, {0, 0, 0, 0, 0, true}, {1, 37, -5, -5, 0xEE, true}, {3, 50, 0, -1, 0xEE, false},
+        {-1, 50, 0, -1, 0xEE, false}, {1, 101, 0, -1, 0xEE, false}, {1, -1, 0, -1, 0xEE, false}};
+    for (const auto &c : cases) {
+        slotResult = c.slot, calls.clear();
+        const std::size_t duty = kFanRecords + 32 * std::clamp(c.fan, 0, 2) + 6;
+        block().setU8(duty, 0xEE);
+        EXPECT_EQ(quorixSetFanSpeedInterface(c.fan, c.duty), c.result) << c.fan << " " << c.duty;
+        EXPECT_EQ(calls, (c.called ? std::vector<int>{c.fan, c.duty} : std::vector<int>{})) << c.fan << " " << c.duty;
+        EXPECT_EQ(block().u8(duty), c.stored) << c.fan << " " << c.duty;
+    }
     block().setU8(kFanCount, 40);  // clamped to the 16 records of the region
     unsigned char *buf = out.data();
     EXPECT_EQ(std::vector<int>({QuorixGetFanNumber(), read_quorix_fan_info(15, buf), read_quorix_fan_info(16, buf),
@@ -191,25 +207,6 @@ TEST_F(BoardState, PciePolls_QueryEveryDeviceWithBothReadinessFlags) {
         polled.clear();
         EXPECT_EQ(pass.poll(), 0);
         EXPECT_EQ(polled, (std::vector<int>{0, 3, 15})) << qrx::slotIndex(pass.slot);
-    }
-}
-
-TEST_F(BoardState, FanSpeed_RecordsTheDutyOnlyWhenTheControllerTookIt) {
-    static int slotResult;
-    static std::vector<int> calls;
-    qtest::replaceSlot(qrx::Slot::SetFanSpeed, +[](int fan, int duty) { return calls.insert(calls.end(), {fan, duty}), slotResult; });
-    block().setU8(0x200000, 3);
-    // stored: the duty byte of the fan, or of the nearest one for a fan out of range (0xEE: untouched)
-    const struct { int fan, duty, slot, result, stored; bool called; } cases[] = {
-        {2, 100, 0, 0, 100, true}, {0, 0, 0, 0, 0, true}, {1, 37, -5, -5, 0xEE, true}, {3, 50, 0, -1, 0xEE, false},
-        {-1, 50, 0, -1, 0xEE, false}, {1, 101, 0, -1, 0xEE, false}, {1, -1, 0, -1, 0xEE, false}};
-    for (const auto &c : cases) {
-        slotResult = c.slot, calls.clear();
-        const std::size_t duty = 0x200001 + 32 * std::clamp(c.fan, 0, 2) + 6;
-        block().setU8(duty, 0xEE);
-        EXPECT_EQ(quorixSetFanSpeedInterface(c.fan, c.duty), c.result) << c.fan << " " << c.duty;
-        EXPECT_EQ(calls, (c.called ? std::vector<int>{c.fan, c.duty} : std::vector<int>{})) << c.fan << " " << c.duty;
-        EXPECT_EQ(block().u8(duty), c.stored) << c.fan << " " << c.duty;
     }
 }
 

@@ -37,7 +37,7 @@ Bytes invalidSummary(int index, unsigned char present) {
 
 class PsuState : public qtest::BoundTest {};
 
-TEST_F(PsuState, IndexedReaders_EachKeepsItsOwnBound) {
+TEST_F(PsuState, Readers_EachKeepsItsOwnBoundOverOneSetOfRecords) {
     putPsu(-1), putPsu(0), putPsu(1, 2), putPsu(2), putPsu(3), putPsu(8);  // 8 lies over the counters
     block().setU8(kNormalNum - 1, 0x12);
     EXPECT_EQ(std::vector<int>({ReadQuorixPSUConfigNum(), ReadQuorixPSUNormalNum(), GetQuorixPSURedundantNum()}),
@@ -79,10 +79,7 @@ TEST_F(PsuState, IndexedReaders_EachKeepsItsOwnBound) {
         EXPECT_EQ(ReadQuorixPSUInfo(c.index, out.data()), c.result) << c.index;
         EXPECT_EQ(qtest::hex(out.data(), 126), qtest::hex(c.expected.data(), 126)) << c.index;
     }
-}
-
-TEST_F(PsuState, ShowAll_DumpsPresentSuppliesInDetailAndAbsentOnesBriefly) {
-    block().setU8(kCount, 2), putPsu(0), putPsu(1, 0);
+    block().setU8(kCount, 2);  // the dump: supply 0 in detail, supply 1 (present byte 2) as absent
     int result = 0;
     const std::string out = qtest::captureStdout([&] { result = ShowAllPSUInfo(); });
     EXPECT_GOLDEN("psu_dump.txt", out);
