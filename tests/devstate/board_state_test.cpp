@@ -160,8 +160,7 @@ TEST_F(BoardState, FanRecords_WriteReadShowAndSetTheDuty) {
     static int slotResult;
     static std::vector<int> calls;
     qtest::replaceSlot(qrx::Slot::SetFanSpeed, +[](int fan, int duty) { return calls.insert(calls.end(), {fan, duty}), slotResult; });
-    // A duty is recorded only when the controller took it. stored: the duty byte of the fan, or of the nearest one
-    // for a fan out of range (0xEE: untouched).
+    // A duty is recorded only if the controller took it; stored: the duty byte of the fan, or the nearest fan.
     const struct { int fan, duty, slot, result, stored; bool called; } cases[] = {
         {2, 100, 0, 0, 100, true}, {0, 0, 0, 0, 0, true}, {1, 37, -5, -5, 0xEE, true}, {3, 50, 0, -1, 0xEE, false},
         {-1, 50, 0, -1, 0xEE, false}, {1, 101, 0, -1, 0xEE, false}, {1, -1, 0, -1, 0xEE, false}};

@@ -17,11 +17,12 @@ std::size_t rear(int i, std::size_t field) { return kRear + kDisk * i + field; }
 
 class DiskState : public qtest::BoundTest {};
 
-TEST_F(DiskState, TableCopies_MoveWholeTablesByTypeAndRefuseOthers) {
+TEST_F(DiskState, TableCopiesAndCount_MoveWholeTablesByTypeAndRefuseOthers) {
     Bytes image = qtest::pattern(kFrontSize + kRearSize, 3), out(kFrontSize + kRearSize + 4, 0xEE);
     for (int type : {0, 3, -1}) {
-        EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(WriteHwHDDInfo(image.data(), type), -1); }),
-                  "WriteHwHDDInfo,error CpldType:" + std::to_string(type) + "!!\n");
+        const std::string refused = "WriteHwHDDInfo,error CpldType:" + std::to_string(type) + "!!\n";
+        EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(WriteHwHDDInfo(image.data(), type), -1); }), refused);
+        EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(QuorixGetHDDNumSupport(type), -1); }), refused);
         EXPECT_EQ(QuorixGetHDDInfoFromShareMem(out.data(), type), -1);
     }
     EXPECT_EQ(WriteHwHDDInfo(nullptr, 1) + QuorixGetHDDInfoFromShareMem(nullptr, 2), -2);
@@ -77,8 +78,6 @@ TEST_F(DiskState, NumSupport_AddsTheSlotsOfBackplanesInUse) {
         block().setU8(119097, c.frontCount), block().setU8(119098, c.rearCount);
         EXPECT_EQ(QuorixGetHDDNumSupport(c.type), c.expected) << +c.frontCount << "/" << +c.rearCount << " " << c.type;
     }
-    EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(QuorixGetHDDNumSupport(3), -1); }),
-              "WriteHwHDDInfo,error CpldType:3!!\n");
 }
 
 TEST_F(DiskState, RackFormat_OrdersSourceRecordsBySlotTable) {
@@ -172,9 +171,7 @@ Transcript run(const Sequence &sequence) {
     return qtest::splitLines(child.out);
 }
 
-class DiskSensor : public qtest::BoundTest {};
-
-TEST_F(DiskSensor, EventsFollowTheSixScanRule) {
+TEST_F(DiskState, SensorEventsFollowTheSixScanRule) {
     const Sequence cases[] = {
         {"flicker shorter than six scans is ignored", 1, 1, 0, 2,
          {{{{false, 1, 1, 0}}, 5}, {{{false, 1, 0, 0}}, 1}, {{{false, 1, 1, 0}}, 5}, {{}, 1}}, {"s12 150 +0"}},
