@@ -81,8 +81,6 @@ TEST_F(BoardState, MeRevision_BuildsTheVersionTextAndRefusesSmallBuffers) {
               kMeError + std::string("1, inputSize:64!!"));
 }
 
-int slot(qrx::Slot s) { return qrx::slotIndex(s); }
-unsigned calls(qrx::Slot s) { return qtest::Sim::get().callCount(slot(s)); }
 constexpr std::size_t kAssetFlag = 138227;
 
 TEST_F(BoardState, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
@@ -91,7 +89,8 @@ TEST_F(BoardState, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
               std::vector<int>({8, 8}));
     EXPECT_EQ(back, data);
     for (int device : {30, 31, 32, 33}) EXPECT_EQ(quorix_write_fru(device, 0, 4, data.data()), -1);  // protected
-    EXPECT_EQ(calls(qrx::Slot::WriteFru) * 10 + calls(qrx::Slot::ReadFru), 11u);
+    const int readSlot = qrx::slotIndex(qrx::Slot::ReadFru), writeSlot = qrx::slotIndex(qrx::Slot::WriteFru);
+    EXPECT_EQ(qtest::Sim::get().callCount(writeSlot) * 10 + qtest::Sim::get().callCount(readSlot), 11u);
     EXPECT_EQ(quorix_write_fru(29, 0, 4, data.data()) + quorix_write_fru(34, 0, 4, data.data()), 8);
     using Call = int (*)(int, int, int, unsigned char *);
     const struct { qrx::Slot slot; int fault; Call call; int result; const char *out; } cases[] = {
@@ -100,12 +99,11 @@ TEST_F(BoardState, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
         {qrx::Slot::WriteFru, 1, quorix_write_fru, -1, "[INFO]: Write FRU Info Failed. Ret = -1\n"},
         {qrx::Slot::WriteFru, 2, quorix_write_fru, 8, ""}};  // a short write is passed on as it is
     for (const auto &c : cases) {
-        qtest::Sim::get().setFault(slot(c.slot), c.fault);
+        qtest::Sim::get().setFault(qrx::slotIndex(c.slot), c.fault);
         EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(c.call(2, 0, 16, Bytes(16).data()), c.result) << c.out; }),
                   c.out);
-        qtest::Sim::get().setFault(slot(c.slot), 0);
     }
-    intf_handle[slot(qrx::Slot::ReadFru)] = intf_handle[slot(qrx::Slot::WriteFru)] = nullptr;
+    intf_handle[readSlot] = intf_handle[writeSlot] = nullptr;
     EXPECT_EQ(std::vector<int>({quorix_read_fru(1, 0, 4, data.data()), quorix_write_fru(29, 0, 4, data.data()),
                                 quorix_write_fru(30, 0, 4, data.data())}), std::vector<int>({-2, -2, -1}));
 }
