@@ -24,7 +24,7 @@ TEST_F(FanParam, Commands_WriteTheirFieldAndTheType) {
         {"", "liner2_num5", 2, {{9, 5}, {0, 2}}, ""}, {"", "liner2_temper1val45", 2, {{11, 45}, {51, 45}, {0, 2}}, ""},
         {"", "liner4_delay9", 4, {{8, 9}, {0, 2}}, ""}, {"", "liner2_temper0val45", 2, {{9, 45}, {49, 45}, {0, 2}}, ""},
         {"", "liner2_pwm0val7", 2, {{8, 7}, {48, 7}, {0, 2}}, ""},  // point 0 overwrites the delay, temper0 the count
-        {"", "liner4_threshold80_81", 4, {{109, 81}, {0, 2}}, ""},
+        {"", "liner4_threshold80_81", 4, {{109, 81}, {0, 2}}, ""}, {"", "enabl3", 0, {}, ""},
         {"", "liner4_thresholddelay7", 4, {{111, 7}, {0, 2}}, ""},  // "_delay" is not inside "_thresholddelay"
         {"", "liner1_weight19_1.5", 1, {{200, 0xC0}, {201, 0x3F}, {0, 2}}, ""},
         {"", "liner5_weight-1_0.5", 5, {{121, 0x3F}, {0, 2}}, ""},  // below the weights
@@ -38,7 +38,7 @@ TEST_F(FanParam, Commands_WriteTheirFieldAndTheType) {
         {"", "mybjpid4_sp3", 0, {{6, 3}, {0, 3}}, ""},  // the id is scanned from the start: 0
         {"", "liner2_bjpid5_sp3", 2, {{0, 2}}, ""},     // "liner" comes before "bjpid"
         {"enable3", "disable3", 3, {}, ""}, {"enable2", "disable2_enable2", 2, {}, ""},  // "disable" is looked for 1st
-        {"", "LINER2_num5", 0, {}, ""}, {"", "", 0, {}, ""}, {"", "enabl3", 0, {}, ""},
+        {"", "LINER2_num5", 0, {}, ""}, {"", "", 0, {}, ""}, {"liner1_weight0_2", "liner1_weight_2", 1, {{0, 2}}, ""},
         {"pwmraise9", "pwmraise20", 0, {}, "", 20}, {"", "pwmraise255", 0, {}, "", 255},  // the low byte up to 255
         {"pwmraise20", "pwmraise300", 0, {}, "Invalid miss one fan raise values 300\n", 20},
         {"pwmraise255", "pwmraise256", 0, {}, "Invalid miss one fan raise values 256\n", 255},
