@@ -81,8 +81,6 @@ TEST_F(BoardState, MeRevision_BuildsTheVersionTextAndRefusesSmallBuffers) {
               kMeError + std::string("1, inputSize:64!!"));
 }
 
-constexpr std::size_t kAssetFlag = 138227;
-
 TEST_F(BoardState, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
     Bytes data = {0x01, 0x00, 0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC}, back(8, 0);
     EXPECT_EQ(std::vector<int>({quorix_write_fru(5, 0x10, 8, data.data()), quorix_read_fru(5, 0x10, 8, back.data())}),
@@ -128,7 +126,7 @@ TEST_F(BoardState, ClearEeprom_ErasesPageByPageAndFlagsClearedAssetData) {
         g_eepromFailAt = c.failAt;
         const auto out = qtest::captureStdout([&] { EXPECT_EQ(QuorixClearEEPROMInfo(c.offset, c.length), c.result); });
         EXPECT_EQ(g_eepromWrites, c.writes) << c.offset << "+" << c.length;
-        EXPECT_EQ(block().u8(kAssetFlag), c.flag) << c.offset << "+" << c.length;
+        EXPECT_EQ(block().u8(138227), c.flag) << c.offset << "+" << c.length;  // the asset data flag
         EXPECT_EQ(out.find("QuorixClearEEPROMInfo: write of 64 bytes at 64 failed\n") != out.npos, c.failAt >= 0);
     }
 }

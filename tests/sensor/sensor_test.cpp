@@ -13,8 +13,7 @@ constexpr int kResultExponent[16] = {0, 7, 6, 5, 4, 3, 2, 1, -8, -7, -6, -5, -4,
 TEST(SdrConvert, BitIdenticalToTheFormulaForEveryExponentByte) {
     for (int n : {0, 1, 8, 15, 0x21, 0xF8, -1}) EXPECT_EQ(TO_R_EXP(n), kResultExponent[n & 0x0F]) << n;
     const int raws[] = {0, 1, -1, 0x56, -0x1234, 255, 0x10000, INT_MAX, INT_MIN};
-    const int ms[] = {1, -0x12, 0x3FF, -512, 0x10000, 0x10001};
-    const int bs[] = {0, 0x34, -0x1FF, 511, -1};
+    const int ms[] = {1, -0x12, 0x3FF, -512, 0x10000, 0x10001}, bs[] = {0, 0x34, -0x1FF, 511, -1};
     int mismatches = 0;
     for (int e = 0; e < 256; ++e) for (int raw : raws) for (int m : ms) for (int b : bs) {
         const auto product = static_cast<std::int32_t>(static_cast<std::uint32_t>(raw) * static_cast<std::uint32_t>(m));
