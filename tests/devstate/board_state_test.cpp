@@ -1,4 +1,3 @@
-// Board counters, CPU presence, ME version text; FRU access and EEPROM erase; fan records and report.
 #include <algorithm>
 #include <climits>
 
@@ -22,21 +21,22 @@ TEST_F(BoardState, Counts_AreClampedSilently) {
     qtest::logToConsole({"QRXMONITOR"});
     for (const auto &c : cases) {
         block().setU8(c.at, static_cast<unsigned char>(c.raw));
-        int result = -1;
-        EXPECT_EQ(qtest::captureStdout([&] { result = c.read(); }), "") << c.at;
-        EXPECT_EQ(result, c.expected) << c.at << " raw " << c.raw;
+        EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(c.read(), c.expected) << c.at << " raw " << c.raw; }), "");
     }
     block().setF32(79921, -7.8f);
     EXPECT_EQ(GetMemoryPower(), -7);  // truncated toward zero
 }
 
-TEST_F(BoardState, CpuPresent_UsesASignedBoundAgainstTheClampedCount) {
-    for (int i = -1; i < 4; ++i) block().setU8(cpu(i), static_cast<unsigned char>(16 + i));
-    const struct { int count, index, expected; } cases[] = {
-        {2, 0, 16}, {2, 1, 17}, {2, 2, 0}, {6, 3, 19}, {6, 4, 0}, {2, -1, 15}, {0, 0, 0}, {0, -1, 15}, {2, INT_MIN, 0}};
+TEST_F(BoardState, CpuPresence_ReadsOneUnderASignedBoundAndMapsThePresentOnes) {
+    const unsigned char present[] = {15, 1, 2, 0, 1};  // CPUs -1..3
+    for (int i = -1; i < 4; ++i) block().setU8(cpu(i), present[i + 1]);
+    const struct { int count, index, expected, bitmap; } cases[] = {
+        {2, 0, 1, 0x01}, {2, 1, 2, 0x01}, {3, 3, 0, 0x01}, {6, 3, 1, 0x09}, {6, 4, 0, 0x09}, {2, -1, 15, 0x01},
+        {0, 0, 0, 0}, {0, -1, 15, 0}, {2, INT_MIN, 0, 0x01}, {4, 3, 1, 0x09}, {9, 0, 1, 0x09}};
     for (const auto &c : cases) {
         block().setU8(kCpuCount, static_cast<unsigned char>(c.count));
-        EXPECT_EQ(QuorixGetCpuPresentStatus(c.index), c.expected) << "count " << c.count << " index " << c.index;
+        EXPECT_EQ(std::vector<int>({QuorixGetCpuPresentStatus(c.index), GetConfiguredCPUBitMap(), block().u8(6419669)}),
+                  std::vector<int>({c.expected, c.bitmap, c.bitmap})) << "count " << c.count << " index " << c.index;
     }
 }
 
@@ -54,21 +54,10 @@ TEST_F(BoardState, CpuStat_FillsOncePerProcessAndRetriesAfterABadCount) {
     EXPECT_TRUE(g_cpuQueries.empty());
     block().setU8(kCpuCount, 3);
     for (int i = 0; i < 3; ++i) block().setU8(cpu(i), 0xEE);
-    EXPECT_EQ(GetCpuStat(), 0);
-    EXPECT_EQ(GetCpuStat(), 0);
+    EXPECT_EQ(std::vector<int>({GetCpuStat(), GetCpuStat()}), std::vector<int>({0, 0}));
     EXPECT_EQ(g_cpuQueries, (std::vector<int>{0, 1, 2}));
     EXPECT_EQ(std::vector<int>({block().u8(cpu(0)), block().u8(cpu(1)), block().u8(cpu(2))}),
               std::vector<int>({1, 0, 0xEE}));  // a result other than 0 or 1 leaves the byte
-}
-
-TEST_F(BoardState, ConfiguredBitmap_StoresThePresentCpus) {
-    const unsigned char present[] = {1, 0, 1, 1};
-    for (int i = 0; i < 4; ++i) block().setU8(cpu(i), present[i]);
-    for (auto [count, bitmap] : std::vector<std::pair<int, int>>{{4, 0x0D}, {0, 0}, {3, 0x05}, {9, 0x0D}}) {
-        block().setU8(kCpuCount, static_cast<unsigned char>(count));
-        EXPECT_EQ(GetConfiguredCPUBitMap(), bitmap) << count;
-        EXPECT_EQ(block().u8(6419669), bitmap);
-    }
 }
 
 TEST_F(BoardState, MeRevision_BuildsTheVersionTextAndRefusesSmallBuffers) {
@@ -80,9 +69,8 @@ TEST_F(BoardState, MeRevision_BuildsTheVersionTextAndRefusesSmallBuffers) {
     for (const auto &c : cases) {
         block().setU8(79846, c.major), block().setU8(79847, c.minor), block().setU32(79855, c.build);
         std::vector<char> buf(20, 'x');
-        int result = 0;
-        const auto out = qtest::captureStdout([&] { result = QuorixGetMeRevision(2, 9, buf.data(), c.size); });
-        EXPECT_EQ(result, c.text ? 0 : -1) << c.size;
+        const auto out =
+            qtest::captureStdout([&] { EXPECT_EQ(QuorixGetMeRevision(2, 9, buf.data(), c.size), c.text ? 0 : -1); });
         std::string want = c.text ? c.text : "";
         if (c.text) want.resize(c.size, '\0');  // the whole given size is cleared
         want.resize(20, 'x');
@@ -93,19 +81,14 @@ TEST_F(BoardState, MeRevision_BuildsTheVersionTextAndRefusesSmallBuffers) {
               kMeError + std::string("1, inputSize:64!!"));
 }
 
-int slot(qrx::Slot s) { return qrx::slotIndex(s); }
-unsigned calls(qrx::Slot s) { return qtest::Sim::get().callCount(slot(s)); }
-constexpr std::size_t kAssetFlag = 138227;
-
-class FruRecords : public qtest::BoundTest {};
-
-TEST_F(FruRecords, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
+TEST_F(BoardState, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
     Bytes data = {0x01, 0x00, 0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC}, back(8, 0);
-    EXPECT_EQ(quorix_write_fru(5, 0x10, 8, data.data()), 8);
-    EXPECT_EQ(quorix_read_fru(5, 0x10, 8, back.data()), 8);
+    EXPECT_EQ(std::vector<int>({quorix_write_fru(5, 0x10, 8, data.data()), quorix_read_fru(5, 0x10, 8, back.data())}),
+              std::vector<int>({8, 8}));
     EXPECT_EQ(back, data);
     for (int device : {30, 31, 32, 33}) EXPECT_EQ(quorix_write_fru(device, 0, 4, data.data()), -1);  // protected
-    EXPECT_EQ(calls(qrx::Slot::WriteFru) * 10 + calls(qrx::Slot::ReadFru), 11u);
+    const int readSlot = qrx::slotIndex(qrx::Slot::ReadFru), writeSlot = qrx::slotIndex(qrx::Slot::WriteFru);
+    EXPECT_EQ(qtest::Sim::get().callCount(writeSlot) * 10 + qtest::Sim::get().callCount(readSlot), 11u);
     EXPECT_EQ(quorix_write_fru(29, 0, 4, data.data()) + quorix_write_fru(34, 0, 4, data.data()), 8);
     using Call = int (*)(int, int, int, unsigned char *);
     const struct { qrx::Slot slot; int fault; Call call; int result; const char *out; } cases[] = {
@@ -114,16 +97,13 @@ TEST_F(FruRecords, ReadAndWrite_PassThroughTheFruDeviceAndReportFailures) {
         {qrx::Slot::WriteFru, 1, quorix_write_fru, -1, "[INFO]: Write FRU Info Failed. Ret = -1\n"},
         {qrx::Slot::WriteFru, 2, quorix_write_fru, 8, ""}};  // a short write is passed on as it is
     for (const auto &c : cases) {
-        qtest::Sim::get().setFault(slot(c.slot), c.fault);
-        int result = 0;
-        EXPECT_EQ(qtest::captureStdout([&] { result = c.call(2, 0, 16, Bytes(16).data()); }), c.out);
-        EXPECT_EQ(result, c.result) << c.out;
-        qtest::Sim::get().setFault(slot(c.slot), 0);
+        qtest::Sim::get().setFault(qrx::slotIndex(c.slot), c.fault);
+        EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(c.call(2, 0, 16, Bytes(16).data()), c.result) << c.out; }),
+                  c.out);
     }
-    intf_handle[slot(qrx::Slot::ReadFru)] = intf_handle[slot(qrx::Slot::WriteFru)] = nullptr;
-    EXPECT_EQ(quorix_read_fru(1, 0, 4, data.data()), -2);
-    EXPECT_EQ(quorix_write_fru(29, 0, 4, data.data()), -2);
-    EXPECT_EQ(quorix_write_fru(30, 0, 4, data.data()), -1);
+    intf_handle[readSlot] = intf_handle[writeSlot] = nullptr;
+    EXPECT_EQ(std::vector<int>({quorix_read_fru(1, 0, 4, data.data()), quorix_write_fru(29, 0, 4, data.data()),
+                                quorix_write_fru(30, 0, 4, data.data())}), std::vector<int>({-2, -2, -1}));
 }
 
 std::vector<std::string> g_eepromWrites;
@@ -134,7 +114,7 @@ int write24256(int offset, unsigned char *buffer, int length) {
     return offset == g_eepromFailAt ? -1 : g_eepromResult;
 }
 
-TEST_F(FruRecords, ClearEeprom_ErasesPageByPageAndFlagsClearedAssetData) {
+TEST_F(BoardState, ClearEeprom_ErasesPageByPageAndFlagsClearedAssetData) {
     qtest::replaceSlot(qrx::Slot::QuorixWrite24256EEprom, write24256);
     qtest::logToConsole({"QRXMONITOR"});
     const struct { int offset, length, failAt, result; std::vector<std::string> writes; int flag; } cases[] = {
@@ -146,7 +126,7 @@ TEST_F(FruRecords, ClearEeprom_ErasesPageByPageAndFlagsClearedAssetData) {
         g_eepromFailAt = c.failAt;
         const auto out = qtest::captureStdout([&] { EXPECT_EQ(QuorixClearEEPROMInfo(c.offset, c.length), c.result); });
         EXPECT_EQ(g_eepromWrites, c.writes) << c.offset << "+" << c.length;
-        EXPECT_EQ(block().u8(kAssetFlag), c.flag) << c.offset << "+" << c.length;
+        EXPECT_EQ(block().u8(138227), c.flag) << c.offset << "+" << c.length;  // the asset data flag
         EXPECT_EQ(out.find("QuorixClearEEPROMInfo: write of 64 bytes at 64 failed\n") != out.npos, c.failAt >= 0);
     }
 }
@@ -161,9 +141,7 @@ Bytes fanRecord(unsigned char health, unsigned front, unsigned rear, unsigned ch
     return r;
 }
 
-class FanInfo : public qtest::BoundTest {};
-
-TEST_F(FanInfo, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
+TEST_F(BoardState, FanRecords_WriteReadShowAndSetTheDuty) {
     qtest::replaceSlot(qrx::Slot::QuorixGetFanSummaryHealth, +[] { return 2; });
     Bytes fan0 = fanRecord(0, 8200, 7900, 45, "FAN0"), fan2 = fanRecord(2, 0, 0, 100, "FAN2\x01");
     EXPECT_EQ(write_quorix_fan_info(2, fan2.data()), 0);
@@ -174,9 +152,22 @@ TEST_F(FanInfo, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
     EXPECT_EQ(read_quorix_fan_info(2, out.data()), 0);
     fan2.push_back(0xEE);
     EXPECT_EQ(out, fan2);
-    int result = 0;
-    EXPECT_GOLDEN("fan_info.txt", qtest::captureStdout([&] { result = show_fan_info(); }));
-    EXPECT_EQ(result, 2);
+    EXPECT_GOLDEN("fan_info.txt", qtest::captureStdout([] { EXPECT_EQ(show_fan_info(), 2); }));
+    static int slotResult;
+    static std::vector<int> calls;
+    qtest::replaceSlot(qrx::Slot::SetFanSpeed, +[](int fan, int duty) { return calls.insert(calls.end(), {fan, duty}), slotResult; });
+    // A duty is recorded only if the controller took it; stored: the duty byte of the fan, or the nearest fan.
+    const struct { int fan, duty, slot, result, stored; bool called; } cases[] = {
+        {2, 100, 0, 0, 100, true}, {0, 0, 0, 0, 0, true}, {1, 37, -5, -5, 0xEE, true}, {3, 50, 0, -1, 0xEE, false},
+        {-1, 50, 0, -1, 0xEE, false}, {1, 101, 0, -1, 0xEE, false}, {1, -1, 0, -1, 0xEE, false}};
+    for (const auto &c : cases) {
+        slotResult = c.slot, calls.clear();
+        const std::size_t duty = kFanRecords + 32 * std::clamp(c.fan, 0, 2) + 6;
+        block().setU8(duty, 0xEE);
+        EXPECT_EQ(quorixSetFanSpeedInterface(c.fan, c.duty), c.result) << c.fan << " " << c.duty;
+        EXPECT_EQ(calls, (c.called ? std::vector<int>{c.fan, c.duty} : std::vector<int>{})) << c.fan << " " << c.duty;
+        EXPECT_EQ(block().u8(duty), c.stored) << c.fan << " " << c.duty;
+    }
     block().setU8(kFanCount, 40);  // clamped to the 16 records of the region
     unsigned char *buf = out.data();
     EXPECT_EQ(std::vector<int>({QuorixGetFanNumber(), read_quorix_fan_info(15, buf), read_quorix_fan_info(16, buf),
@@ -185,7 +176,6 @@ TEST_F(FanInfo, WriteReadAndShow_KeepTheRecordsAndRaiseTheCount) {
               std::vector<int>({16, 0, -1, -1, -1, -1}));
 }
 
-// OCP presence per slot and the count; a slot that failed to read keeps its last state.
 TEST_F(BoardState, SyncOcp_StoresEachSlotAndTheCount) {
     static int results[2];
     qtest::replaceSlot(qrx::Slot::QuorixGetOcpPresent, +[](int slot) { return results[slot]; });
@@ -199,7 +189,6 @@ TEST_F(BoardState, SyncOcp_StoresEachSlotAndTheCount) {
     }
 }
 
-// Only a device present with its link up (both flags 1) costs a platform query.
 TEST_F(BoardState, PciePolls_QueryEveryDeviceWithBothReadinessFlags) {
     static std::vector<int> polled;
     const struct { int (*poll)(); qrx::Slot slot; std::size_t flags; } passes[] = {
@@ -213,26 +202,6 @@ TEST_F(BoardState, PciePolls_QueryEveryDeviceWithBothReadinessFlags) {
         polled.clear();
         EXPECT_EQ(pass.poll(), 0);
         EXPECT_EQ(polled, (std::vector<int>{0, 3, 15})) << qrx::slotIndex(pass.slot);
-    }
-}
-
-// A duty is recorded only when the fan controller took it; out-of-range fans and duties make no call.
-TEST_F(BoardState, FanSpeed_RecordsTheDutyOnlyWhenTheControllerTookIt) {
-    static int slotResult;
-    static std::vector<int> calls;
-    qtest::replaceSlot(qrx::Slot::SetFanSpeed, +[](int fan, int duty) { return calls.insert(calls.end(), {fan, duty}), slotResult; });
-    block().setU8(0x200000, 3);
-    const struct { int fan, duty, slot, result, stored; bool called; } cases[] = {
-        {2, 100, 0, 0, 100, true}, {0, 0, 0, 0, 0, true}, {1, 37, -5, -5, 0, true}, {3, 50, 0, -1, 0, false},
-        {-1, 50, 0, -1, 0, false}, {1, 101, 0, -1, 0, false}, {1, -1, 0, -1, 0, false}};
-    for (const auto &c : cases) {
-        slotResult = c.slot, calls.clear();
-        block().setU8(0x200001 + 32 + 6, 0);
-        EXPECT_EQ(quorixSetFanSpeedInterface(c.fan, c.duty), c.result) << c.fan << " " << c.duty;
-        EXPECT_EQ(calls, (c.called ? std::vector<int>{c.fan, c.duty} : std::vector<int>{})) << c.fan << " " << c.duty;
-        if (c.fan >= 0 && c.fan < 3) {
-            EXPECT_EQ(block().u8(0x200001 + 32 * c.fan + 6), c.stored) << c.fan;
-        }
     }
 }
 

@@ -1,4 +1,3 @@
-// Fan curves: set_fan_param's keywords, scan formats and refusals; show_fan_param; the sensor names.
 #include <cstring>
 #include <set>
 
@@ -15,19 +14,17 @@ std::string set(const std::string &command) {
     std::string text = command;
     return qtest::captureStdout([&] { set_fan_param(text.data()); });
 }
-std::string named(const std::string &command) { return "set_fan_param name: " + command + "\n"; }
 using Pokes = std::vector<std::pair<int, int>>;  // (offset, byte)
 
 class FanParam : public qtest::BoundTest {};
 
-// Each command runs on eight zeroed curves after an optional first command; the curve named by id then
-// holds the listed (offset, value) bytes, every other byte of the eight curves is 0.
+// After an optional first command on zeroed curves and raise byte: curve id holds the listed bytes, the rest 0.
 TEST_F(FanParam, Commands_WriteTheirFieldAndTheType) {
-    const struct { const char *before, *command; int id; Pokes bytes; const char *out; } cases[] = {
+    const struct { const char *before, *command; int id; Pokes bytes; const char *out; int raise = 0; } cases[] = {
         {"", "liner2_num5", 2, {{9, 5}, {0, 2}}, ""}, {"", "liner2_temper1val45", 2, {{11, 45}, {51, 45}, {0, 2}}, ""},
         {"", "liner4_delay9", 4, {{8, 9}, {0, 2}}, ""}, {"", "liner2_temper0val45", 2, {{9, 45}, {49, 45}, {0, 2}}, ""},
         {"", "liner2_pwm0val7", 2, {{8, 7}, {48, 7}, {0, 2}}, ""},  // point 0 overwrites the delay, temper0 the count
-        {"", "liner4_threshold80_81", 4, {{109, 81}, {0, 2}}, ""},
+        {"", "liner4_threshold80_81", 4, {{109, 81}, {0, 2}}, ""}, {"", "enabl3", 0, {}, ""},
         {"", "liner4_thresholddelay7", 4, {{111, 7}, {0, 2}}, ""},  // "_delay" is not inside "_thresholddelay"
         {"", "liner1_weight19_1.5", 1, {{200, 0xC0}, {201, 0x3F}, {0, 2}}, ""},
         {"", "liner5_weight-1_0.5", 5, {{121, 0x3F}, {0, 2}}, ""},  // below the weights
@@ -41,34 +38,28 @@ TEST_F(FanParam, Commands_WriteTheirFieldAndTheType) {
         {"", "mybjpid4_sp3", 0, {{6, 3}, {0, 3}}, ""},  // the id is scanned from the start: 0
         {"", "liner2_bjpid5_sp3", 2, {{0, 2}}, ""},     // "liner" comes before "bjpid"
         {"enable3", "disable3", 3, {}, ""}, {"enable2", "disable2_enable2", 2, {}, ""},  // "disable" is looked for 1st
-        {"", "LINER2_num5", 0, {}, ""}, {"", "", 0, {}, ""}, {"", "enabl3", 0, {}, ""}, {"", "pwm_raise3", 0, {}, ""}};
+        {"", "LINER2_num5", 0, {}, ""}, {"", "", 0, {}, ""}, {"liner1_weight0_2", "liner1_weight_2", 1, {{0, 2}}, ""},
+        {"pwmraise9", "pwmraise20", 0, {}, "", 20}, {"", "pwmraise255", 0, {}, "", 255},  // the low byte up to 255
+        {"pwmraise20", "pwmraise300", 0, {}, "Invalid miss one fan raise values 300\n", 20},
+        {"pwmraise255", "pwmraise256", 0, {}, "Invalid miss one fan raise values 256\n", 255},
+        {"", "pwmraise-1", 0, {}, "", 255}, {"", "pwmraise-200", 0, {}, "", 56}, {"", "set_pwmraise7", 0, {}, "", 7},
+        {"pwmraise9", "pwmraise", 0, {}, "", 0}, {"pwmraise9", "pwm_raise3", 0, {}, "", 9}};  // no number: 0
     for (const auto &c : cases) {
         std::memset(curve(0), 0, kCurveSize * 8);
+        block().setU8(kRaise, 0);
         set(c.before);
-        EXPECT_EQ(set(c.command), named(c.command) + c.out);
+        EXPECT_EQ(set(c.command), "set_fan_param name: " + std::string(c.command) + "\n" + c.out);
         Bytes want(kCurveSize * 8, 0);
         for (auto [at, value] : c.bytes) want[kCurveSize * c.id + at] = static_cast<unsigned char>(value);
         EXPECT_EQ(qtest::blockBytes(kCurves, kCurveSize * 8), want) << c.command;
+        EXPECT_EQ(block().u8(kRaise), c.raise) << c.command;
     }
     EXPECT_EQ(set_fan_param(nullptr), -1);
-}
-
-TEST_F(FanParam, PwmRaise_StoresTheLowByteOfValuesUpTo255) {
-    const struct { const char *command; unsigned char stored; const char *refused; } cases[] = {
-        {"pwmraise20", 20, ""}, {"pwmraise300", 20, "300"}, {"pwmraise255", 255, ""}, {"pwmraise256", 255, "256"},
-        {"pwmraise-1", 255, ""}, {"pwmraise-200", 56, ""},
-        {"set_pwmraise7", 7, ""}, {"pwmraise", 0, ""}, {"pwm_raise3", 0, ""}};  // found anywhere; no number: 0
-    for (const auto &c : cases) {
-        const std::string refused = std::string("Invalid miss one fan raise values ") + c.refused + "\n";
-        EXPECT_EQ(set(c.command), named(c.command) + (*c.refused ? refused : ""));
-        EXPECT_EQ(block().u8(kRaise), c.stored) << c.command;
-    }
 }
 
 std::vector<std::pair<int, int>> g_reads;
 float temperature(int type, int index, float *) { return g_reads.emplace_back(type, index), 41.6f; }
 
-std::string report() { return qtest::captureStdout([] { EXPECT_EQ(show_fan_param(), 0); }); }
 void put(long long id, Pokes bytes, std::vector<std::pair<int, float>> floats = {}) {
     for (auto [at, v] : bytes) curve(id)[at] = static_cast<unsigned char>(v);
     for (auto [at, v] : floats) qrx::ByteView(curve(id)).setF32(at, v);
@@ -76,7 +67,7 @@ void put(long long id, Pokes bytes, std::vector<std::pair<int, float>> floats = 
 
 TEST_F(FanParam, Report_ListsOutputsAndCurvesInUse) {
     qtest::replaceSlot(qrx::Slot::ReadTempSensor, temperature);
-    EXPECT_EQ(report(), "cooling line/pid count 0, pwm num:0\n");  // and no reading
+    EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(show_fan_param(), 0); }), "cooling line/pid count 0, pwm num:0\n");
     block().setU8(0x618FF4, 3), block().setU8(0xFF26, 3);
     const unsigned char outputs[] = {0x34, 0x12, 2, 45, 8, 0, 3, 60, 1, 0, 9, 1}, finals[] = {40, 55, 2};
     block().copyIn(0x622252, outputs, sizeof outputs);
@@ -88,7 +79,7 @@ TEST_F(FanParam, Report_ListsOutputsAndCurvesInUse) {
     put(1, {{0, 3}, {6, 75}, {29, 12}, {30, 70}, {31, 90}, {32, 4}, {116, 0x34}, {117, 0x12}},
         {{2, 60.25f}, {7, 1.5f}, {11, 0.25f}, {15, -1.0f}, {122, 2.0f}});
     put(2, {{116, 1}}), put(3, {{0, 2}});
-    EXPECT_GOLDEN("fan_report.txt", report());
+    EXPECT_GOLDEN("fan_report.txt", qtest::captureStdout([] { EXPECT_EQ(show_fan_param(), 0); }));
     EXPECT_EQ(g_reads, (std::vector<std::pair<int, int>>{{1, 8}, {1, 0x1234}}));  // one reading per reported curve
 }
 

@@ -1,4 +1,3 @@
-// SDR conversion against the formula written out independently, averaging, the reading calls.
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -8,15 +7,13 @@
 
 namespace {
 
-// The result exponent of each nibble, written out independently of the library's rule.
 constexpr int kResultExponent[16] = {0, 7, 6, 5, 4, 3, 2, 1, -8, -7, -6, -5, -4, -3, -2, -1};
 
 // Every exponent byte over a grid including 32-bit products that wrap: the very bits of the formula with pow().
 TEST(SdrConvert, BitIdenticalToTheFormulaForEveryExponentByte) {
     for (int n : {0, 1, 8, 15, 0x21, 0xF8, -1}) EXPECT_EQ(TO_R_EXP(n), kResultExponent[n & 0x0F]) << n;
     const int raws[] = {0, 1, -1, 0x56, -0x1234, 255, 0x10000, INT_MAX, INT_MIN};
-    const int ms[] = {1, -0x12, 0x3FF, -512, 0x10000, 0x10001};
-    const int bs[] = {0, 0x34, -0x1FF, 511, -1};
+    const int ms[] = {1, -0x12, 0x3FF, -512, 0x10000, 0x10001}, bs[] = {0, 0x34, -0x1FF, 511, -1};
     int mismatches = 0;
     for (int e = 0; e < 256; ++e) for (int raw : raws) for (int m : ms) for (int b : bs) {
         const auto product = static_cast<std::int32_t>(static_cast<std::uint32_t>(raw) * static_cast<std::uint32_t>(m));
@@ -62,17 +59,16 @@ TEST_F(Readings, TemperatureAndPowerAreTruncatedTowardZero) {
         {std::numeric_limits<float>::quiet_NaN(), 0.0f}, {3e9f, float(INT_MAX)}, {-3e9f, float(INT_MIN)}};
     for (const auto &c : cases) {
         g_reading = c.slot;
-        EXPECT_EQ(QuorixGetTempSensorReading(0x01, 0x1234), c.expected) << c.slot;
-        EXPECT_EQ(g_scratchSeen, 0x11234);
-        EXPECT_EQ(QuorixGetPowerSensorReading(0x0B, 0x56), c.expected) << c.slot;
-        EXPECT_EQ(g_scratchSeen, 0xB0056);
+        EXPECT_EQ(std::vector<float>({QuorixGetTempSensorReading(0x01, 0x1234), g_scratchSeen,
+                                      QuorixGetPowerSensorReading(0x0B, 0x56), g_scratchSeen}),
+                  std::vector<float>({c.expected, 0x11234, c.expected, 0xB0056})) << c.slot;
     }
     qtest::replaceSlot(qrx::Slot::QuorixGetSensorReading,
                        +[](int type, float *reading, int index) { return *reading = 12.5f, type * 16 + index; });
     float reading = 0.0f;
-    EXPECT_EQ(QuorixGetSensorReading(3, nullptr, 4), -1);
-    EXPECT_EQ(QuorixGetSensorReading(3, &reading, 4), 0x34);
-    EXPECT_EQ(reading, 12.5f);
+    EXPECT_EQ(std::vector<float>({static_cast<float>(QuorixGetSensorReading(3, nullptr, 4)),
+                                  static_cast<float>(QuorixGetSensorReading(3, &reading, 4)), reading}),
+              std::vector<float>({-1, 0x34, 12.5f}));
     intf_handle[24] = intf_handle[25] = nullptr;
     EXPECT_EQ(QuorixGetTempSensorReading(1, 2) + QuorixGetPowerSensorReading(1, 2), 0.0f);
 }
