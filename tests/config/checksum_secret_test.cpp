@@ -71,6 +71,8 @@ TEST_F(Secret, RoundTripsAreStableAndTheKeyIsMadeOnceRootOnly) {
     ASSERT_EQ(QuorixPwDecryptAndCyo(form, back, "device-key", sizeof back), 0);
     EXPECT_EQ(std::strlen(form), 12u) << "base64 of nine bytes";
     EXPECT_STREQ(back, "S3cret!pw");
+    EXPECT_EQ(qtest::captureStdout([&] { EXPECT_EQ(QuorixPwDecryptAndCyo(form, nullptr, "device-key", 16), -1); }),
+              "Error in decrypting the password.\n");
 }
 
 TEST_F(Secret, InPlaceRefusalsPrintWhyAndTouchNothing) {

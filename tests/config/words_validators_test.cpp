@@ -62,13 +62,26 @@ TEST(Words, SeverityWordsToSyslogLevels) {
 TEST(TrapInput, PrintableWithoutSpace_ZeroPaddingAllowed_KnownDeviceTypes) {
     const struct { std::string bytes; int length; unsigned result; } cases[] = {
         {"a b", 3, 1}, {"a b", 1, 0}, {std::string("pub\0\0", 5), 5, 0}, {"a\x7f", 2, 1}, {"\x80", 1, 1}, {"!~", 2, 0},
-        {" ", 1, 1}, {"\x1f", 1, 1}, {"a b", 0, 0}, {"a b", -3, 0}};
+        {" ", 1, 1}, {"\x1f", 1, 1}, {" b", 0, 0}, {" b", -3, 0}};
     for (const auto &c : cases)
         EXPECT_EQ(ValidateSNMPTrapCfgInput(reinterpret_cast<const unsigned char *>(c.bytes.data()), c.length), c.result)
             << ::testing::PrintToString(c.bytes) << " " << c.length;
     EXPECT_EQ(ValidateSNMPTrapCfgInput(nullptr, 3), 1u);
-    for (unsigned code : {4u, 5u, 39u, 40u, 43u, 201u, 215u, 255u}) EXPECT_EQ(ValidateSNMPTrapCfgDeviceType(code), 0u) << code;
+    for (unsigned code : {4u, 5u, 30u, 39u, 40u, 43u, 201u, 215u, 255u}) EXPECT_EQ(ValidateSNMPTrapCfgDeviceType(code), 0u) << code;
     for (unsigned code : {0u, 1u, 6u, 26u, 200u, 254u, 256u, 0x10004u}) EXPECT_EQ(ValidateSNMPTrapCfgDeviceType(code), 1u) << code;
+}
+
+// The first occurrence of an extreme wins; fewer than two values leave the outputs alone.
+TEST(Extremes, IndexesOfTheFirstMaximumAndMinimum) {
+    const unsigned char bytes[] = {3, 9, 1, 9, 1};
+    const float floats[] = {2.5f, -1.0f, 7.25f, -1.0f};
+    unsigned hi = 77, lo = 77;
+    FindMaxAndMinUint8(bytes, 1, &hi, &lo);
+    EXPECT_EQ(std::make_pair(hi, lo), std::make_pair(77u, 77u));
+    FindMaxAndMinUint8(bytes, 5, &hi, &lo);
+    EXPECT_EQ(std::make_pair(hi, lo), std::make_pair(1u, 2u));
+    FindMaxAndMinFloat(floats, 4, &hi, &lo);
+    EXPECT_EQ(std::make_pair(hi, lo), std::make_pair(2u, 1u));
 }
 
 TEST(Names, UserNamesCheckedInOrderWithExactMessages) {

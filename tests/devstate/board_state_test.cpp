@@ -120,7 +120,8 @@ TEST_F(BoardState, ClearEeprom_ErasesPageByPageAndFlagsClearedAssetData) {
     const struct { int offset, length, failAt, result; std::vector<std::string> writes; int flag; } cases[] = {
         {0, 64, -1, 0, {"0+64"}, 0}, {60, 70, -1, 0, {"60+4", "64+64", "128+2"}, 0}, {32760, 8, -1, 0, {"32760+8"}, 0},
         {32760, 9, -1, -1, {}, 0}, {-1, 4, -1, -1, {}, 0}, {10, 0, -1, -1, {}, 0}, {0, 0x7FFFFFFF, -1, -1, {}, 0},
-        {0, 200, 64, -1, {"0+64", "64+64"}, 0}, {29100, 21, -1, 0, {"29100+20", "29120+1"}, 1}};
+        {0, 200, 64, -1, {"0+64", "64+64"}, 0}, {29100, 20, -1, 0, {"29100+20"}, 0},
+        {29100, 21, -1, 0, {"29100+20", "29120+1"}, 1}};
     for (const auto &c : cases) {
         g_eepromWrites.clear();
         g_eepromFailAt = c.failAt;

@@ -16,6 +16,9 @@ class DebugControl : public qtest::BoundTest {
 // Slots of 16 in directory order: the name cut to 15, zero to byte 14, byte 15
 // and the unused slots untouched; 17 switches fill 16 slots.
 TEST_F(DebugControl, LoadDebugSource_FillsSlotsInDirectoryOrder) {
+    char none[16] = "untouched";
+    EXPECT_EQ(LoadDebugSource(none), 0) << "no control folder";
+    EXPECT_STREQ(none, "untouched");
     for (int count : {0, 3, 17}) {  // switches besides "ENABLE_" (an empty name)
         qtest::clearDirectory(qtest::kControlDir);
         touchControl({"LEVEL_INFO", "PATH_LOG", "ENABLE_", "enable_DEV", "README"});

@@ -58,9 +58,9 @@ TEST_F(PasswordRule, AcceptedRequestsStoreLittleEndianInCacheAndEeprom) {
         {{{1, 16}, {2, 1}, {3, 31}, {4, 0x5A, 0x00}, {5, 10}, {6, 5}, {7, 0x3C, 0, 0, 0}, {0, 1}},
          {1, 16, 1, 31, 0x5A, 0x00, 10, 5, 0x3C, 0, 0, 0}, 8},
         {{{255, 1, 12, 1, 0x15, 0x00, 0x5A, 9, 4, 0x00, 0x00, 0x00, 0x3C}}, {1, 12, 1, 0x15, 0x5A, 0x00, 9, 4, 0x3C, 0, 0, 0}, 1},
-        {{{255, 1, 8, 0, 200, 0, 0, 0, 0, 0, 0, 0, 5}}, {1, 8, 0, 200, 0, 0, 0, 0, 5, 0, 0, 0}, 1},  // mask unchecked
-        // Disabled: defaults for the checked bytes, the others as sent.
-        {{{255, 0, 99, 7, 200, 0x12, 0x34, 77, 66, 0x12, 0x34, 0x56, 0x78}}, {0, 8, 7, 200, 0, 0, 77, 66, 5, 0, 0, 0}, 1}};
+        // Disabled: defaults for the checked bytes (the stored maximum age cleared), the others as sent.
+        {{{255, 0, 99, 7, 200, 0x12, 0x34, 77, 66, 0x12, 0x34, 0x56, 0x78}}, {0, 8, 7, 200, 0, 0, 77, 66, 5, 0, 0, 0}, 1},
+        {{{255, 1, 8, 0, 200, 0, 0, 0, 0, 0, 0, 0, 5}}, {1, 8, 0, 200, 0, 0, 0, 0, 5, 0, 0, 0}, 1}};  // mask unchecked
     for (const auto &c : cases) {
         const unsigned before = calls(kEepromWrite);
         for (Bytes r : c.requests) EXPECT_EQ(set(r), 0) << ::testing::PrintToString(r);
@@ -185,6 +185,7 @@ TEST_F(ConfFlag, ReadOnceThreeTriesAndSetAfterTheFutureFile) {
     };
     auto set = [](int v) { return [v] { std::printf("set %d ", QuorixSetConfFlagInterface(v)); }; };
     auto run = [](const std::function<void()> &steps) { return qtest::plainOutput(qtest::inChild(steps)); };
+    EXPECT_EQ(QuorixGetConfFlagInterface(nullptr), -1);
     qtest::putEeprom(kFlagOffset, {1});
     EXPECT_EQ(run([&] { get(), qtest::putEeprom(kFlagOffset, {0}), get(); }), "get 0/1/1 get 0/1/0 ");
     qtest::Sim::get().setFault(kEepromRead, 1);

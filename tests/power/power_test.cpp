@@ -155,8 +155,10 @@ TEST_F(PowerPolicy, EepromPowerStatus_ReadWriteAndFailures) {
 }
 
 TEST_F(PowerPolicy, PeakSleep_NoDelayReturnsAtOnceAndAnUnreadableDelayFails) {
-    qtest::putEeprom(kPowerPeakOffset, {0, 0});
-    EXPECT_EQ(qtest::inChild([] { std::printf("%d", RunPowerPeakSleep()); }).back(), '0');
+    for (const Bytes &delay : {Bytes{0, 0}, Bytes{0x58, 0x02}}) {  // 600 is valid but does not delay
+        qtest::putEeprom(kPowerPeakOffset, delay);
+        EXPECT_EQ(qtest::plainOutput(qtest::inChild([] { std::printf("%d", RunPowerPeakSleep()); })), "0");
+    }
     sim().setFault(kRead, 1);
     const std::string out = qtest::inChild([] { std::printf("rc=%d\n", RunPowerPeakSleep()); });
     EXPECT_NE(out.find("Get Quorix power peak config failed!"), std::string::npos) << out;

@@ -249,6 +249,7 @@ TEST_F(Parameters, SnmpTrapCodesAndStoredBytes) {
         V3, {req({0, 5}, "sha"), 0xCC}, {req({0, 5}, "SHA"), 0, kTrapRec + 53, text("SHA", 17)}, {req({0, 5}, "S A"), 0xC9},
         {req({0, 7}, "DES"), 0, kTrapRec + 91, text("DES", 17)}, {req({0, 7}, "XYZ"), 0xC9}, {req({0, 7}, "D S"), 0xCC},
         {req({0, 9}, std::string(45, 'e') + "9Ff"), 0, kTrapRec + 129, text(std::string(45, 'e') + "9Ff", 49)},
+        {{0, 9, 0}, 0, kTrapRec + 129, Bytes(49, 0)},  // an empty engine ID is taken without the digit rules
         {req({0, 9}, "01234567GG"), 0xC9}, {req({0, 9}, "012345678"), 0xC7}, {req({0, 9}, std::string(49, 'a')), 0xC7},
         {req({0, 6}, "1234567"), 0xC7}, {req({0, 8}, "pass word"), 0xC9}, {req({0, 6}, "1234567890abcdefg"), 0xC7},
         // Destinations: ports big-endian in the request, little-endian in the block.
@@ -290,6 +291,7 @@ TEST_F(Parameters, SnmpAgentAndSmtpCodesAndStoredBytes) {
         {shortOf(rcpt), 0xC7}};
     // One-byte flags: {parameter, offset, accepted, refused, its code}; a longer request is refused first.
     const struct { std::vector<Row> &rows; Bytes head; std::size_t at; unsigned char good, bad; unsigned cc; } flags[] = {
+        {agent, {0}, kAgentRec, 1, 2, 0xC9}, {agent, {4}, kAgentRec + 36, 1, 2, 0xC9},
         {agent, {1}, kAgentRec + 1, 1, 2, 0xC9}, {agent, {5}, kAgentRec + 37, 1, 2, 0xC9}, {agent, {6}, kAgentRec + 38, 2, 0, 0xCC},
         {agent, {7}, kAgentRec + 39, 1, 3, 0xCC}, {smtp, {0, 0}, kSmtpRec, 1, 2, 0xC9}, {smtp, {0, 5}, kSmtpRec + 53, 1, 2, 0xC9},
         {smtp, {0, 12}, kSmtpRec + 265, 1, 2, 0xC9}, {smtp, {0, 14}, kSmtpRec + 267, 2, 3, 0xC9}};
@@ -404,10 +406,11 @@ TEST_F(Parameters, SavedRecordsLoadBackAsTheyWere_ForeignValuesAsTheSaverWritesT
     ASSERT_EQ(QuorixGetSnmpTotalConfFromJson(), 0);
     EXPECT_EQ(qtest::blockBytes(kTrapDest, 208 + 179), loaded);
     qtest::writeFile("/conf/SmtpCfg.json", "{\"SmtpCfg\":{\"ServerAddr\":\"" + std::string(48, 's') + "\",\"PassWord\":\"" +
-                                               std::string(61, 'p') + "\"},\"SmtpDestCfg\":[]}");
+                                               std::string(61, 'p') + "\"},\"SmtpDestCfg\":[{\"Description\":\"" + std::string(20, 'd') + "\"}]}");
     ASSERT_EQ(QuorixGetSmtpTotalConfFromJson(), 0);
     EXPECT_EQ(qtest::blockBytes(kSmtpRec + 1, 47) + qtest::blockBytes(kSmtpRec + 121, 61),
               text(std::string(46, 's'), 47) + text(std::string(60, 'p'), 61));
+    EXPECT_EQ(qtest::blockBytes(kSmtpRcpt + 66, 17), text(std::string(16, 'd'), 17));
     qtest::writeFile("/etc/quorix/features", "CONFIG_FEATURE_ENABLE_USERPSWD_ENCRYPTION=y\n");
 }
 
@@ -427,6 +430,9 @@ TEST_F(Parameters, ReadersCopyStoredFormsWhole) {
     qtest::putText(kTrapRec + 2, std::string(17, 'c'));
     ASSERT_EQ(QuorixGetSnmpTrapCfgFromMem(out), 0);
     EXPECT_EQ(Bytes(out + 18, out + 36), Bytes{0} + text("HostName", 17));
+    qtest::putText(kTrapRec + 2, std::string("vantol\0", 7));  // the factory community is stored in clear
+    ASSERT_EQ(QuorixGetSnmpTrapCfgFromMem(out), 0);
+    EXPECT_EQ(Bytes(out + 2, out + 9), text("vantol", 7));
 }
 
 }  // namespace

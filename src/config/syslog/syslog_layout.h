@@ -69,8 +69,7 @@ void writeDestination(ByteView record, const Destination &d);
 // The configuration in the shared block (test target: none).
 SyslogConfig readBlockConfig();
 void storeBlockConfig(const SyslogConfig &c);
-// The 217-byte writer record.
+// The 217-byte writer record (QuorixSyslogWriteToFile).
 SyslogConfig readWriterRecord(const unsigned char *record);
-void writeWriterRecord(const SyslogConfig &c, unsigned char *record);
 
 }  // namespace qrx::config::syslog

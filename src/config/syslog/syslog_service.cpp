@@ -200,18 +200,6 @@ SyslogConfig readWriterRecord(const unsigned char *record) {
     return c;
 }
 
-void writeWriterRecord(const SyslogConfig &c, unsigned char *record) {
-    ByteView r(record);
-    r.fill(0, 0, kWriterRecordSize);
-    r.setU8(0, c.syslog);
-    r.setU8(1, c.tag);
-    r.setU8(2, c.level);
-    r.setU8(3, c.protocol);
-    for (std::size_t i = 0; i < kDestCount; ++i)
-        writeDestination(r.at(kWriterDestOffset + i * kDestRecordSize), c.dest[i]);
-    r.setU8(kWriterTestTarget, c.testTarget);
-}
-
 namespace {
 
 unsigned writeConfigFile(const SyslogConfig &c) {
