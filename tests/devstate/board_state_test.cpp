@@ -114,6 +114,32 @@ int write24256(int offset, unsigned char *buffer, int length) {
     return offset == g_eepromFailAt ? -1 : g_eepromResult;
 }
 
+// An accepted write of the asset data (at its own offset only) sends the BIOS information to the CPLD again.
+TEST_F(BoardState, AssetWrite_FlagsTheBiosInformationForTheCpld) {
+    qtest::replaceSlot(qrx::Slot::QuorixWrite24256EEprom, +[](int, unsigned char *, int) { return 0; });
+    unsigned char asset[4] = {1, 2, 3, 4};
+    std::string flags;
+    for (int offset : {29121, 29119, 29120}) {
+        qtest::captureStdout([&] { EXPECT_EQ(QuorixWriteAssetInfo2EEpromInterface(offset, asset, 4), 0); });
+        flags += std::to_string(block().u8(138227));
+    }
+    EXPECT_EQ(flags, "001");
+}
+
+// Two fan planes: a present one answers 0, a valid record past them does not count.
+TEST_F(BoardState, FanPlanePresence_OnlyTheTwoRecordsCount) {
+    auto plane = [](int k, unsigned char marker, unsigned char present) {
+        block().setU8(65966 + 819 * k + 1, marker);
+        block().setU8(65966 + 819 * k + 4, present);
+    };
+    plane(2, 254, 1);
+    EXPECT_EQ(checkFanPlanePresent(), -1);
+    plane(1, 253, 1);
+    EXPECT_EQ(checkFanPlanePresent(), -1) << "no valid marker";
+    plane(1, 254, 1);
+    EXPECT_EQ(checkFanPlanePresent(), 0);
+}
+
 TEST_F(BoardState, ClearEeprom_ErasesPageByPageAndFlagsClearedAssetData) {
     qtest::replaceSlot(qrx::Slot::QuorixWrite24256EEprom, write24256);
     qtest::logToConsole({"QRXMONITOR"});

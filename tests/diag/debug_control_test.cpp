@@ -18,6 +18,7 @@ class DebugControl : public qtest::BoundTest {
 TEST_F(DebugControl, LoadDebugSource_FillsSlotsInDirectoryOrder) {
     char none[16] = "untouched";
     EXPECT_EQ(LoadDebugSource(none), 0) << "no control folder";
+    EXPECT_EQ(std::make_pair(GetDebugEanleLevel(), GetDebugEanlePath()), std::make_pair(-1, -1));
     EXPECT_STREQ(none, "untouched");
     for (int count : {0, 3, 17}) {  // switches besides "ENABLE_" (an empty name)
         qtest::clearDirectory(qtest::kControlDir);

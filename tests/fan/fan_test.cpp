@@ -69,10 +69,11 @@ TEST_F(FanParam, Report_ListsOutputsAndCurvesInUse) {
     qtest::replaceSlot(qrx::Slot::ReadTempSensor, temperature);
     EXPECT_EQ(qtest::captureStdout([] { EXPECT_EQ(show_fan_param(), 0); }), "cooling line/pid count 0, pwm num:0\n");
     block().setU8(0x618FF4, 3), block().setU8(0xFF26, 3);
-    const unsigned char outputs[] = {0x34, 0x12, 2, 45, 8, 0, 3, 60, 1, 0, 9, 1}, finals[] = {40, 55, 2};
+    const unsigned char outputs[] = {0x34, 0x12, 2, 45, 8, 0, 3, 60, 1, 0, 4, 1}, finals[] = {40, 55, 2};
     block().copyIn(0x622252, outputs, sizeof outputs);
     block().copyIn(0x61C277, finals, sizeof finals);
-    // Linear on CPU0_TEMP, 3 up and 2 down points; PID on an unknown sensor; type 0; one past the count.
+    // Outputs typed 2, 3 and 4 (the first unknown type). Linear on CPU0_TEMP, 3 up and 2 down points; PID on an
+    // unknown sensor; type 0; one past the count.
     put(0, {{0, 2}, {1, 1}, {7, 33}, {8, 5}, {9, 3}, {10, 30}, {11, 25}, {12, 50}, {13, 35}, {14, 80}, {15, 45},
             {90, 2}, {50, 28}, {51, 23}, {52, 70}, {53, 43}, {109, 80}, {110, 95}, {111, 3}, {116, 8}},
         {{2, 37.5f}, {122, 1.0f}, {126, 0.5f}, {122 + 44, 0.25f}, {122 + 48, 9.0f}});  // weight 12 is not reported

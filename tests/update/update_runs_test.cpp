@@ -131,6 +131,7 @@ TEST_F(UpdateRuns, VersionReaders_FormatHighAndLowNibble) {
         {[](char *t, int n) { return QuorixGetHddCpldVersion(8, 1, t, n); }, 16, -1, ""},
         {QuorixGetBoardFPGAVersion, 16, 0, "1.0"}, {[](char *, int n) { return QuorixGetBoardCpldVersion(nullptr, n); }, 16, -1, ""},
         {[](char *t, int n) { return QuorixGetBoardFanPanelCPLDVersion(1, t, n); }, 16, 0, "4.5"},
+        {[](char *t, int n) { return QuorixGetBoardFanPanelCPLDVersion(0, t, n); }, 16, 0, "0.0"},
         {[](char *t, int n) { return QuorixGetBoardFanPanelCPLDVersion(2, t, n); }, 16, -1, ""},
         {[](char *t, int n) { return poke({{0x1CC32, 0xFF}}), QuorixGetBoardCpldVersion(t, n); }, 16, -1, ""},
         {[](char *t, int n) { return simResults({{qrx::Slot::QuorixCheckFPGAEnable, 0}}), QuorixGetBoardFPGAVersion(t, n); }, 16, -1, ""},
