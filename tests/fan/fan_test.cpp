@@ -29,6 +29,7 @@ TEST_F(FanParam, Commands_WriteTheirFieldAndTheType) {
         {"", "liner1_weight19_1.5", 1, {{200, 0xC0}, {201, 0x3F}, {0, 2}}, ""},
         {"", "liner5_weight-1_0.5", 5, {{121, 0x3F}, {0, 2}}, ""},  // below the weights
         {"", "liner0_weight20_1.0", 0, {{0, 2}}, "Invalid weight id 20\n"},
+        {"", "liner0_temper99999999val5_delay7", 0, {{0, 2}}, "Invalid curve point 99999999\n"},  // outside the block: ends there
         {"liner3_num7", "liner3_numxyz", 3, {{0, 2}}, ""}, {"bjpid1_kp1.5", "bjpid1_kpabc", 1, {{0, 3}}, ""},  // bad: 0
         {"", "liner_temper2val9", 0, {{13, 9}, {53, 9}, {0, 2}}, ""},  // no id: curve 0
         {"", "bjpid1_kp1.5", 1, {{9, 192}, {10, 63}, {0, 3}}, ""}, {"", "bjpid2_weight0_2", 2, {{125, 64}, {0, 3}}, ""},
