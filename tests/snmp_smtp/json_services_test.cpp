@@ -293,7 +293,8 @@ TEST_F(Parameters, SnmpAgentAndSmtpCodesAndStoredBytes) {
     const struct { std::vector<Row> &rows; Bytes head; std::size_t at; unsigned char good, bad; unsigned cc; } flags[] = {
         {agent, {0}, kAgentRec, 1, 2, 0xC9}, {agent, {4}, kAgentRec + 36, 1, 2, 0xC9},
         {agent, {1}, kAgentRec + 1, 1, 2, 0xC9}, {agent, {5}, kAgentRec + 37, 1, 2, 0xC9}, {agent, {6}, kAgentRec + 38, 2, 0, 0xCC},
-        {agent, {7}, kAgentRec + 39, 1, 3, 0xCC}, {smtp, {0, 0}, kSmtpRec, 1, 2, 0xC9}, {smtp, {0, 5}, kSmtpRec + 53, 1, 2, 0xC9},
+        {agent, {7}, kAgentRec + 39, 1, 3, 0xCC}, {smtp, {0, 0}, kSmtpRec, 1, 2, 0xC9}, {smtp, {0, 4}, kSmtpRec + 52, 1, 2, 0xC9},
+        {smtp, {0, 5}, kSmtpRec + 53, 1, 2, 0xC9}, {smtp, {0, 6}, kSmtpRec + 54, 1, 2, 0xC9},
         {smtp, {0, 12}, kSmtpRec + 265, 1, 2, 0xC9}, {smtp, {0, 14}, kSmtpRec + 267, 2, 3, 0xC9}};
     for (const auto &f : flags)
         f.rows.insert(f.rows.end(), {{f.head + Bytes{f.bad}, f.cc, f.at, {0}}, {f.head + Bytes{f.good, 0}, 0xC7, f.at, {0}},
