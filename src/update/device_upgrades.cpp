@@ -20,10 +20,6 @@
 namespace qrx::update {
 namespace {
 
-constexpr std::uint8_t kIdlKindPsu = 3, kIdlKindVr = 4, kIdlKindFpga = 5, kIdlKindFlash = 6;
-constexpr std::size_t kIdlTextSize = 256;
-constexpr int kDone = 100;
-
 constexpr const char *kPsuImagePath = "/var/psuimage";
 constexpr int kFlashBios = 0, kFlashScp = 1, kGpuFpgaKind = 0, kGpuCecKind = 1;
 

@@ -16,7 +16,11 @@ const char *componentName(int id);
 void beginTaskRun(int id, const char *image);
 void endTaskRun(int id, int result);
 
-// Update line to the IDL log service: log type 1, kind byte 13, flag 1.
+// Update line to the IDL log service: log type 1, kind byte 13, flag 1. The
+// kind names the device family; the text takes at most 255 characters.
+inline constexpr std::uint8_t kIdlKindCpld = 2, kIdlKindPsu = 3, kIdlKindVr = 4, kIdlKindFpga = 5, kIdlKindFlash = 6;
+inline constexpr std::size_t kIdlTextSize = 256;
+inline constexpr int kDone = 100;  // progress of a finished run
 void postUpdateLine(std::uint8_t kind, const char *text);
 
 // New version text from "<image>.version" (up to 40 bytes, line end dropped);

@@ -27,9 +27,8 @@ namespace {
 
 constexpr std::size_t kSideFilePathMax = 256;  // path plus ".version", at most 255 characters
 constexpr std::size_t kVersionTextSize = 32;
-constexpr std::size_t kIdlTextSize = 256;
-constexpr std::uint8_t kIdlKindCpld = 2, kIdlKindFpga = 5, kVersionUnknown = 255;
-constexpr int kLocationFront = 7, kLocationRear = 8, kMaxEstimate = 95, kDone = 100;
+constexpr std::uint8_t kVersionUnknown = 255;
+constexpr int kLocationFront = 7, kLocationRear = 8, kMaxEstimate = 95;
 constexpr const char *kWordOk = "successed";
 constexpr const char *kWordFailed = "failed";
 
